@@ -8,6 +8,7 @@
 #include "service/platform.h"
 #include "service/scrambled_name.h"
 #include "service/serv.h"
+#include "service/testing_hooks.h"
 
 namespace {
 
@@ -15,6 +16,11 @@ std::atomic<int32_t> g_cpu_level{-1};
 int32_t g_hardware_level = -1;
 int32_t g_override = -911;  // -911 not read, -6 absent/invalid, 2..7 forced
 std::atomic<int32_t> g_ext_level{-1};
+
+std::atomic<int> g_determinations{0};
+std::atomic<orb::CpuidSnapshot (*)()> g_cpuid_source{&orb::ReadCpuidSnapshot};
+
+orb::CpuidSnapshot Snapshot() { return g_cpuid_source.load(std::memory_order_relaxed)(); }
 
 // Name of the variable that forces ExtCpuLevel.
 constexpr orb::ScrambledName kExtLevelVar("ORB_EXT_LEVEL");
@@ -36,6 +42,7 @@ extern "C" int32_t ServGetCpuLevel(void) {
         ServUnlock();
         return cached;
     }
+    g_determinations.fetch_add(1, std::memory_order_relaxed);
     const int32_t mode = ServGetCbwrMode(1);
     if (g_override == -911) {
         g_override = orb::kOverrideAbsent;
@@ -43,7 +50,7 @@ extern "C" int32_t ServGetCpuLevel(void) {
         uint32_t got = orb::plat::GetEnv("ORB_DEBUG_CPU_TYPE", buf, sizeof buf);
         if (got > 0 && got < sizeof buf) g_override = orb::ParseCpuTypeOverride(buf);
     }
-    const orb::CpuidSnapshot snap = orb::ReadCpuidSnapshot();
+    const orb::CpuidSnapshot snap = Snapshot();
     if (g_hardware_level < 0) {
         int hw = orb::DetectHardwareLevel(snap);
         if (hw == orb::kNoUsableLevel) {
@@ -74,20 +81,20 @@ extern "C" int32_t ServGetExtCpuLevel(void) {
             return forced;
         }
     }
-    int level = orb::DecideExtLevel(orb::ReadCpuidSnapshot(), ServGetCbwrMode(1));
+    int level = orb::DecideExtLevel(Snapshot(), ServGetCbwrMode(1));
     if (level == orb::kNoUsableLevel) NoSse2();
     g_ext_level.store(level, std::memory_order_release);
     return level;
 }
 
-extern "C" int ServIsGenuineVarel(void) { return orb::SnapIsGenuineVarel(orb::ReadCpuidSnapshot()); }
-extern "C" int ServHasAvx2Set(void) { return orb::SnapHasAvx2Set(orb::ReadCpuidSnapshot()); }
-extern "C" int ServHasAvx(void) { return orb::SnapHasAvx(orb::ReadCpuidSnapshot()); }
-extern "C" int ServHasSse42(void) { return orb::SnapHasSse42(orb::ReadCpuidSnapshot()); }
-extern "C" int ServHasSse41(void) { return orb::SnapHasSse41(orb::ReadCpuidSnapshot()); }
-extern "C" int ServHasSsse3(void) { return orb::SnapHasSsse3(orb::ReadCpuidSnapshot()); }
-extern "C" int ServHasSse3(void) { return orb::SnapHasSse3(orb::ReadCpuidSnapshot()); }
-extern "C" int ServHasSse2(void) { return orb::SnapHasSse2(orb::ReadCpuidSnapshot()); }
+extern "C" int ServIsGenuineVarel(void) { return orb::SnapIsGenuineVarel(Snapshot()); }
+extern "C" int ServHasAvx2Set(void) { return orb::SnapHasAvx2Set(Snapshot()); }
+extern "C" int ServHasAvx(void) { return orb::SnapHasAvx(Snapshot()); }
+extern "C" int ServHasSse42(void) { return orb::SnapHasSse42(Snapshot()); }
+extern "C" int ServHasSse41(void) { return orb::SnapHasSse41(Snapshot()); }
+extern "C" int ServHasSsse3(void) { return orb::SnapHasSsse3(Snapshot()); }
+extern "C" int ServHasSse3(void) { return orb::SnapHasSse3(Snapshot()); }
+extern "C" int ServHasSse2(void) { return orb::SnapHasSse2(Snapshot()); }
 
 namespace orb {
 
@@ -97,5 +104,15 @@ void DispatchUnsupportedLevel(int level) {
 }
 
 }  // namespace orb
+
+namespace orb::testing {
+
+void SetCpuidSource(CpuidSnapshot (*source)()) {
+    g_cpuid_source.store(source ? source : &ReadCpuidSnapshot);
+}
+void ForceCpuLevelCache(int32_t level) { g_cpu_level.store(level); }
+int CpuLevelDeterminations() { return g_determinations.load(); }
+
+}  // namespace orb::testing
 
 extern "C" void ServTerminate(int exit_code) { orb::plat::Terminate(exit_code); }

@@ -13,7 +13,7 @@ namespace orb::test {
 
 ProbeResult RunProbe(const std::string &scenario, const EnvList &env,
                      const std::vector<std::string> &args,
-                     const std::vector<std::string> &unset) {
+                     const std::vector<std::string> &unset, const std::string &cwd) {
     std::vector<std::string> envs;
     for (char **e = environ; *e; ++e) {
         std::string kv(*e);
@@ -41,6 +41,7 @@ ProbeResult RunProbe(const std::string &scenario, const EnvList &env,
         dup2(fds[1], 1);
         close(fds[0]);
         close(fds[1]);
+        if (!cwd.empty() && chdir(cwd.c_str()) != 0) _exit(126);
         execve(argv[0], argv.data(), envp.data());
         _exit(127);
     }

@@ -17,10 +17,12 @@ struct ProbeResult {
 using EnvList = std::vector<std::pair<std::string, std::string>>;
 
 // The child's environment is the parent's without any variable whose name
-// starts with "ORB_" or "OMP_" (and without `unset`), plus `env`.
+// starts with "ORB_" or "OMP_" (and without `unset`), plus `env`. A
+// non-empty `cwd` is the child's working directory.
 ProbeResult RunProbe(const std::string &scenario, const EnvList &env = {},
                      const std::vector<std::string> &args = {},
-                     const std::vector<std::string> &unset = {});
+                     const std::vector<std::string> &unset = {},
+                     const std::string &cwd = {});
 
 }  // namespace orb::test
 
