@@ -40,7 +40,7 @@ public:
     __attribute__((always_inline)) R operator()(Args... args) {
         Fn f = slot_.load(std::memory_order_relaxed);
         if (__builtin_expect(f != nullptr, 1)) return f(args...);
-        return Resolve()(args...);
+        return FirstCall(args..., this);
     }
 
     // The variant this slot serves (resolving it if needed).
@@ -58,6 +58,12 @@ public:
     const Table &table() const { return table_; }
 
 private:
+    // Kept out of line so that the hot path needs no stack frame.
+    // The slot comes last so the caller's arguments stay where they are.
+    [[gnu::noinline]] static R FirstCall(Args... args, DispatchSlot *self) {
+        return self->Resolve()(args...);
+    }
+
     std::atomic<Fn> slot_{nullptr};
     const Table &table_;
 };
