@@ -1,0 +1,356 @@
+// The engine's plan: a problem becomes a short list of passes, each a
+// one-dimensional transform along one dimension repeated over every other
+// dimension and batch index. Rows are gathered into contiguous scratch
+// (or used in place when already contiguous), transformed, and scattered;
+// with several threads the rows of a pass, or the stages of a single long
+// row, are shared out.
+#include "dft/engine/engine.h"
+
+#include <omp.h>
+
+#include "dft/engine/engine_internal.h"
+#include "dft/engine/engine_memory.h"
+#include "dft/engine/fft1d.h"
+
+namespace orb::dft {
+namespace {
+
+enum Buf { kIn = 0, kOut = 1, kTemp = 2 };
+
+constexpr int kMaxLoops = 9;
+
+struct Pass {
+    EngineKind kind;  // transform along this pass's dimension
+    int64_t n;        // logical length
+    int64_t is, os;   // strides along it (source units / destination units)
+    int nloop = 0;
+    int64_t ln[kMaxLoops], lis[kMaxLoops], los[kMaxLoops];
+    int src, dst;
+    bool scaled;
+};
+
+// A single row long enough to split its stages over threads.
+constexpr int64_t kThreadedRowMin = 1 << 14;
+
+struct Side {
+    void *re;
+    void *im;  // null for an interleaved or real side
+};
+
+template <class T>
+struct PlanT {
+    EngineProblem pb;
+    const StageKernels *kern;
+    int npass = 0;
+    Pass pass[8];
+    Fft1D<T> *c[8] = {};
+    RealFft1D<T> *r[8] = {};
+    int64_t temp_elems = 0;  // complex scratch array for C2R with rank > 1
+    int64_t row_elems = 0;   // per-thread row scratch (complex elements)
+
+    ~PlanT() {
+        for (int i = 0; i < 8; ++i) {
+            if (c[i]) MemDelete(c[i]);
+            if (r[i]) MemDelete(r[i]);
+        }
+    }
+};
+
+}  // namespace
+
+struct EnginePlan {
+    bool is_double;
+    void *impl;
+};
+
+namespace {
+
+// ---- building ----
+
+void AddLoop(Pass &p, int64_t n, int64_t is, int64_t os) {
+    if (n == 1) return;
+    p.ln[p.nloop] = n, p.lis[p.nloop] = is, p.los[p.nloop] = os;
+    ++p.nloop;
+}
+
+template <class T>
+bool BuildPasses(PlanT<T> &pl) {
+    const EngineProblem &pb = pl.pb;
+    const int r = pb.rank;
+    const EngineDim *d = pb.dims;
+    const int64_t h = d[r - 1].n / 2 + 1;  // complex length of a real last dimension
+    auto clen = [&](int j) { return (pb.kind != EngineKind::C2C && j == r - 1) ? h : d[j].n; };
+    auto add = [&](EngineKind kind, int dim, int src, int dst, const int64_t *sis, const int64_t *sos,
+                   const int64_t *his, const int64_t *hos, bool scaled) {
+        Pass &p = pl.pass[pl.npass++];
+        p.kind = kind, p.n = d[dim].n, p.src = src, p.dst = dst, p.scaled = scaled;
+        p.is = sis[dim], p.os = sos[dim];
+        for (int k = 0; k < pb.howmany_rank; ++k) AddLoop(p, pb.howmany[k].n, his[k], hos[k]);
+        for (int j = 0; j < r; ++j)
+            if (j != dim) AddLoop(p, clen(j), sis[j], sos[j]);
+    };
+    int64_t is[7], os[7], his[2], hos[2];
+    for (int j = 0; j < r; ++j) is[j] = d[j].is, os[j] = d[j].os;
+    for (int k = 0; k < pb.howmany_rank; ++k) his[k] = pb.howmany[k].is, hos[k] = pb.howmany[k].os;
+
+    if (pb.kind != EngineKind::C2R) {
+        add(pb.kind, r - 1, kIn, kOut, is, os, his, hos, true);
+        for (int j = r - 2; j >= 0; --j) add(EngineKind::C2C, j, kOut, kOut, os, os, hos, hos, false);
+    } else if (r == 1) {
+        add(EngineKind::C2R, 0, kIn, kOut, is, os, his, hos, true);
+    } else {
+        // The complex dimensions are transformed into a contiguous scratch
+        // array first, so the caller's input stays untouched.
+        int64_t ts[7], ths[2], stride = 1;
+        for (int j = r - 1; j >= 0; --j) ts[j] = stride, stride *= clen(j);
+        for (int k = pb.howmany_rank - 1; k >= 0; --k) ths[k] = stride, stride *= pb.howmany[k].n;
+        pl.temp_elems = stride;
+        add(EngineKind::C2C, r - 2, kIn, kTemp, is, ts, his, ths, false);
+        for (int j = r - 3; j >= 0; --j) add(EngineKind::C2C, j, kTemp, kTemp, ts, ts, ths, ths, false);
+        add(EngineKind::C2R, r - 1, kTemp, kOut, ts, os, ths, hos, true);
+    }
+    for (int i = 0; i < pl.npass; ++i) {
+        const Pass &p = pl.pass[i];
+        const int sign = pb.kind == EngineKind::R2C ? -1 : pb.kind == EngineKind::C2R ? 1 : pb.sign;
+        int64_t need;
+        if (p.kind == EngineKind::C2C) {
+            pl.c[i] = Fft1D<T>::Create(p.n, sign, *pl.kern);
+            if (!pl.c[i]) return false;
+            need = 3 * (p.n + 2) + pl.c[i]->WorkElems();
+        } else {
+            pl.r[i] = RealFft1D<T>::Create(p.n, sign, *pl.kern);
+            if (!pl.r[i]) return false;
+            need = 3 * (p.n + 2) + pl.r[i]->WorkElems();
+        }
+        if (need > pl.row_elems) pl.row_elems = need;
+    }
+    return true;
+}
+
+// ---- running ----
+
+template <class T>
+void GatherComplex(const Side &s, bool split, int64_t off, int64_t st, int64_t n, Cx<T> *dst) {
+    if (split) {
+        const T *re = static_cast<const T *>(s.re) + off, *im = static_cast<const T *>(s.im) + off;
+        for (int64_t j = 0; j < n; ++j) dst[j] = {re[j * st], im[j * st]};
+    } else {
+        const Cx<T> *x = static_cast<const Cx<T> *>(s.re) + off;
+        for (int64_t j = 0; j < n; ++j) dst[j] = x[j * st];
+    }
+}
+
+template <class T>
+void ScatterComplex(const Side &s, bool split, int64_t off, int64_t st, int64_t n, const Cx<T> *src) {
+    if (split) {
+        T *re = static_cast<T *>(s.re) + off, *im = static_cast<T *>(s.im) + off;
+        for (int64_t j = 0; j < n; ++j) re[j * st] = src[j].re, im[j * st] = src[j].im;
+    } else {
+        Cx<T> *y = static_cast<Cx<T> *>(s.re) + off;
+        for (int64_t j = 0; j < n; ++j) y[j * st] = src[j];
+    }
+}
+
+template <class T>
+void RunRow(const PlanT<T> &pl, int pi, const Side &src, bool ssplit, int64_t soff, const Side &dst,
+            bool dsplit, int64_t doff, Cx<T> *scratch, int nthreads) {
+    const Pass &p = pl.pass[pi];
+    const int64_t n = p.n, h = n / 2 + 1;
+    const T scale = p.scaled ? T(pl.pb.scale) : T(1);
+    Cx<T> *a = scratch, *b = scratch + (n + 2), *work = scratch + 3 * (n + 2);
+    if (p.kind == EngineKind::C2C) {
+        const Cx<T> *x;
+        if (!ssplit && p.is == 1) {
+            x = static_cast<const Cx<T> *>(src.re) + soff;
+        } else {
+            GatherComplex<T>(src, ssplit, soff, p.is, n, a);
+            x = a;
+        }
+        const bool direct = !dsplit && p.os == 1;
+        Cx<T> *y = direct ? static_cast<Cx<T> *>(dst.re) + doff : b;
+        const Fft1D<T> *f = pl.c[pi];
+        f->Exec(x, y, work, scale, nthreads);
+        if (!direct) ScatterComplex<T>(dst, dsplit, doff, p.os, n, b);
+    } else if (p.kind == EngineKind::R2C) {
+        const T *x;
+        if (p.is == 1) {
+            x = static_cast<const T *>(src.re) + soff;
+        } else {
+            T *ar = reinterpret_cast<T *>(a);
+            const T *s = static_cast<const T *>(src.re) + soff;
+            for (int64_t j = 0; j < n; ++j) ar[j] = s[j * p.is];
+            x = ar;
+        }
+        const bool direct = !dsplit && p.os == 1;
+        Cx<T> *y = direct ? static_cast<Cx<T> *>(dst.re) + doff : b;
+        pl.r[pi]->Forward(x, y, work, scale, nthreads);
+        if (!direct) ScatterComplex<T>(dst, dsplit, doff, p.os, h, b);
+    } else {
+        const Cx<T> *x;
+        if (!ssplit && p.is == 1) {
+            x = static_cast<const Cx<T> *>(src.re) + soff;
+        } else {
+            GatherComplex<T>(src, ssplit, soff, p.is, h, a);
+            x = a;
+        }
+        const bool direct = p.os == 1;
+        T *y = direct ? static_cast<T *>(dst.re) + doff : reinterpret_cast<T *>(b);
+        pl.r[pi]->Backward(x, y, work, scale, nthreads);
+        if (!direct) {
+            T *o = static_cast<T *>(dst.re) + doff;
+            for (int64_t j = 0; j < n; ++j) o[j * p.os] = y[j];
+        }
+    }
+}
+
+template <class T>
+int RunPass(const PlanT<T> &pl, int pi, const Side *bufs, const bool *split) {
+    const Pass &p = pl.pass[pi];
+    int64_t rows = 1;
+    for (int k = 0; k < p.nloop; ++k) rows *= p.ln[k];
+    auto offsets = [&](int64_t row, int64_t *so, int64_t *doff) {
+        int64_t s = 0, d = 0;
+        for (int k = p.nloop - 1; k >= 0; --k) {
+            int64_t i = row % p.ln[k];
+            row /= p.ln[k];
+            s += i * p.lis[k], d += i * p.los[k];
+        }
+        *so = s, *doff = d;
+    };
+    const Side &src = bufs[p.src], &dst = bufs[p.dst];
+    const bool ss = split[p.src], ds = split[p.dst];
+    const int nth = pl.pb.nthreads;
+    const int64_t row_bytes = pl.row_elems * int64_t(sizeof(Cx<T>));
+    if (nth <= 1 || (rows == 1 && p.n < kThreadedRowMin)) {
+        Cx<T> *scratch = static_cast<Cx<T> *>(MemRaw(row_bytes));
+        if (!scratch) return EngineNoMemory;
+        for (int64_t row = 0; row < rows; ++row) {
+            int64_t so, dof;
+            offsets(row, &so, &dof);
+            RunRow<T>(pl, pi, src, ss, so, dst, ds, dof, scratch, 1);
+        }
+        MemFree(scratch);
+        return EngineOk;
+    }
+    if (rows == 1) {
+        Cx<T> *scratch = static_cast<Cx<T> *>(MemRaw(row_bytes));
+        if (!scratch) return EngineNoMemory;
+        RunRow<T>(pl, pi, src, ss, 0, dst, ds, 0, scratch, nth);
+        MemFree(scratch);
+        return EngineOk;
+    }
+    int status = EngineOk;
+    const int team = int(rows < nth ? rows : nth);
+#pragma omp parallel num_threads(team)
+    {
+        Cx<T> *scratch = static_cast<Cx<T> *>(MemRaw(row_bytes));
+        if (!scratch) {
+#pragma omp atomic write
+            status = EngineNoMemory;
+        }
+#pragma omp for schedule(static)
+        for (int64_t row = 0; row < rows; ++row) {
+            if (!scratch) continue;
+            int64_t so, dof;
+            offsets(row, &so, &dof);
+            RunRow<T>(pl, pi, src, ss, so, dst, ds, dof, scratch, 1);
+        }
+        MemFree(scratch);
+    }
+    return status;
+}
+
+template <class T>
+int Execute(const PlanT<T> &pl, const void *in_re, const void *in_im, void *out_re, void *out_im) {
+    Side bufs[3] = {{const_cast<void *>(in_re), const_cast<void *>(in_im)}, {out_re, out_im}, {nullptr, nullptr}};
+    const bool cin = pl.pb.kind != EngineKind::R2C, cout = pl.pb.kind != EngineKind::C2R;
+    bool split[3] = {cin && pl.pb.split_in, cout && pl.pb.split_out, false};
+    Cx<T> *temp = nullptr;
+    if (pl.temp_elems > 0) {
+        temp = MemArray<Cx<T>>(pl.temp_elems);
+        if (!temp) return EngineNoMemory;
+        bufs[kTemp].re = temp;
+    }
+    int status = EngineOk;
+    for (int i = 0; i < pl.npass && status == EngineOk; ++i) status = RunPass<T>(pl, i, bufs, split);
+    MemFree(temp);
+    return status;
+}
+
+bool ValidProblem(const EngineProblem &pb) {
+    if (pb.rank < 1 || pb.rank > 7 || pb.howmany_rank < 0 || pb.howmany_rank > 2) return false;
+    if (pb.nthreads < 1) return false;
+    for (int j = 0; j < pb.rank; ++j)
+        if (pb.dims[j].n < 1) return false;
+    for (int k = 0; k < pb.howmany_rank; ++k)
+        if (pb.howmany[k].n < 1) return false;
+    if (pb.kind == EngineKind::R2C && pb.sign != -1) return false;
+    if (pb.kind == EngineKind::C2R && pb.sign != 1) return false;
+    if (pb.kind == EngineKind::C2C && pb.sign != 1 && pb.sign != -1) return false;
+    return true;
+}
+
+template <class T>
+EnginePlan *Create(const EngineProblem &pb, int level, int *status) {
+    PlanT<T> *pl = MemNew<PlanT<T>>();
+    EnginePlan *plan = MemNew<EnginePlan>();
+    if (!pl || !plan) {
+        MemDelete(pl);
+        MemDelete(plan);
+        *status = EngineNoMemory;
+        return nullptr;
+    }
+    pl->pb = pb;
+    pl->kern = &KernelsForLevel(level);
+    if (!BuildPasses<T>(*pl)) {
+        MemDelete(pl);
+        MemDelete(plan);
+        *status = EngineNoMemory;
+        return nullptr;
+    }
+    plan->is_double = pb.is_double;
+    plan->impl = pl;
+    *status = EngineOk;
+    return plan;
+}
+
+}  // namespace
+
+EnginePlan *EnginePlanCreateForLevel(const EngineProblem &problem, int level, int *status) {
+    int dummy;
+    if (!status) status = &dummy;
+    if (!ValidProblem(problem)) {
+        *status = EngineInvalid;
+        return nullptr;
+    }
+    return problem.is_double ? Create<double>(problem, level, status) : Create<float>(problem, level, status);
+}
+
+EnginePlan *EnginePlanCreate(const EngineProblem &problem, int *status) {
+    return EnginePlanCreateForLevel(problem, ServGetCpuLevel(), status);
+}
+
+int EngineExecute(const EnginePlan *plan, const void *in_re, const void *in_im, void *out_re, void *out_im) {
+    if (!plan || !in_re || !out_re) return EngineInvalid;
+    if (plan->is_double) {
+        const auto &pl = *static_cast<const PlanT<double> *>(plan->impl);
+        if ((pl.pb.split_in && pl.pb.kind != EngineKind::R2C && !in_im) ||
+            (pl.pb.split_out && pl.pb.kind != EngineKind::C2R && !out_im))
+            return EngineInvalid;
+        return Execute<double>(pl, in_re, in_im, out_re, out_im);
+    }
+    const auto &pl = *static_cast<const PlanT<float> *>(plan->impl);
+    if ((pl.pb.split_in && pl.pb.kind != EngineKind::R2C && !in_im) ||
+        (pl.pb.split_out && pl.pb.kind != EngineKind::C2R && !out_im))
+        return EngineInvalid;
+    return Execute<float>(pl, in_re, in_im, out_re, out_im);
+}
+
+void EnginePlanDestroy(EnginePlan *plan) {
+    if (!plan) return;
+    if (plan->is_double) MemDelete(static_cast<PlanT<double> *>(plan->impl));
+    else MemDelete(static_cast<PlanT<float> *>(plan->impl));
+    MemDelete(plan);
+}
+
+}  // namespace orb::dft
