@@ -23,12 +23,11 @@ Cx<T> Root(int sign, int64_t num, int64_t den) {
     const long double pi = 3.141592653589793238462643383279502884L;
     long double c, s;
     if (4 * num <= den) {
-        long double a = 2 * pi * (long double)num / (long double)den;
-        c = cosl(a), s = sinl(a);
+        sincosl(2 * pi * (long double)num / (long double)den, &s, &c);
     } else {
         // angle = pi - b: cos = -cos b, sin = sin b
-        long double b = 2 * pi * (long double)(den - 2 * num) / (long double)(2 * den);
-        c = -cosl(b), s = sinl(b);
+        sincosl(2 * pi * (long double)(den - 2 * num) / (long double)(2 * den), &s, &c);
+        c = -c;
     }
     if (flip) s = -s;
     return {T(c), T(sign * s)};
@@ -114,16 +113,51 @@ bool Fft1D<T>::BuildStages() {
     }
     tw_ = MemArray<Cx<T>>(total > 0 ? total : 1);
     if (!tw_) return false;
+    // Every stage twiddle is a power of w_n; the powers come from one table
+    // of the first octant (exact symmetries give the rest), so planning
+    // costs n/8 sine/cosine evaluations.
+    const int64_t oct = n_ / 8 + 1;
+    Cx<long double> *base = MemArray<Cx<long double>>(oct + 1);
+    if (!base) return false;
+    const long double pi = 3.141592653589793238462643383279502884L;
+    for (int64_t j = 0; j <= oct && 8 * j <= n_; ++j) {
+        long double sn, cs;
+        sincosl(2 * pi * (long double)j / (long double)n_, &sn, &cs);
+        base[j] = {cs, sn};
+    }
+    auto power = [&](int64_t j) -> Cx<T> {
+        j %= n_;
+        if (n_ % 8 != 0) return Root<T>(sign_, j, n_);
+        const int64_t e = n_ / 8;
+        const int64_t q = j / e, r = j % e;  // octant and offset
+        // angle = q*pi/4 + 2 pi r/n; fold with exact reflections.
+        long double c, sn;
+        const Cx<long double> a = (q % 2 == 0) ? base[r] : base[e - r];
+        // Within odd octants the angle is measured back from the next
+        // multiple of pi/4: swap roles via cos(pi/4*(q+1) - x).
+        switch (q) {
+        case 0: c = a.re, sn = a.im; break;           // x
+        case 1: c = a.im, sn = a.re; break;           // pi/2 - y
+        case 2: c = -a.im, sn = a.re; break;          // pi/2 + x
+        case 3: c = -a.re, sn = a.im; break;          // pi - y
+        case 4: c = -a.re, sn = -a.im; break;         // pi + x
+        case 5: c = -a.im, sn = -a.re; break;         // 3pi/2 - y
+        case 6: c = a.im, sn = -a.re; break;          // 3pi/2 + x
+        default: c = a.re, sn = -a.im; break;         // 2pi - y
+        }
+        return {T(c), T(sign_ * sn)};
+    };
     for (int i = 0; i < count; ++i) {
         const StageInfo &st = sp_.st[i];
         const int r = st.radix;
-        const int64_t len = r * st.m;
+        const int64_t step = n_ / (r * st.m);
         if (st.m > 1)
             for (int64_t p = 0; p < st.m; ++p)
-                for (int t = 1; t < r; ++t) tw_[st.tw + p * (r - 1) + t - 1] = Root<T>(sign_, p * t, len);
+                for (int t = 1; t < r; ++t) tw_[st.tw + p * (r - 1) + t - 1] = power(p * t * step);
         if (!HasFixedButterfly(r))
             for (int j = 0; j < r; ++j) tw_[st.rtab + j] = Root<T>(sign_, j, r);
     }
+    MemFree(base);
     sp_.tw = tw_;
     return true;
 }

@@ -223,15 +223,21 @@ void NaiveAxis(std::vector<LCx> &a, const std::vector<int64_t> &shape, int axis,
         }
 }
 
-LCx NaiveBin(const std::vector<LCx> &x, int64_t k, int sign) {
+std::vector<LCx> NaiveBins(const std::vector<LCx> &x, const std::vector<int64_t> &bins, int sign) {
     const int64_t n = (int64_t)x.size();
-    LCx s = 0;
-    int64_t idx = 0;
-    for (int64_t j = 0; j < n; ++j) {
-        s += x[j] * RootL(sign, idx, n);
-        idx = (idx + k) % n;
+    std::vector<LCx> w(n), out;
+    for (int64_t j = 0; j < n; ++j) w[j] = RootL(sign, j, n);
+    for (int64_t k : bins) {
+        LCx s = 0;
+        int64_t idx = 0;
+        for (int64_t j = 0; j < n; ++j) {
+            s += x[j] * w[idx];
+            idx += k;
+            if (idx >= n) idx -= n;
+        }
+        out.push_back(s);
     }
-    return s;
+    return out;
 }
 
 double RelRms(const std::vector<LCx> &got, const std::vector<LCx> &ref) {

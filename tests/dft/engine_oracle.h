@@ -18,8 +18,8 @@ using LCx = std::complex<long double>;
 
 // Naive DFT along `axis` of a row-major array of the given shape.
 void NaiveAxis(std::vector<LCx> &a, const std::vector<int64_t> &shape, int axis, int sign);
-// One bin of a naive 1-D DFT (exact index arithmetic, long double).
-LCx NaiveBin(const std::vector<LCx> &x, int64_t k, int sign);
+// Selected bins of a naive 1-D DFT (exact index arithmetic, long double).
+std::vector<LCx> NaiveBins(const std::vector<LCx> &x, const std::vector<int64_t> &bins, int sign);
 // Relative RMS error of `got` against `ref`.
 double RelRms(const std::vector<LCx> &got, const std::vector<LCx> &ref);
 // 5 eps log2(n), log2 at least 1.
