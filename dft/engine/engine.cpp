@@ -212,6 +212,34 @@ void RunRow(const PlanT<T> &pl, int pi, const Side &src, bool ssplit, int64_t so
     }
 }
 
+// Rows of one pass shared over the team; out of line so that serial calls
+// never touch the OpenMP runtime.
+template <class T>
+void RunRowRange(const PlanT<T> &pl, int pi, const Side *bufs, const bool *split, int64_t r0, int64_t r1,
+                 Cx<T> *scratch) {
+    const Pass &p = pl.pass[pi];
+    for (int64_t row = r0; row < r1; ++row) {
+        int64_t so = 0, dof = 0, rest = row;
+        for (int k = p.nloop - 1; k >= 0; --k) {
+            int64_t i = rest % p.ln[k];
+            rest /= p.ln[k];
+            so += i * p.lis[k], dof += i * p.los[k];
+        }
+        RunRow<T>(pl, pi, bufs[p.src], split[p.src], so, bufs[p.dst], split[p.dst], dof, scratch, 1);
+    }
+}
+
+template <class T>
+__attribute__((noinline)) void RunRowsParallel(const PlanT<T> &pl, int pi, const Side *bufs, const bool *split,
+                                               int64_t rows, Cx<T> *scratch) {
+    const int team = int(rows < pl.team ? rows : pl.team);
+#pragma omp parallel num_threads(team)
+    {
+        const int id = omp_get_thread_num(), nth = omp_get_num_threads();
+        RunRowRange<T>(pl, pi, bufs, split, rows * id / nth, rows * (id + 1) / nth, scratch + id * pl.row_elems);
+    }
+}
+
 template <class T>
 int64_t PassRows(const Pass &p) {
     int64_t rows = 1;
@@ -224,41 +252,16 @@ template <class T>
 void RunPass(const PlanT<T> &pl, int pi, const Side *bufs, const bool *split, Cx<T> *scratch) {
     const Pass &p = pl.pass[pi];
     const int64_t rows = PassRows<T>(p);
-    auto offsets = [&](int64_t row, int64_t *so, int64_t *doff) {
-        int64_t s = 0, d = 0;
-        for (int k = p.nloop - 1; k >= 0; --k) {
-            int64_t i = row % p.ln[k];
-            row /= p.ln[k];
-            s += i * p.lis[k], d += i * p.los[k];
-        }
-        *so = s, *doff = d;
-    };
-    const Side &src = bufs[p.src], &dst = bufs[p.dst];
-    const bool ss = split[p.src], ds = split[p.dst];
     const int nth = pl.pb.nthreads;
     if (nth <= 1 || (rows == 1 && p.n < kThreadedRowMin)) {
-        for (int64_t row = 0; row < rows; ++row) {
-            int64_t so, dof;
-            offsets(row, &so, &dof);
-            RunRow<T>(pl, pi, src, ss, so, dst, ds, dof, scratch, 1);
-        }
+        RunRowRange<T>(pl, pi, bufs, split, 0, rows, scratch);
         return;
     }
     if (rows == 1) {
-        RunRow<T>(pl, pi, src, ss, 0, dst, ds, 0, scratch, nth);
+        RunRow<T>(pl, pi, bufs[p.src], split[p.src], 0, bufs[p.dst], split[p.dst], 0, scratch, nth);
         return;
     }
-    const int team = int(rows < pl.team ? rows : pl.team);
-#pragma omp parallel num_threads(team)
-    {
-        Cx<T> *mine = scratch + omp_get_thread_num() * pl.row_elems;
-#pragma omp for schedule(static)
-        for (int64_t row = 0; row < rows; ++row) {
-            int64_t so, dof;
-            offsets(row, &so, &dof);
-            RunRow<T>(pl, pi, src, ss, so, dst, ds, dof, mine, 1);
-        }
-    }
+    RunRowsParallel<T>(pl, pi, bufs, split, rows, scratch);
 }
 
 template <class T>

@@ -43,7 +43,7 @@ bool Factor(int64_t n, int *radix, int *count) {
     int e2 = 0;
     while (n % 2 == 0) n /= 2, ++e2;
     // Powers of two: radix 8 stages, the remainder as 16 or 4 or 2.
-    if (e2 % 3 == 1 && e2 >= 4) radix[k++] = 16, e2 -= 4;
+    if (e2 % 3 == 1 && e2 >= 4) radix[k++] = 4, radix[k++] = 4, e2 -= 4;
     if (e2 % 3 == 2) radix[k++] = 4, e2 -= 2;
     while (e2 >= 3) radix[k++] = 8, e2 -= 3;
     if (e2 == 1) radix[k++] = 2;
@@ -246,7 +246,7 @@ bool Fft1D<T>::BuildFourStep(int64_t n1) {
 }
 
 template <class T>
-void Fft1D<T>::ExecFourStep(const Cx<T> *in, Cx<T> *out, Cx<T> *tmp, T scale, int nthreads) const {
+__attribute__((noinline)) void Fft1D<T>::ExecFourStep(const Cx<T> *in, Cx<T> *out, Cx<T> *tmp, T scale, int nthreads) const {
     constexpr int64_t B = kBlock<T>;
     const int64_t n1 = n1_, n2 = n2_;
     const int64_t w1 = f1_->WorkElems(), w2 = f2_->WorkElems();
