@@ -57,6 +57,9 @@ struct Pack {
         return r;
     }
     void Store(Cx<T> *p) const { memcpy(p, &v, sizeof(V)); }
+    // Two-lane packs only: {a0, b0} and {a1, b1} (a 2x2 transpose).
+    static Pack Lo(Pack a, Pack b) { return {__builtin_shufflevector(a.v, b.v, 0, 1, 4, 5)}; }
+    static Pack Hi(Pack a, Pack b) { return {__builtin_shufflevector(a.v, b.v, 2, 3, 6, 7)}; }
     void Scatter(Cx<T> *p, int64_t stride) const {
         for (int i = 0; i < L; ++i) memcpy(p + i * stride, reinterpret_cast<const T *>(&v) + 2 * i, sizeof(Cx<T>));
     }

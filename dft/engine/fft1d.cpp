@@ -188,7 +188,11 @@ bool Fft1D<T>::BuildStages() {
         const int64_t step = n_ / (r * st.m);
         if (st.m > 1)
             for (int64_t p = 0; p < st.m; ++p)
-                for (int t = 1; t < r; ++t) tw_[st.tw + p * (r - 1) + t - 1] = power.Get<T>(p * t * step);
+                for (int t = 1; t < r; ++t) {
+                    // t-major for the first stage (s == 1), p-major after.
+                    const int64_t at = st.s == 1 ? (t - 1) * st.m + p : p * (r - 1) + t - 1;
+                    tw_[st.tw + at] = power.Get<T>(p * t * step);
+                }
         if (!HasFixedButterfly(r))
             for (int j = 0; j < r; ++j) tw_[st.rtab + j] = Root<T>(sign_, j, r);
     }

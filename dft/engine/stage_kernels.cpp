@@ -26,7 +26,8 @@ constexpr int kLanes = kVectorBytes / int(2 * sizeof(T));
 
 // One butterfly column: a[k] loaded, transformed, twiddled, stored.
 template <int R, int S, class T, class P, class LoadF, class StoreF>
-__attribute__((always_inline)) inline void Column(LoadF load, StoreF store, const P *w, bool twiddled, bool scaled, T scale) {
+__attribute__((always_inline)) inline void Column(LoadF load, StoreF store_all, const P *w, bool twiddled,
+                                                  bool scaled, T scale) {
     P a[R];
     bfly::StaticFor<R>([&](auto k) __attribute__((always_inline)) { a[k] = load(k); });
     bfly::Butterfly<R, S, T>(a);
@@ -35,7 +36,13 @@ __attribute__((always_inline)) inline void Column(LoadF load, StoreF store, cons
     } else if (scaled) {
         bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { a[t] = a[t] * scale; });
     }
-    bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { store(t, a[t]); });
+    store_all(a);
+}
+
+// Twiddle w^(p (t+1)) of a stage: t-major for the first stage (s == 1, read
+// as vectors over p), p-major for the others (broadcast per p).
+inline int64_t TwIndex(int64_t p, int t, int64_t m, int r, int64_t s) {
+    return s == 1 ? t * m + p : p * (r - 1) + t;
 }
 
 template <int R, int S, class T>
@@ -48,19 +55,32 @@ void StageFixed(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw,
     const bool scaled = !twiddled && scale != T(1);
     const int64_t ks = s * m;  // input distance between butterfly legs
     if constexpr (L > 1) {
-      if (s == 1 && p1 - p0 >= L) {
-        // Vector over p: legs contiguous in p, outputs interleaved by R.
-        int64_t p = p0;
-        for (; p + L <= p1; p += L) {
-            PV w[R > 1 ? R - 1 : 1];
-            if (twiddled)
-                for (int t = 0; t < R - 1; ++t) w[t] = PV::Gather(tw + p * (R - 1) + t, R - 1);
-            Column<R, S, T, PV>([&](int k) __attribute__((always_inline)) { return PV::Load(x + p + k * ks); },
-                                [&](int t, PV v) __attribute__((always_inline)) { v.Scatter(y + R * p + t, R); }, w, twiddled,
-                                scaled, scale);
+        if (s == 1 && p1 - p0 >= L) {
+            // Vector over p: legs and twiddles contiguous in p; outputs
+            // interleaved by R (pairs of lanes transposed when L == 2).
+            int64_t p = p0;
+            for (; p + L <= p1; p += L) {
+                PV w[R > 1 ? R - 1 : 1];
+                if (twiddled)
+                    for (int t = 0; t < R - 1; ++t) w[t] = PV::Load(tw + t * m + p);
+                Column<R, S, T, PV>(
+                    [&](int k) __attribute__((always_inline)) { return PV::Load(x + p + k * ks); },
+                    [&](PV *a) __attribute__((always_inline)) {
+                        Cx<T> *yp = y + R * p;
+                        if constexpr (L == 2) {
+                            bfly::StaticFor<R / 2>([&](auto h) __attribute__((always_inline)) {
+                                PV::Lo(a[2 * h], a[2 * h + 1]).Store(yp + 2 * h);
+                                PV::Hi(a[2 * h], a[2 * h + 1]).Store(yp + R + 2 * h);
+                            });
+                            if constexpr (R % 2 == 1) a[R - 1].Scatter(yp + R - 1, R);
+                        } else {
+                            bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { a[t].Scatter(yp + t, R); });
+                        }
+                    },
+                    w, twiddled, scaled, scale);
+            }
+            p0 = p;
         }
-        p0 = p;
-      }
     }
     for (int64_t p = p0; p < p1; ++p) {
         const Cx<T> *xp = x + s * p;
@@ -70,21 +90,27 @@ void StageFixed(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw,
             if (s >= L) {
                 PV w[R > 1 ? R - 1 : 1];
                 if (twiddled)
-                    for (int t = 0; t < R - 1; ++t) w[t] = PV::Bcast(tw[p * (R - 1) + t]);
+                    for (int t = 0; t < R - 1; ++t) w[t] = PV::Bcast(tw[TwIndex(p, t, m, R, s)]);
                 for (; q + L <= q1; q += L)
-                    Column<R, S, T, PV>([&](int k) __attribute__((always_inline)) { return PV::Load(xp + q + k * ks); },
-                                        [&](int t, PV v) __attribute__((always_inline)) { v.Store(yp + q + t * s); }, w, twiddled,
-                                        scaled, scale);
+                    Column<R, S, T, PV>(
+                        [&](int k) __attribute__((always_inline)) { return PV::Load(xp + q + k * ks); },
+                        [&](PV *a) __attribute__((always_inline)) {
+                            bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { a[t].Store(yp + q + t * s); });
+                        },
+                        w, twiddled, scaled, scale);
             }
         }
         if (q < q1) {
             P1 w[R > 1 ? R - 1 : 1];
             if (twiddled)
-                for (int t = 0; t < R - 1; ++t) w[t] = P1::Bcast(tw[p * (R - 1) + t]);
+                for (int t = 0; t < R - 1; ++t) w[t] = P1::Bcast(tw[TwIndex(p, t, m, R, s)]);
             for (; q < q1; ++q)
-                Column<R, S, T, P1>([&](int k) __attribute__((always_inline)) { return P1::Load(xp + q + k * ks); },
-                                    [&](int t, P1 v) __attribute__((always_inline)) { v.Store(yp + q + t * s); }, w, twiddled,
-                                    scaled, scale);
+                Column<R, S, T, P1>(
+                    [&](int k) __attribute__((always_inline)) { return P1::Load(xp + q + k * ks); },
+                    [&](P1 *a) __attribute__((always_inline)) {
+                        bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { a[t].Store(yp + q + t * s); });
+                    },
+                    w, twiddled, scaled, scale);
         }
     }
 }
@@ -101,7 +127,7 @@ void StageGeneric(int r, const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const C
             for (int k = 0; k < r; ++k) a[k] = P1::Load(x + q + s * p + k * ks);
             bfly::Generic<T>(r, roots, a, out, sd, sd + kMaxGenericRadix / 2);
             if (m > 1) {
-                for (int t = 1; t < r; ++t) out[t] = Mul(out[t], P1::Bcast(tw[p * (r - 1) + t - 1]));
+                for (int t = 1; t < r; ++t) out[t] = Mul(out[t], P1::Bcast(tw[TwIndex(p, t - 1, m, r, s)]));
             } else if (scale != T(1)) {
                 for (int t = 0; t < r; ++t) out[t] = out[t] * scale;
             }
