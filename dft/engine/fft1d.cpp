@@ -321,14 +321,20 @@ int64_t Fft1D<T>::WorkElems() const {
 }
 
 template <class T>
+void Fft1D<T>::ExecInterleaved(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int64_t vb) const {
+    if constexpr (sizeof(T) == 8) kern_->exec_d(sp_, in, out, work, scale, 1, vb);
+    else kern_->exec_f(sp_, in, out, work, scale, 1, vb);
+}
+
+template <class T>
 void Fft1D<T>::Exec(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const {
     if (four_) {
         ExecFourStep(in, out, work, scale, nthreads);
         return;
     }
     if (!blue_) {
-        if constexpr (sizeof(T) == 8) kern_->exec_d(sp_, in, out, work, scale, nthreads);
-        else kern_->exec_f(sp_, in, out, work, scale, nthreads);
+        if constexpr (sizeof(T) == 8) kern_->exec_d(sp_, in, out, work, scale, nthreads, 1);
+        else kern_->exec_f(sp_, in, out, work, scale, nthreads, 1);
         return;
     }
     Cx<T> *a = work, *b = work + m_, *w = work + 2 * m_;
