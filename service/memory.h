@@ -61,8 +61,8 @@ struct PoolCensus {
 PoolCensus TakeCensus();
 
 // Releases every pool at unload: cached buffers not in use and their
-// records go back to the primitive, the thread-local slot is freed, and the
-// manager switches to direct blocks. Buffers still in use are released when
+// records go back to the primitive, every registry entry is marked
+// released, and the manager switches to direct blocks. Buffers still in use are released when
 // their owner frees them. No thread may be inside ServAlloc / ServFree
 // meanwhile. Runs from the library destructor on POSIX; the Windows entry
 // point calls it on process detach.
