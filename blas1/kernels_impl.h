@@ -114,6 +114,8 @@ inline T Magnitude(T v) {
 // wins and a NaN in x[0] (never exceeded) gives 1. The contiguous path
 // finds the maximum of a block with packed max first and looks for its
 // first position only when it beats m: the same answer as the plain walk.
+// (A NaN inside a block may hide that block's maximum; results with NaNs
+// past the first element are unspecified.)
 template <typename T>
 ORB_UNALIGNED_OK int32_t Iamax(const int32_t *np, const T *x, const int32_t *incxp) {
     using P = Packed<T>;
@@ -153,9 +155,15 @@ ORB_UNALIGNED_OK int32_t Iamax(const int32_t *np, const T *x, const int32_t *inc
             }
             T block_max = P::HorizontalMax(P::Max(P::Max(m0, m1), P::Max(m2, m3)));
             if (block_max > m) {
-                for (int64_t j = 0; j < len; ++j) {
-                    T v = Magnitude(b[j]);
-                    if (v > m) { m = v; k = i + j; }
+                // The walk would end on the first position of block_max.
+                const typename P::V target = P::Splat(block_max);
+                for (int64_t j = 0; j < len; j += L) {
+                    int mask = P::EqualMask(P::Abs(P::LoadAligned(b + j)), target);
+                    if (mask) {
+                        m = block_max;
+                        k = i + j + __builtin_ctz(unsigned(mask));
+                        break;
+                    }
                 }
             }
             i += len;

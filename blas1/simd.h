@@ -23,6 +23,7 @@ template <> struct Packed<double> {
     static V Mul(V a, V b) { return _mm256_mul_pd(a, b); }
     static V Max(V a, V b) { return _mm256_max_pd(a, b); }
     static V Abs(V a) { return _mm256_andnot_pd(_mm256_set1_pd(-0.0), a); }
+    static int EqualMask(V a, V b) { return _mm256_movemask_pd(_mm256_cmp_pd(a, b, _CMP_EQ_OQ)); }
     static double HorizontalMax(V v) {
         __m128d m = _mm_max_pd(_mm256_castpd256_pd128(v), _mm256_extractf128_pd(v, 1));
         return _mm_cvtsd_f64(_mm_max_sd(m, _mm_unpackhi_pd(m, m)));
@@ -38,6 +39,7 @@ template <> struct Packed<float> {
     static V Mul(V a, V b) { return _mm256_mul_ps(a, b); }
     static V Max(V a, V b) { return _mm256_max_ps(a, b); }
     static V Abs(V a) { return _mm256_andnot_ps(_mm256_set1_ps(-0.0f), a); }
+    static int EqualMask(V a, V b) { return _mm256_movemask_ps(_mm256_cmp_ps(a, b, _CMP_EQ_OQ)); }
     static float HorizontalMax(V v) {
         __m128 m = _mm_max_ps(_mm256_castps256_ps128(v), _mm256_extractf128_ps(v, 1));
         m = _mm_max_ps(m, _mm_movehl_ps(m, m));
@@ -55,6 +57,7 @@ template <> struct Packed<double> {
     static V Mul(V a, V b) { return _mm_mul_pd(a, b); }
     static V Max(V a, V b) { return _mm_max_pd(a, b); }
     static V Abs(V a) { return _mm_andnot_pd(_mm_set1_pd(-0.0), a); }
+    static int EqualMask(V a, V b) { return _mm_movemask_pd(_mm_cmpeq_pd(a, b)); }
     static double HorizontalMax(V v) { return _mm_cvtsd_f64(_mm_max_sd(v, _mm_unpackhi_pd(v, v))); }
 };
 template <> struct Packed<float> {
@@ -67,12 +70,15 @@ template <> struct Packed<float> {
     static V Mul(V a, V b) { return _mm_mul_ps(a, b); }
     static V Max(V a, V b) { return _mm_max_ps(a, b); }
     static V Abs(V a) { return _mm_andnot_ps(_mm_set1_ps(-0.0f), a); }
+    static int EqualMask(V a, V b) { return _mm_movemask_ps(_mm_cmpeq_ps(a, b)); }
     static float HorizontalMax(V v) {
         __m128 m = _mm_max_ps(v, _mm_movehl_ps(v, v));
         return _mm_cvtss_f32(_mm_max_ss(m, _mm_shuffle_ps(m, m, 1)));
     }
 };
 #endif
+
+// EqualMask: bit l set when lane l of a equals lane l of b (ordered).
 
 // Bytes of one packed vector, and elements from p to the next such boundary
 // (0 when p already sits on one).
