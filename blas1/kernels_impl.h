@@ -127,8 +127,36 @@ ORB_UNALIGNED_OK int32_t Iamax(const int32_t *np, const T *x, const int32_t *inc
     T m = Magnitude(x[0]);
     int64_t k = 0;
     if (inc != 1) {
-        const T *p = x + inc;
-        for (int64_t i = 1; i < n; ++i, p += inc) {
+        // Strided: four independent running maxima per block instead of one
+        // compare-and-branch chain, then the block's first maximum.
+        int64_t i = 1;
+        while (i + 4 <= n) {
+            const int64_t len = n - i < kBlock ? (n - i) / 4 * 4 : kBlock;
+            const T *b = x + i * inc;
+            T a0 = 0, a1 = 0, a2 = 0, a3 = 0;
+            for (int64_t j = 0; j < len; j += 4) {
+                T v0 = Magnitude(b[j * inc]), v1 = Magnitude(b[(j + 1) * inc]);
+                T v2 = Magnitude(b[(j + 2) * inc]), v3 = Magnitude(b[(j + 3) * inc]);
+                a0 = v0 > a0 ? v0 : a0;
+                a1 = v1 > a1 ? v1 : a1;
+                a2 = v2 > a2 ? v2 : a2;
+                a3 = v3 > a3 ? v3 : a3;
+            }
+            a0 = a1 > a0 ? a1 : a0;
+            a2 = a3 > a2 ? a3 : a2;
+            const T block_max = a2 > a0 ? a2 : a0;
+            if (block_max > m) {
+                for (int64_t j = 0; j < len; ++j) {
+                    if (Magnitude(b[j * inc]) == block_max) {
+                        m = block_max;
+                        k = i + j;
+                        break;
+                    }
+                }
+            }
+            i += len;
+        }
+        for (const T *p = x + i * inc; i < n; ++i, p += inc) {
             T v = Magnitude(*p);
             if (v > m) { m = v; k = i; }
         }

@@ -163,18 +163,22 @@ TEST(Blas1Kernels, IamaxSingle) { CheckIamax<float>(orb::blas1::IsamaxSlot()); }
 
 // Growing magnitudes make every block beat the running maximum; the
 // largest value placed in each possible block position tests the search.
+// Gaps between strided elements hold huge values that must not be seen.
 TEST(Blas1Kernels, IamaxMaximumEverywhere) {
     for (int level : kLevels) {
         auto kernel = orb::blas1::IdamaxSlot().ForLevel(level);
-        const int n = 1100, one = 1;
-        std::vector<double> x(n);
-        for (int i = 0; i < n; ++i) x[i] = i % 2 ? -double(i) : double(i);
-        ASSERT_EQ(kernel(&n, x.data(), &one), n);
-        for (int at = 0; at < n; at += 7) {
-            std::vector<double> y(n, 1.0);
-            y[at] = -5.0;
-            if (at + 3 < n) y[at + 3] = 5.0;  // equal magnitude later: the first wins
-            ASSERT_EQ(kernel(&n, y.data(), &one), at + 1) << "level " << level << " at " << at;
+        for (int inc : {1, 2, 3}) {
+            const int n = 1100;
+            std::vector<double> x(static_cast<size_t>(n * inc), 1e300);
+            for (int i = 0; i < n; ++i) x[size_t(i * inc)] = i % 2 ? -double(i) : double(i);
+            ASSERT_EQ(kernel(&n, x.data(), &inc), n) << "level " << level << " inc " << inc;
+            for (int at = 0; at < n; at += 7) {
+                std::vector<double> y(static_cast<size_t>(n * inc), 1e300);
+                for (int i = 0; i < n; ++i) y[size_t(i * inc)] = 1.0;
+                y[size_t(at * inc)] = -5.0;
+                if (at + 3 < n) y[size_t((at + 3) * inc)] = 5.0;  // equal magnitude later: the first wins
+                ASSERT_EQ(kernel(&n, y.data(), &inc), at + 1) << "level " << level << " at " << at << " inc " << inc;
+            }
         }
     }
 }
