@@ -12,7 +12,7 @@
 
 #define ORB_UNALIGNED_OK __attribute__((no_sanitize("alignment")))
 
-namespace orb::blas1 {
+namespace orb::blas1::ORB_KNS {
 
 // Start of a strided walk: a negative increment starts at the far end.
 template <typename T>
@@ -204,6 +204,6 @@ ORB_UNALIGNED_OK int32_t Iamax(const int32_t *np, const T *x, const int32_t *inc
     return int32_t(k + 1);
 }
 
-}  // namespace orb::blas1
+}  // namespace orb::blas1::ORB_KNS
 
 #endif

@@ -1,14 +1,16 @@
 // The packed-vector operations the BLAS-1 kernels need, for the width of
 // the level being compiled: 128-bit SSE below level 6, 256-bit AVX at
 // levels 6 and 7. Loads and stores named Aligned require a pointer aligned
-// to the full vector width.
+// to the full vector width. Everything lives in the level's own namespace:
+// each level's copy differs, and inline code shared by name would let the
+// linker keep one level's instructions for all.
 #ifndef ORB_BLAS1_SIMD_H
 #define ORB_BLAS1_SIMD_H
 
 #include <immintrin.h>
 #include <stdint.h>
 
-namespace orb::blas1 {
+namespace orb::blas1::ORB_KNS {
 
 template <typename T> struct Packed;
 
@@ -96,6 +98,6 @@ inline bool ElementAligned(const T *p) {
     return (reinterpret_cast<uintptr_t>(p) & (sizeof(T) - 1)) == 0;
 }
 
-}  // namespace orb::blas1
+}  // namespace orb::blas1::ORB_KNS
 
 #endif
