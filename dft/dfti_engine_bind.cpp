@@ -29,7 +29,15 @@ int32_t Make(const EngineProblem &p, EnginePlan **out) {
     return status == EngineNoMemory ? DftiStatusMemoryError : DftiStatusInconsistentConfiguration;
 }
 
-// Packed real formats: rank 1 only; the engine side is contiguous.
+// CCS with a unit stride and an even distance is the engine's own complex
+// layout (R0 I0 R1 I1 ... are h interleaved elements): no repacking.
+bool CcsIsComplex(const DftiDescriptor *d, int32_t stride, int32_t distance) {
+    return d->pack_format == DftiValuePack54 && stride == 1 &&
+           (d->work_count == 1 || distance % 2 == 0);
+}
+
+// Packed real formats, rank 1: the engine writes (forward) or reads
+// (backward) a contiguous conjugate-even scratch unless CCS maps directly.
 int32_t BindPacked(const DftiDescriptor *d, EngineProblem base, DftiPlanRecord *r) {
     const int64_t n = d->work_n, h = n / 2 + 1, T = d->work_count;
     DftiPackedSide side;
@@ -42,21 +50,31 @@ int32_t BindPacked(const DftiDescriptor *d, EngineProblem base, DftiPlanRecord *
     f.kind = EngineKind::R2C;
     f.sign = -1;
     f.scale = d->work_fscale;
-    f.dims[0] = {n, d->work_is, 1};
-    if (T > 1) f.howmany[0] = {T, d->work_idist, h};
-    r->packed_forward = side;
-    r->packed_forward.stride = d->work_os;
-    r->packed_forward.distance = d->work_odist;
+    if (CcsIsComplex(d, d->work_os, d->work_odist)) {
+        f.dims[0] = {n, d->work_is, 1};
+        if (T > 1) f.howmany[0] = {T, d->work_idist, d->work_odist / 2};
+    } else {
+        f.dims[0] = {n, d->work_is, 1};
+        if (T > 1) f.howmany[0] = {T, d->work_idist, h};
+        r->packed_forward = side;
+        r->packed_forward.stride = d->work_os;
+        r->packed_forward.distance = d->work_odist;
+    }
 
     EngineProblem b = base;
     b.kind = EngineKind::C2R;
     b.sign = +1;
     b.scale = d->work_bscale;
-    b.dims[0] = {n, 1, d->work_os};
-    if (T > 1) b.howmany[0] = {T, h, d->work_odist};
-    r->packed_backward = side;
-    r->packed_backward.stride = d->work_is;
-    r->packed_backward.distance = d->work_idist;
+    if (CcsIsComplex(d, d->work_is, d->work_idist)) {
+        b.dims[0] = {n, 1, d->work_os};
+        if (T > 1) b.howmany[0] = {T, d->work_idist / 2, d->work_odist};
+    } else {
+        b.dims[0] = {n, 1, d->work_os};
+        if (T > 1) b.howmany[0] = {T, h, d->work_odist};
+        r->packed_backward = side;
+        r->packed_backward.stride = d->work_is;
+        r->packed_backward.distance = d->work_idist;
+    }
 
     if (int32_t s = Make(f, &r->forward)) return s;
     return Make(b, &r->backward);

@@ -48,7 +48,10 @@ void RunReal(const RealCase &rc, bool is_double) {
     const int64_t ps = rc.packed_stride;
     // Distances: real side n (+1 pad), packed side its span (+1 pad). In
     // place both sides share a buffer, so both use the larger span in reals.
+    // An even packed distance lets unit-stride CCS batches map straight onto
+    // complex elements; stride 2 keeps the repacking path covered.
     int64_t real_dist = n + 1, ce_dist = (ce_elems - 1) * ps + 2;
+    ce_dist += ce_dist % 2;
     if (rc.in_place) {
         int64_t span = std::max(real_dist, ce_dist * ce_unit);
         real_dist = span;
