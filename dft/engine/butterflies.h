@@ -49,16 +49,18 @@ constexpr long double SinTurn(long long num, long long den) {
     return CosTurn(den - 4 * num, 4 * den);
 }
 
+#define ORB_BFLY_INLINE __attribute__((always_inline)) inline
+
 template <int N, class F>
-constexpr void StaticFor(F &&f) {
-    [&]<int... I>(std::integer_sequence<int, I...>) {
+ORB_BFLY_INLINE constexpr void StaticFor(F &&f) {
+    [&]<int... I>(std::integer_sequence<int, I...>) __attribute__((always_inline)) {
         (f(std::integral_constant<int, I>{}), ...);
     }(std::make_integer_sequence<int, N>{});
 }
 
 // x * exp(S * 2 pi i * t / R), trivial angles without multiplies.
 template <int R, int t, int S, class P, class T>
-inline P TwiddleConst(P x) {
+ORB_BFLY_INLINE P TwiddleConst(P x) {
     constexpr int tt = t % R;
     if constexpr (tt == 0) {
         return x;
@@ -83,7 +85,7 @@ inline P TwiddleConst(P x) {
 
 // In-place DFT of a[0..R-1] for R a power of two.
 template <int R, int S, class T, class P>
-inline void Pow2(P *a) {
+ORB_BFLY_INLINE void Pow2(P *a) {
     if constexpr (R == 2) {
         P t = a[0];
         a[0] = t + a[1];
@@ -91,13 +93,13 @@ inline void Pow2(P *a) {
     } else if constexpr (R > 2) {
         constexpr int H = R / 2;
         P e[H], o[H];
-        StaticFor<H>([&](auto k) {
+        StaticFor<H>([&](auto k) __attribute__((always_inline)) {
             e[k] = a[2 * k];
             o[k] = a[2 * k + 1];
         });
         Pow2<H, S, T>(e);
         Pow2<H, S, T>(o);
-        StaticFor<H>([&](auto t) {
+        StaticFor<H>([&](auto t) __attribute__((always_inline)) {
             P w = TwiddleConst<R, t, S, P, T>(o[t]);
             a[t] = e[t] + w;
             a[t + H] = e[t] - w;
@@ -107,21 +109,21 @@ inline void Pow2(P *a) {
 
 // In-place DFT of a[0..R-1] for small odd R.
 template <int R, int S, class T, class P>
-inline void Odd(P *a) {
+ORB_BFLY_INLINE void Odd(P *a) {
     constexpr int H = (R - 1) / 2;
     P s[H], d[H];
     P y0 = a[0];
-    StaticFor<H>([&](auto k) {
+    StaticFor<H>([&](auto k) __attribute__((always_inline)) {
         s[k] = a[k + 1] + a[R - 1 - k];
         d[k] = a[k + 1] - a[R - 1 - k];
         y0 = y0 + s[k];
     });
     P out[R];
     out[0] = y0;
-    StaticFor<H>([&](auto tm) {
+    StaticFor<H>([&](auto tm) __attribute__((always_inline)) {
         constexpr int t = tm + 1;
         P c = a[0], u{};
-        StaticFor<H>([&](auto km) {
+        StaticFor<H>([&](auto km) __attribute__((always_inline)) {
             constexpr int k = km + 1;
             constexpr T cc = T(CosTurn((long long)t * k, R));
             constexpr T ss = T(SinTurn((long long)t * k, R));
@@ -132,11 +134,11 @@ inline void Odd(P *a) {
         out[t] = c + iu;
         out[R - t] = c - iu;
     });
-    StaticFor<R>([&](auto k) { a[k] = out[k]; });
+    StaticFor<R>([&](auto k) __attribute__((always_inline)) { a[k] = out[k]; });
 }
 
 template <int R, int S, class T, class P>
-inline void Butterfly(P *a) {
+ORB_BFLY_INLINE void Butterfly(P *a) {
     if constexpr ((R & (R - 1)) == 0) Pow2<R, S, T>(a);
     else Odd<R, S, T>(a);
 }

@@ -21,17 +21,17 @@ struct Pack<T, 1> {
     static Pack Load(const Cx<T> *p) { return {p->re, p->im}; }
     static Pack Bcast(const Cx<T> &w) { return {w.re, w.im}; }
     void Store(Cx<T> *p) const { p->re = re, p->im = im; }
-    friend Pack operator+(Pack a, Pack b) { return {a.re + b.re, a.im + b.im}; }
-    friend Pack operator-(Pack a, Pack b) { return {a.re - b.re, a.im - b.im}; }
-    friend Pack operator*(Pack a, T k) { return {a.re * k, a.im * k}; }
+    __attribute__((always_inline)) friend Pack operator+(Pack a, Pack b) { return {a.re + b.re, a.im + b.im}; }
+    __attribute__((always_inline)) friend Pack operator-(Pack a, Pack b) { return {a.re - b.re, a.im - b.im}; }
+    __attribute__((always_inline)) friend Pack operator*(Pack a, T k) { return {a.re * k, a.im * k}; }
     // a * w (complex)
-    friend Pack Mul(Pack a, Pack w) {
+    __attribute__((always_inline)) friend Pack Mul(Pack a, Pack w) {
         return {a.re * w.re - a.im * w.im, a.re * w.im + a.im * w.re};
     }
     // a * i
-    friend Pack MulI(Pack a) { return {-a.im, a.re}; }
+    __attribute__((always_inline)) friend Pack MulI(Pack a) { return {-a.im, a.re}; }
     // a * (-i)
-    friend Pack MulNegI(Pack a) { return {a.im, -a.re}; }
+    __attribute__((always_inline)) friend Pack MulNegI(Pack a) { return {a.im, -a.re}; }
 };
 
 // ---- vector of L complex numbers ----
@@ -57,12 +57,15 @@ struct Pack {
         return r;
     }
     void Store(Cx<T> *p) const { memcpy(p, &v, sizeof(V)); }
+    // Two-lane packs only: {a0, b0} and {a1, b1} (a 2x2 transpose).
+    static Pack Lo(Pack a, Pack b) { return {__builtin_shufflevector(a.v, b.v, 0, 1, 4, 5)}; }
+    static Pack Hi(Pack a, Pack b) { return {__builtin_shufflevector(a.v, b.v, 2, 3, 6, 7)}; }
     void Scatter(Cx<T> *p, int64_t stride) const {
         for (int i = 0; i < L; ++i) memcpy(p + i * stride, reinterpret_cast<const T *>(&v) + 2 * i, sizeof(Cx<T>));
     }
-    friend Pack operator+(Pack a, Pack b) { return {a.v + b.v}; }
-    friend Pack operator-(Pack a, Pack b) { return {a.v - b.v}; }
-    friend Pack operator*(Pack a, T k) { return {a.v * k}; }
+    __attribute__((always_inline)) friend Pack operator+(Pack a, Pack b) { return {a.v + b.v}; }
+    __attribute__((always_inline)) friend Pack operator-(Pack a, Pack b) { return {a.v - b.v}; }
+    __attribute__((always_inline)) friend Pack operator*(Pack a, T k) { return {a.v * k}; }
 
     static V Swap(V a) {
         if constexpr (L == 1) return __builtin_shufflevector(a, a, 1, 0);
@@ -85,11 +88,11 @@ struct Pack {
         for (int i = 0; i < L; ++i) s[2 * i] = T(-1), s[2 * i + 1] = T(1);
         return s;
     }
-    friend Pack Mul(Pack a, Pack w) {
+    __attribute__((always_inline)) friend Pack Mul(Pack a, Pack w) {
         return {a.v * DupRe(w.v) + Swap(a.v) * DupIm(w.v) * AltSign()};
     }
-    friend Pack MulI(Pack a) { return {Swap(a.v) * AltSign()}; }
-    friend Pack MulNegI(Pack a) { return {-(Swap(a.v) * AltSign())}; }
+    __attribute__((always_inline)) friend Pack MulI(Pack a) { return {Swap(a.v) * AltSign()}; }
+    __attribute__((always_inline)) friend Pack MulNegI(Pack a) { return {-(Swap(a.v) * AltSign())}; }
 };
 
 // a * (S i): S = -1 forward, +1 backward.

@@ -8,6 +8,8 @@
 
 #include <omp.h>
 
+#include <atomic>
+
 #include "dft/engine/engine_internal.h"
 #include "dft/engine/engine_memory.h"
 #include "dft/engine/fft1d.h"
@@ -47,8 +49,15 @@ struct PlanT {
     RealFft1D<T> *r[8] = {};
     int64_t temp_elems = 0;  // complex scratch array for C2R with rank > 1
     int64_t row_elems = 0;   // per-thread row scratch (complex elements)
+    int team = 1;            // threads that run rows at once
+    // Workspace kept with the plan for large problems, lent to one Execute
+    // at a time (a concurrent caller allocates its own).
+    void *cache = nullptr;
+    int64_t cache_bytes = 0;
+    mutable std::atomic<bool> cache_busy{false};
 
     ~PlanT() {
+        MemFree(cache);
         for (int i = 0; i < 8; ++i) {
             if (c[i]) MemDelete(c[i]);
             if (r[i]) MemDelete(r[i]);
@@ -116,11 +125,11 @@ bool BuildPasses(PlanT<T> &pl) {
         if (p.kind == EngineKind::C2C) {
             pl.c[i] = Fft1D<T>::Create(p.n, sign, *pl.kern);
             if (!pl.c[i]) return false;
-            need = 3 * (p.n + 2) + pl.c[i]->WorkElems();
+            need = 2 * (p.n + 2) + pl.c[i]->WorkElems();
         } else {
             pl.r[i] = RealFft1D<T>::Create(p.n, sign, *pl.kern);
             if (!pl.r[i]) return false;
-            need = 3 * (p.n + 2) + pl.r[i]->WorkElems();
+            need = 2 * (p.n + 2) + pl.r[i]->WorkElems();
         }
         if (need > pl.row_elems) pl.row_elems = need;
     }
@@ -157,7 +166,7 @@ void RunRow(const PlanT<T> &pl, int pi, const Side &src, bool ssplit, int64_t so
     const Pass &p = pl.pass[pi];
     const int64_t n = p.n, h = n / 2 + 1;
     const T scale = p.scaled ? T(pl.pb.scale) : T(1);
-    Cx<T> *a = scratch, *b = scratch + (n + 2), *work = scratch + 3 * (n + 2);
+    Cx<T> *a = scratch, *b = scratch + (n + 2), *work = scratch + 2 * (n + 2);
     if (p.kind == EngineKind::C2C) {
         const Cx<T> *x;
         if (!ssplit && p.is == 1) {
@@ -203,61 +212,61 @@ void RunRow(const PlanT<T> &pl, int pi, const Side &src, bool ssplit, int64_t so
     }
 }
 
+// Rows of one pass shared over the team; out of line so that serial calls
+// never touch the OpenMP runtime.
 template <class T>
-int RunPass(const PlanT<T> &pl, int pi, const Side *bufs, const bool *split) {
+void RunRowRange(const PlanT<T> &pl, int pi, const Side *bufs, const bool *split, int64_t r0, int64_t r1,
+                 Cx<T> *scratch) {
     const Pass &p = pl.pass[pi];
-    int64_t rows = 1;
-    for (int k = 0; k < p.nloop; ++k) rows *= p.ln[k];
-    auto offsets = [&](int64_t row, int64_t *so, int64_t *doff) {
-        int64_t s = 0, d = 0;
+    for (int64_t row = r0; row < r1; ++row) {
+        int64_t so = 0, dof = 0, rest = row;
         for (int k = p.nloop - 1; k >= 0; --k) {
-            int64_t i = row % p.ln[k];
-            row /= p.ln[k];
-            s += i * p.lis[k], d += i * p.los[k];
+            int64_t i = rest % p.ln[k];
+            rest /= p.ln[k];
+            so += i * p.lis[k], dof += i * p.los[k];
         }
-        *so = s, *doff = d;
-    };
-    const Side &src = bufs[p.src], &dst = bufs[p.dst];
-    const bool ss = split[p.src], ds = split[p.dst];
-    const int nth = pl.pb.nthreads;
-    const int64_t row_bytes = pl.row_elems * int64_t(sizeof(Cx<T>));
-    if (nth <= 1 || (rows == 1 && p.n < kThreadedRowMin)) {
-        Cx<T> *scratch = static_cast<Cx<T> *>(MemRaw(row_bytes));
-        if (!scratch) return EngineNoMemory;
-        for (int64_t row = 0; row < rows; ++row) {
-            int64_t so, dof;
-            offsets(row, &so, &dof);
-            RunRow<T>(pl, pi, src, ss, so, dst, ds, dof, scratch, 1);
-        }
-        MemFree(scratch);
-        return EngineOk;
+        RunRow<T>(pl, pi, bufs[p.src], split[p.src], so, bufs[p.dst], split[p.dst], dof, scratch, 1);
     }
-    if (rows == 1) {
-        Cx<T> *scratch = static_cast<Cx<T> *>(MemRaw(row_bytes));
-        if (!scratch) return EngineNoMemory;
-        RunRow<T>(pl, pi, src, ss, 0, dst, ds, 0, scratch, nth);
-        MemFree(scratch);
-        return EngineOk;
-    }
-    int status = EngineOk;
-    const int team = int(rows < nth ? rows : nth);
+}
+
+template <class T>
+__attribute__((noinline)) void RunRowsParallel(const PlanT<T> &pl, int pi, const Side *bufs, const bool *split,
+                                               int64_t rows, Cx<T> *scratch) {
+    const int team = int(rows < pl.team ? rows : pl.team);
 #pragma omp parallel num_threads(team)
     {
-        Cx<T> *scratch = static_cast<Cx<T> *>(MemRaw(row_bytes));
-        if (!scratch) {
-#pragma omp atomic write
-            status = EngineNoMemory;
-        }
-#pragma omp for schedule(static)
-        for (int64_t row = 0; row < rows; ++row) {
-            if (!scratch) continue;
-            int64_t so, dof;
-            offsets(row, &so, &dof);
-            RunRow<T>(pl, pi, src, ss, so, dst, ds, dof, scratch, 1);
-        }
-        MemFree(scratch);
+        const int id = omp_get_thread_num(), nth = omp_get_num_threads();
+        RunRowRange<T>(pl, pi, bufs, split, rows * id / nth, rows * (id + 1) / nth, scratch + id * pl.row_elems);
     }
-    return status;
+}
+
+template <class T>
+int64_t PassRows(const Pass &p) {
+    int64_t rows = 1;
+    for (int k = 0; k < p.nloop; ++k) rows *= p.ln[k];
+    return rows;
+}
+
+// Runs pass `pi`; `scratch` holds pl.team row workspaces of row_elems each.
+template <class T>
+void RunPass(const PlanT<T> &pl, int pi, const Side *bufs, const bool *split, Cx<T> *scratch) {
+    const Pass &p = pl.pass[pi];
+    const int64_t rows = PassRows<T>(p);
+    const int nth = pl.pb.nthreads;
+    if (nth <= 1 || (rows == 1 && p.n < kThreadedRowMin)) {
+        RunRowRange<T>(pl, pi, bufs, split, 0, rows, scratch);
+        return;
+    }
+    if (rows == 1) {
+        RunRow<T>(pl, pi, bufs[p.src], split[p.src], 0, bufs[p.dst], split[p.dst], 0, scratch, nth);
+        return;
+    }
+    RunRowsParallel<T>(pl, pi, bufs, split, rows, scratch);
+}
+
+template <class T>
+int64_t WorkspaceBytes(const PlanT<T> &pl) {
+    return (pl.temp_elems + pl.team * pl.row_elems) * int64_t(sizeof(Cx<T>));
 }
 
 template <class T>
@@ -265,16 +274,29 @@ int Execute(const PlanT<T> &pl, const void *in_re, const void *in_im, void *out_
     Side bufs[3] = {{const_cast<void *>(in_re), const_cast<void *>(in_im)}, {out_re, out_im}, {nullptr, nullptr}};
     const bool cin = pl.pb.kind != EngineKind::R2C, cout = pl.pb.kind != EngineKind::C2R;
     bool split[3] = {cin && pl.pb.split_in, cout && pl.pb.split_out, false};
-    Cx<T> *temp = nullptr;
-    if (pl.temp_elems > 0) {
-        temp = MemArray<Cx<T>>(pl.temp_elems);
-        if (!temp) return EngineNoMemory;
-        bufs[kTemp].re = temp;
+    // Workspace: the stack for small problems, else the plan's own buffer
+    // when no other call holds it, else a fresh allocation.
+    const int64_t bytes = WorkspaceBytes(pl);
+    alignas(64) unsigned char local[16384];
+    void *heap = nullptr, *ws = nullptr;
+    bool borrowed = false;
+    if (bytes <= int64_t(sizeof(local))) {
+        ws = local;
+    } else {
+        bool expected = false;
+        if (pl.cache && pl.cache_busy.compare_exchange_strong(expected, true, std::memory_order_acquire)) {
+            ws = pl.cache, borrowed = true;
+        } else {
+            ws = heap = MemRaw(bytes);
+            if (!ws) return EngineNoMemory;
+        }
     }
-    int status = EngineOk;
-    for (int i = 0; i < pl.npass && status == EngineOk; ++i) status = RunPass<T>(pl, i, bufs, split);
-    MemFree(temp);
-    return status;
+    Cx<T> *temp = static_cast<Cx<T> *>(ws);
+    bufs[kTemp].re = temp;
+    for (int i = 0; i < pl.npass; ++i) RunPass<T>(pl, i, bufs, split, temp + pl.temp_elems);
+    if (borrowed) pl.cache_busy.store(false, std::memory_order_release);
+    MemFree(heap);
+    return EngineOk;
 }
 
 bool ValidProblem(const EngineProblem &pb) {
@@ -308,6 +330,11 @@ EnginePlan *Create(const EngineProblem &pb, int level, int *status) {
         *status = EngineNoMemory;
         return nullptr;
     }
+    // Rows of a pass run on up to nthreads threads, each with its own row
+    // workspace; a single long row uses one workspace.
+    pl->team = pb.nthreads;
+    pl->cache_bytes = WorkspaceBytes(*pl);
+    if (pl->cache_bytes > 16384) pl->cache = MemRaw(pl->cache_bytes);  // optional: Execute copes without
     plan->is_double = pb.is_double;
     plan->impl = pl;
     *status = EngineOk;

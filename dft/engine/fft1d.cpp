@@ -4,6 +4,7 @@
 #include "dft/engine/fft1d.h"
 
 #include <math.h>
+#include <omp.h>
 #include <string.h>
 
 #include <algorithm>
@@ -42,7 +43,7 @@ bool Factor(int64_t n, int *radix, int *count) {
     int e2 = 0;
     while (n % 2 == 0) n /= 2, ++e2;
     // Powers of two: radix 8 stages, the remainder as 16 or 4 or 2.
-    if (e2 % 3 == 1 && e2 >= 4) radix[k++] = 16, e2 -= 4;
+    if (e2 % 3 == 1 && e2 >= 4) radix[k++] = 4, radix[k++] = 4, e2 -= 4;
     if (e2 % 3 == 2) radix[k++] = 4, e2 -= 2;
     while (e2 >= 3) radix[k++] = 8, e2 -= 3;
     if (e2 == 1) radix[k++] = 2;
@@ -74,6 +75,62 @@ int64_t SmoothAtLeast(int64_t n) {
     return best;
 }
 
+// Powers of w_n = exp(sign 2 pi i / n). For n a multiple of 8 they come
+// from one table of the first octant (exact reflections give the rest), so
+// a plan costs n/8 sine/cosine evaluations; other n evaluate each power.
+class PowerTable {
+public:
+    bool Init(int64_t n, int sign) {
+        n_ = n, sign_ = sign;
+        if (n % 8 != 0) return true;
+        e_ = n / 8;
+        base_ = MemArray<Cx<long double>>(e_ + 1);
+        if (!base_) return false;
+        const long double pi = 3.141592653589793238462643383279502884L;
+        for (int64_t j = 0; j <= e_; ++j) {
+            long double sn, cs;
+            sincosl(2 * pi * (long double)j / (long double)n, &sn, &cs);
+            base_[j] = {cs, sn};
+        }
+        return true;
+    }
+    ~PowerTable() { MemFree(base_); }
+
+    template <class T>
+    Cx<T> Get(int64_t j) const {
+        j %= n_;
+        if (!base_) return Root<T>(sign_, j, n_);
+        // angle = q pi/4 + x (even q) or (q+1) pi/4 - y (odd q).
+        const int64_t q = j / e_, r = j % e_;
+        const Cx<long double> a = (q % 2 == 0) ? base_[r] : base_[e_ - r];
+        long double c, sn;
+        switch (q) {
+        case 0: c = a.re, sn = a.im; break;    // x
+        case 1: c = a.im, sn = a.re; break;    // pi/2 - y
+        case 2: c = -a.im, sn = a.re; break;   // pi/2 + x
+        case 3: c = -a.re, sn = a.im; break;   // pi - y
+        case 4: c = -a.re, sn = -a.im; break;  // pi + x
+        case 5: c = -a.im, sn = -a.re; break;  // 3pi/2 - y
+        case 6: c = a.im, sn = -a.re; break;   // 3pi/2 + x
+        default: c = a.re, sn = -a.im; break;  // 2pi - y
+        }
+        return {T(c), T(sign_ * sn)};
+    }
+
+private:
+    int64_t n_ = 1, e_ = 0;
+    int sign_ = -1;
+    Cx<long double> *base_ = nullptr;
+};
+
+// Lengths from which the four-step split beats the streaming stages (the
+// data no longer fits the second-level cache).
+constexpr int64_t kFourStepMin = int64_t(1) << 18;
+
+// Columns or rows handled together: 128 bytes of each.
+template <class T>
+constexpr int64_t kBlock = 128 / int64_t(2 * sizeof(T));
+
 }  // namespace
 
 template <class T>
@@ -84,7 +141,17 @@ Fft1D<T> *Fft1D<T>::Create(int64_t n, int sign, const StageKernels &kern) {
     f->sign_ = sign;
     f->kern_ = &kern;
     int radix[kMaxStages], count = 0;
-    bool ok = Factor(n, radix, &count) ? f->BuildStages() : f->BuildBluestein();
+    bool ok;
+    if (!Factor(n, radix, &count)) {
+        ok = f->BuildBluestein();
+    } else if (n >= kFourStepMin) {
+        int64_t n1 = 1;
+        for (int64_t d = 2; d * d <= n; ++d)
+            if (n % d == 0) n1 = d;
+        ok = n1 >= 16 ? f->BuildFourStep(n1) : f->BuildStages();
+    } else {
+        ok = f->BuildStages();
+    }
     if (!ok) {
         MemDelete(f);
         return nullptr;
@@ -113,51 +180,22 @@ bool Fft1D<T>::BuildStages() {
     }
     tw_ = MemArray<Cx<T>>(total > 0 ? total : 1);
     if (!tw_) return false;
-    // Every stage twiddle is a power of w_n; the powers come from one table
-    // of the first octant (exact symmetries give the rest), so planning
-    // costs n/8 sine/cosine evaluations.
-    const int64_t oct = n_ / 8 + 1;
-    Cx<long double> *base = MemArray<Cx<long double>>(oct + 1);
-    if (!base) return false;
-    const long double pi = 3.141592653589793238462643383279502884L;
-    for (int64_t j = 0; j <= oct && 8 * j <= n_; ++j) {
-        long double sn, cs;
-        sincosl(2 * pi * (long double)j / (long double)n_, &sn, &cs);
-        base[j] = {cs, sn};
-    }
-    auto power = [&](int64_t j) -> Cx<T> {
-        j %= n_;
-        if (n_ % 8 != 0) return Root<T>(sign_, j, n_);
-        const int64_t e = n_ / 8;
-        const int64_t q = j / e, r = j % e;  // octant and offset
-        // angle = q*pi/4 + 2 pi r/n; fold with exact reflections.
-        long double c, sn;
-        const Cx<long double> a = (q % 2 == 0) ? base[r] : base[e - r];
-        // Within odd octants the angle is measured back from the next
-        // multiple of pi/4: swap roles via cos(pi/4*(q+1) - x).
-        switch (q) {
-        case 0: c = a.re, sn = a.im; break;           // x
-        case 1: c = a.im, sn = a.re; break;           // pi/2 - y
-        case 2: c = -a.im, sn = a.re; break;          // pi/2 + x
-        case 3: c = -a.re, sn = a.im; break;          // pi - y
-        case 4: c = -a.re, sn = -a.im; break;         // pi + x
-        case 5: c = -a.im, sn = -a.re; break;         // 3pi/2 - y
-        case 6: c = a.im, sn = -a.re; break;          // 3pi/2 + x
-        default: c = a.re, sn = -a.im; break;         // 2pi - y
-        }
-        return {T(c), T(sign_ * sn)};
-    };
+    PowerTable power;
+    if (!power.Init(n_, sign_)) return false;
     for (int i = 0; i < count; ++i) {
         const StageInfo &st = sp_.st[i];
         const int r = st.radix;
         const int64_t step = n_ / (r * st.m);
         if (st.m > 1)
             for (int64_t p = 0; p < st.m; ++p)
-                for (int t = 1; t < r; ++t) tw_[st.tw + p * (r - 1) + t - 1] = power(p * t * step);
+                for (int t = 1; t < r; ++t) {
+                    // t-major for the first stage (s == 1), p-major after.
+                    const int64_t at = st.s == 1 ? (t - 1) * st.m + p : p * (r - 1) + t - 1;
+                    tw_[st.tw + at] = power.Get<T>(p * t * step);
+                }
         if (!HasFixedButterfly(r))
             for (int j = 0; j < r; ++j) tw_[st.rtab + j] = Root<T>(sign_, j, r);
     }
-    MemFree(base);
     sp_.tw = tw_;
     return true;
 }
@@ -197,22 +235,97 @@ bool Fft1D<T>::BuildBluestein() {
 }
 
 template <class T>
+bool Fft1D<T>::BuildFourStep(int64_t n1) {
+    four_ = true;
+    n1_ = n1, n2_ = n_ / n1;
+    f1_ = Create(n1_, sign_, *kern_);
+    f2_ = Create(n2_, sign_, *kern_);
+    tw4_ = MemArray<Cx<T>>(n_);
+    if (!f1_ || !f2_ || !tw4_) return false;
+    PowerTable power;
+    if (!power.Init(n_, sign_)) return false;
+    for (int64_t k1 = 0; k1 < n1_; ++k1)
+        for (int64_t j2 = 0; j2 < n2_; ++j2) tw4_[k1 * n2_ + j2] = power.Get<T>(j2 * k1);
+    return true;
+}
+
+template <class T>
+__attribute__((noinline)) void Fft1D<T>::ExecFourStep(const Cx<T> *in, Cx<T> *out, Cx<T> *tmp, T scale, int nthreads) const {
+    constexpr int64_t B = kBlock<T>;
+    const int64_t n1 = n1_, n2 = n2_;
+    const int64_t w1 = f1_->WorkElems(), w2 = f2_->WorkElems();
+    const int64_t per_thread = 2 * B * n1 + B * n2 + (w1 > w2 ? w1 : w2);
+    auto body = [&](int id, int nth) {
+        Cx<T> *buf = MemArray<Cx<T>>(per_thread);
+        if (!buf) return false;  // the caller's scratch check happens before
+        Cx<T> *cols = buf, *colf = buf + B * n1, *rows = buf + 2 * B * n1, *fw = rows + B * n2;
+        // Step 1: column blocks -> FFT over j1 -> twiddle -> tmp[k1 n2 + j2].
+        const int64_t nblk1 = (n2 + B - 1) / B;
+        for (int64_t blk = nblk1 * id / nth; blk < nblk1 * (id + 1) / nth; ++blk) {
+            const int64_t c0 = blk * B, nb = (n2 - c0 < B) ? n2 - c0 : B;
+            for (int64_t j1 = 0; j1 < n1; ++j1) {
+                const Cx<T> *src = in + j1 * n2 + c0;
+                for (int64_t b = 0; b < nb; ++b) cols[b * n1 + j1] = src[b];
+            }
+            for (int64_t b = 0; b < nb; ++b) f1_->Exec(cols + b * n1, colf + b * n1, fw, T(1), 1);
+            for (int64_t k1 = 0; k1 < n1; ++k1) {
+                Cx<T> *dst = tmp + k1 * n2 + c0;
+                const Cx<T> *w = tw4_ + k1 * n2 + c0;
+                for (int64_t b = 0; b < nb; ++b) {
+                    const Cx<T> a = colf[b * n1 + k1];
+                    dst[b] = {a.re * w[b].re - a.im * w[b].im, a.re * w[b].im + a.im * w[b].re};
+                }
+            }
+        }
+        if (nth > 1) {
+#pragma omp barrier
+        }
+        // Step 2: row blocks -> FFT over j2 -> out[k1 + n1 k2].
+        const int64_t nblk2 = (n1 + B - 1) / B;
+        for (int64_t blk = nblk2 * id / nth; blk < nblk2 * (id + 1) / nth; ++blk) {
+            const int64_t r0 = blk * B, nb = (n1 - r0 < B) ? n1 - r0 : B;
+            for (int64_t b = 0; b < nb; ++b) f2_->Exec(tmp + (r0 + b) * n2, rows + b * n2, fw, scale, 1);
+            for (int64_t k2 = 0; k2 < n2; ++k2) {
+                Cx<T> *dst = out + r0 + n1 * k2;
+                for (int64_t b = 0; b < nb; ++b) dst[b] = rows[b * n2 + k2];
+            }
+        }
+        MemFree(buf);
+        return true;
+    };
+    if (nthreads <= 1) {
+        body(0, 1);
+    } else {
+#pragma omp parallel num_threads(nthreads)
+        body(omp_get_thread_num(), omp_get_num_threads());
+    }
+}
+
+template <class T>
 Fft1D<T>::~Fft1D() {
     MemFree(tw_);
     MemFree(chirp_);
     MemFree(filter_);
     if (fwd_) MemDelete(fwd_);
     if (bwd_) MemDelete(bwd_);
+    if (f1_) MemDelete(f1_);
+    if (f2_) MemDelete(f2_);
+    MemFree(tw4_);
 }
 
 template <class T>
 int64_t Fft1D<T>::WorkElems() const {
+    if (four_) return n_;
     if (!blue_) return n_;
     return 2 * m_ + std::max(fwd_->WorkElems(), bwd_->WorkElems());
 }
 
 template <class T>
 void Fft1D<T>::Exec(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const {
+    if (four_) {
+        ExecFourStep(in, out, work, scale, nthreads);
+        return;
+    }
     if (!blue_) {
         if constexpr (sizeof(T) == 8) kern_->exec_d(sp_, in, out, work, scale, nthreads);
         else kern_->exec_f(sp_, in, out, work, scale, nthreads);

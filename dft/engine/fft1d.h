@@ -28,6 +28,8 @@ public:
 private:
     bool BuildStages();
     bool BuildBluestein();
+    bool BuildFourStep(int64_t n1);
+    void ExecFourStep(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
 
     int64_t n_ = 0;
     int sign_ = -1;
@@ -39,6 +41,13 @@ private:
     int64_t m_ = 0;
     Fft1D *fwd_ = nullptr, *bwd_ = nullptr;
     Cx<T> *chirp_ = nullptr, *filter_ = nullptr;
+    // Four-step for lengths beyond the caches: n = n1 * n2, column FFTs of
+    // length n1, twiddles w_n^(j2 k1) (table tw4_[k1 n2 + j2]), row FFTs of
+    // length n2, written transposed; columns and rows go in blocks.
+    bool four_ = false;
+    int64_t n1_ = 0, n2_ = 0;
+    Fft1D *f1_ = nullptr, *f2_ = nullptr;
+    Cx<T> *tw4_ = nullptr;
 };
 
 // Real transform of length n: R2C (sign -1) maps n reals to n/2+1 complex,

@@ -26,16 +26,23 @@ constexpr int kLanes = kVectorBytes / int(2 * sizeof(T));
 
 // One butterfly column: a[k] loaded, transformed, twiddled, stored.
 template <int R, int S, class T, class P, class LoadF, class StoreF>
-inline void Column(LoadF load, StoreF store, const P *w, bool twiddled, bool scaled, T scale) {
+__attribute__((always_inline)) inline void Column(LoadF load, StoreF store_all, const P *w, bool twiddled,
+                                                  bool scaled, T scale) {
     P a[R];
-    bfly::StaticFor<R>([&](auto k) { a[k] = load(k); });
+    bfly::StaticFor<R>([&](auto k) __attribute__((always_inline)) { a[k] = load(k); });
     bfly::Butterfly<R, S, T>(a);
     if (twiddled) {
-        bfly::StaticFor<R - 1>([&](auto t) { a[t + 1] = Mul(a[t + 1], w[t]); });
+        bfly::StaticFor<R - 1>([&](auto t) __attribute__((always_inline)) { a[t + 1] = Mul(a[t + 1], w[t]); });
     } else if (scaled) {
-        bfly::StaticFor<R>([&](auto t) { a[t] = a[t] * scale; });
+        bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { a[t] = a[t] * scale; });
     }
-    bfly::StaticFor<R>([&](auto t) { store(t, a[t]); });
+    store_all(a);
+}
+
+// Twiddle w^(p (t+1)) of a stage: t-major for the first stage (s == 1, read
+// as vectors over p), p-major for the others (broadcast per p).
+inline int64_t TwIndex(int64_t p, int t, int64_t m, int r, int64_t s) {
+    return s == 1 ? t * m + p : p * (r - 1) + t;
 }
 
 template <int R, int S, class T>
@@ -48,19 +55,32 @@ void StageFixed(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw,
     const bool scaled = !twiddled && scale != T(1);
     const int64_t ks = s * m;  // input distance between butterfly legs
     if constexpr (L > 1) {
-      if (s == 1 && p1 - p0 >= L) {
-        // Vector over p: legs contiguous in p, outputs interleaved by R.
-        int64_t p = p0;
-        for (; p + L <= p1; p += L) {
-            PV w[R > 1 ? R - 1 : 1];
-            if (twiddled)
-                for (int t = 0; t < R - 1; ++t) w[t] = PV::Gather(tw + p * (R - 1) + t, R - 1);
-            Column<R, S, T, PV>([&](int k) { return PV::Load(x + p + k * ks); },
-                                [&](int t, PV v) { v.Scatter(y + R * p + t, R); }, w, twiddled,
-                                scaled, scale);
+        if (s == 1 && p1 - p0 >= L) {
+            // Vector over p: legs and twiddles contiguous in p; outputs
+            // interleaved by R (pairs of lanes transposed when L == 2).
+            int64_t p = p0;
+            for (; p + L <= p1; p += L) {
+                PV w[R > 1 ? R - 1 : 1];
+                if (twiddled)
+                    for (int t = 0; t < R - 1; ++t) w[t] = PV::Load(tw + t * m + p);
+                Column<R, S, T, PV>(
+                    [&](int k) __attribute__((always_inline)) { return PV::Load(x + p + k * ks); },
+                    [&](PV *a) __attribute__((always_inline)) {
+                        Cx<T> *yp = y + R * p;
+                        if constexpr (L == 2) {
+                            bfly::StaticFor<R / 2>([&](auto h) __attribute__((always_inline)) {
+                                PV::Lo(a[2 * h], a[2 * h + 1]).Store(yp + 2 * h);
+                                PV::Hi(a[2 * h], a[2 * h + 1]).Store(yp + R + 2 * h);
+                            });
+                            if constexpr (R % 2 == 1) a[R - 1].Scatter(yp + R - 1, R);
+                        } else {
+                            bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { a[t].Scatter(yp + t, R); });
+                        }
+                    },
+                    w, twiddled, scaled, scale);
+            }
+            p0 = p;
         }
-        p0 = p;
-      }
     }
     for (int64_t p = p0; p < p1; ++p) {
         const Cx<T> *xp = x + s * p;
@@ -70,21 +90,27 @@ void StageFixed(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw,
             if (s >= L) {
                 PV w[R > 1 ? R - 1 : 1];
                 if (twiddled)
-                    for (int t = 0; t < R - 1; ++t) w[t] = PV::Bcast(tw[p * (R - 1) + t]);
+                    for (int t = 0; t < R - 1; ++t) w[t] = PV::Bcast(tw[TwIndex(p, t, m, R, s)]);
                 for (; q + L <= q1; q += L)
-                    Column<R, S, T, PV>([&](int k) { return PV::Load(xp + q + k * ks); },
-                                        [&](int t, PV v) { v.Store(yp + q + t * s); }, w, twiddled,
-                                        scaled, scale);
+                    Column<R, S, T, PV>(
+                        [&](int k) __attribute__((always_inline)) { return PV::Load(xp + q + k * ks); },
+                        [&](PV *a) __attribute__((always_inline)) {
+                            bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { a[t].Store(yp + q + t * s); });
+                        },
+                        w, twiddled, scaled, scale);
             }
         }
         if (q < q1) {
             P1 w[R > 1 ? R - 1 : 1];
             if (twiddled)
-                for (int t = 0; t < R - 1; ++t) w[t] = P1::Bcast(tw[p * (R - 1) + t]);
+                for (int t = 0; t < R - 1; ++t) w[t] = P1::Bcast(tw[TwIndex(p, t, m, R, s)]);
             for (; q < q1; ++q)
-                Column<R, S, T, P1>([&](int k) { return P1::Load(xp + q + k * ks); },
-                                    [&](int t, P1 v) { v.Store(yp + q + t * s); }, w, twiddled,
-                                    scaled, scale);
+                Column<R, S, T, P1>(
+                    [&](int k) __attribute__((always_inline)) { return P1::Load(xp + q + k * ks); },
+                    [&](P1 *a) __attribute__((always_inline)) {
+                        bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { a[t].Store(yp + q + t * s); });
+                    },
+                    w, twiddled, scaled, scale);
         }
     }
 }
@@ -101,7 +127,7 @@ void StageGeneric(int r, const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const C
             for (int k = 0; k < r; ++k) a[k] = P1::Load(x + q + s * p + k * ks);
             bfly::Generic<T>(r, roots, a, out, sd, sd + kMaxGenericRadix / 2);
             if (m > 1) {
-                for (int t = 1; t < r; ++t) out[t] = Mul(out[t], P1::Bcast(tw[p * (r - 1) + t - 1]));
+                for (int t = 1; t < r; ++t) out[t] = Mul(out[t], P1::Bcast(tw[TwIndex(p, t - 1, m, r, s)]));
             } else if (scale != T(1)) {
                 for (int t = 0; t < r; ++t) out[t] = out[t] * scale;
             }
@@ -152,6 +178,37 @@ void StageShare(const StageInfo &st, int id, int nth, int64_t *p0, int64_t *p1, 
 }
 
 template <int S, class T>
+void StagesSerial(const StagePlan<T> &pl, const Cx<T> *src, Cx<T> *dst, Cx<T> *out, Cx<T> *work, T scale) {
+    const int k = pl.nstages;
+    for (int i = 0; i < k; ++i) {
+        RunStage<S, T>(pl, i, src, dst, i == k - 1 ? scale : T(1), 0, pl.st[i].m, 0, pl.st[i].s);
+        src = dst;
+        dst = (dst == out) ? work : out;
+    }
+}
+
+// Kept out of line so that the serial path never touches the OpenMP runtime.
+template <int S, class T>
+__attribute__((noinline)) void StagesParallel(const StagePlan<T> &pl, const Cx<T> *src0, Cx<T> *dst0, Cx<T> *out,
+                                              Cx<T> *work, T scale, int nthreads) {
+    const int k = pl.nstages;
+#pragma omp parallel num_threads(nthreads)
+    {
+        const int id = omp_get_thread_num(), nth = omp_get_num_threads();
+        const Cx<T> *src = src0;
+        Cx<T> *dst = dst0;
+        for (int i = 0; i < k; ++i) {
+            int64_t p0, p1, q0, q1;
+            StageShare<T>(pl.st[i], id, nth, &p0, &p1, &q0, &q1);
+            RunStage<S, T>(pl, i, src, dst, i == k - 1 ? scale : T(1), p0, p1, q0, q1);
+#pragma omp barrier
+            src = dst;
+            dst = (dst == out) ? work : out;
+        }
+    }
+}
+
+template <int S, class T>
 void Exec(const StagePlan<T> &pl, const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) {
     const int k = pl.nstages;
     if (k == 0) {
@@ -165,26 +222,8 @@ void Exec(const StagePlan<T> &pl, const Cx<T> *in, Cx<T> *out, Cx<T> *work, T sc
         for (int64_t j = 0; j < pl.n; ++j) work[j] = in[j];
         src0 = work;
     }
-    auto body = [&](int id, int nth) {
-        const Cx<T> *src = src0;
-        Cx<T> *dst = dst0;
-        for (int i = 0; i < k; ++i) {
-            int64_t p0, p1, q0, q1;
-            StageShare<T>(pl.st[i], id, nth, &p0, &p1, &q0, &q1);
-            RunStage<S, T>(pl, i, src, dst, i == k - 1 ? scale : T(1), p0, p1, q0, q1);
-            if (nth > 1) {
-#pragma omp barrier
-            }
-            src = dst;
-            dst = (dst == out) ? work : out;
-        }
-    };
-    if (nthreads <= 1) {
-        body(0, 1);
-    } else {
-#pragma omp parallel num_threads(nthreads)
-        body(omp_get_thread_num(), omp_get_num_threads());
-    }
+    if (nthreads <= 1) StagesSerial<S, T>(pl, src0, dst0, out, work, scale);
+    else StagesParallel<S, T>(pl, src0, dst0, out, work, scale, nthreads);
 }
 
 template <class T>

@@ -17,7 +17,8 @@ struct Cx {
 struct StageInfo {
     int radix;
     int64_t m, s;
-    int64_t tw;    // offset of this stage's twiddles: w[p*(r-1) + t-1]
+    int64_t tw;    // offset of this stage's twiddles w^(p t): at [p*(r-1) + t-1],
+                   // or at [(t-1)*m + p] for the first stage (s == 1)
     int64_t rtab;  // generic radix only: offset of w_r^j, j < r
 };
 
