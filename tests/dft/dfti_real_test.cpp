@@ -229,3 +229,42 @@ TEST(DftiReal, MultiDimensionalCce) {
 }
 
 }  // namespace
+
+namespace {
+
+// Rank 2 in place, the usual padded layout: rows of 2(n/2+1) reals hold
+// n/2+1 complex elements after the forward transform.
+TEST(DftiReal, TwoDimensionalInPlacePadded) {
+    for (int32_t rows : {4, 5})
+        for (int32_t cols : {6, 7}) {
+            const int32_t h = cols / 2 + 1, lengths[2] = {rows, cols};
+            const int32_t rs[3] = {0, 2 * h, 1}, cs[3] = {0, h, 1};
+            DftiHandle d = nullptr;
+            ASSERT_EQ(DftiCreateDescriptor(&d, DftiValueDouble, DftiValueReal, 2, lengths), 0);
+            ASSERT_EQ(DftiSetValue(d, DftiParamLayout10, DftiValueLayout39), 0);
+            ASSERT_EQ(DftiSetValue(d, DftiParamInputStrides, rs), 0);
+            ASSERT_EQ(DftiSetValue(d, DftiParamOutputStrides, cs), 0);
+            ASSERT_EQ(DftiCommitDescriptor(d), 0);
+            std::vector<LCx> x = RandomComplex(int64_t(rows) * cols, 3);
+            std::vector<double> buf(size_t(rows) * 2 * h, -9.0);
+            for (int32_t r = 0; r < rows; ++r)
+                for (int32_t c = 0; c < cols; ++c) {
+                    x[r * cols + c] = LCx(x[r * cols + c].real(), 0);
+                    buf[r * 2 * h + c] = double(x[r * cols + c].real());
+                }
+            ASSERT_EQ(DftiComputeForward(d, buf.data()), 0);
+            std::vector<LCx> ref = x, got, want;
+            std::vector<int64_t> shape{rows, cols};
+            NaiveAxis(ref, shape, 0, -1);
+            NaiveAxis(ref, shape, 1, -1);
+            for (int32_t r = 0; r < rows; ++r)
+                for (int32_t k = 0; k < h; ++k) {
+                    want.push_back(ref[r * cols + k]);
+                    got.push_back(LCx(buf[2 * (r * h + k)], buf[2 * (r * h + k) + 1]));
+                }
+            EXPECT_LE(RelRms(got, want), Tolerance(true, rows * cols)) << rows << "x" << cols;
+            DftiFreeDescriptor(&d);
+        }
+}
+
+}  // namespace
