@@ -22,18 +22,35 @@ int64_t DftiPackedPosition(int32_t format, int64_t n, int64_t k, int part) {
 namespace {
 
 // Caller's packed array <-> contiguous complex scratch (h per transform).
+// Between the two ends every format stores R(k), I(k) at base + 2k,
+// base + 2k + 1; the ends (k = 0, and k = n/2 for even n) go through the
+// position table.
 template <typename T>
 void Repack(const DftiPackedSide &s, T *packed, T *scratch, bool to_packed) {
+    const int64_t n = s.n, last = (n - 1) / 2;  // last k with both parts stored
+    const int64_t base = DftiPackedPosition(s.format, n, 1, 0) - 2, st = s.stride;
     for (int64_t t = 0; t < s.count; ++t) {
         T *arr = packed + t * s.distance;
         T *z = scratch + 2 * t * s.h;
-        for (int64_t k = 0; k < s.h; ++k)
+        if (to_packed) {
+            for (int64_t k = 1; k <= last; ++k) {
+                arr[(base + 2 * k) * st] = z[2 * k];
+                arr[(base + 2 * k + 1) * st] = z[2 * k + 1];
+            }
+        } else {
+            for (int64_t k = 1; k <= last; ++k) {
+                z[2 * k] = arr[(base + 2 * k) * st];
+                z[2 * k + 1] = arr[(base + 2 * k + 1) * st];
+            }
+        }
+        const int64_t ends[2] = {0, n % 2 == 0 ? n / 2 : 0};
+        for (int e = 0; e < (ends[1] ? 2 : 1); ++e)
             for (int part = 0; part < 2; ++part) {
-                int64_t pos = DftiPackedPosition(s.format, s.n, k, part);
+                const int64_t k = ends[e], pos = DftiPackedPosition(s.format, n, k, part);
                 if (to_packed) {
-                    if (pos >= 0) arr[pos * s.stride] = z[2 * k + part];
+                    if (pos >= 0) arr[pos * st] = z[2 * k + part];
                 } else {
-                    z[2 * k + part] = pos >= 0 ? arr[pos * s.stride] : T(0);
+                    z[2 * k + part] = pos >= 0 ? arr[pos * st] : T(0);
                 }
             }
     }
@@ -47,12 +64,18 @@ char *Advance(void *p, int64_t elements, int64_t element_bytes) {
     return p ? static_cast<char *>(p) + elements * element_bytes : nullptr;
 }
 
+constexpr size_t kStackScratchBytes = 8192;
+
 template <typename T>
 int32_t RunPacked(const DftiPlanRecord *r, bool forward, const Pointers &p) {
     const DftiPackedSide &s = forward ? r->packed_forward : r->packed_backward;
     const uint64_t bytes = uint64_t(s.count) * uint64_t(s.h) * 2u * sizeof(T);
     if (bytes > 0xFFFFFFF0u) return DftiStatusMemoryError;
-    T *scratch = static_cast<T *>(ServAlloc(uint32_t(bytes), 64));
+    // Small problems stay on the stack: no allocator call per transform.
+    alignas(64) unsigned char local[kStackScratchBytes];
+    const bool on_stack = bytes <= sizeof local;
+    T *scratch = on_stack ? reinterpret_cast<T *>(local)
+                          : static_cast<T *>(ServAlloc(uint32_t(bytes), 64));
     if (!scratch) return DftiStatusMemoryError;
     int status;
     if (forward) {
@@ -62,7 +85,7 @@ int32_t RunPacked(const DftiPlanRecord *r, bool forward, const Pointers &p) {
         Repack(s, static_cast<T *>(p.in_re), scratch, false);
         status = EngineExecute(r->backward, scratch, nullptr, p.out_re, nullptr);
     }
-    ServFree(scratch);
+    if (!on_stack) ServFree(scratch);
     return status == EngineOk ? DftiStatusNoError
            : status == EngineNoMemory ? DftiStatusMemoryError
                                        : DftiStatusInternalError;
