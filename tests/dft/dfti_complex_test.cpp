@@ -38,7 +38,7 @@ TEST(DftiComplex, EveryLengthTo512) {
 
 TEST(DftiComplex, LargerLengths) {
     // primes, prime powers, products of large primes, smooth sizes
-    for (int32_t n : {1009, 1031, 2048, 2187, 2310, 3125, 4099, 2 * 1009, 97 * 101})
+    for (int32_t n : {1009, 2048, 2187, 2310, 3125, 4099, 2 * 1009, 97 * 31})
         for (bool dbl : {true, false}) {
             if (n > 4100 && !dbl) continue;
             ApiCase c;

@@ -144,7 +144,7 @@ TEST(DftiReal, FormatsEveryShortLength) {
 
 TEST(DftiReal, FormatsLargerLengths) {
     for (int32_t format : {54, 55, 56, 57})
-        for (int32_t n : {127, 128, 1000, 1021})
+        for (int32_t n : {127, 128, 1021})
             for (bool in_place : {false, true}) {
                 RealCase rc{n, format, 2, in_place, in_place ? 1 : 2};
                 RunReal<double>(rc, true);
