@@ -8,6 +8,7 @@
 
 #include <omp.h>
 
+#include <algorithm>
 #include <atomic>
 
 #include "dft/engine/engine_internal.h"
@@ -29,7 +30,11 @@ struct Pass {
     int64_t ln[kMaxLoops], lis[kMaxLoops], los[kMaxLoops];
     int src, dst;
     bool scaled;
+    int block = 1;  // columns transformed together (adjacent along the innermost loop)
 };
+
+// Adjacent columns gathered together by a column pass.
+constexpr int64_t kColumnBlock = 8;
 
 // A single row long enough to split its stages over threads.
 constexpr int64_t kThreadedRowMin = 1 << 14;
@@ -125,7 +130,17 @@ bool BuildPasses(PlanT<T> &pl) {
         if (p.kind == EngineKind::C2C) {
             pl.c[i] = Fft1D<T>::Create(p.n, sign, *pl.kern);
             if (!pl.c[i]) return false;
-            need = 2 * (p.n + 2) + pl.c[i]->WorkElems();
+            // Column passes: gather a few adjacent columns at once so that
+            // every cache line read serves several transforms.
+            Pass &pm = pl.pass[i];
+            if (pm.nloop > 0 && pm.n > 1 && (pm.is != 1 || pm.os != 1)) {
+                const int64_t nl = pm.ln[pm.nloop - 1], ls = pm.lis[pm.nloop - 1], lo = pm.los[pm.nloop - 1];
+                const int64_t ais = pm.is < 0 ? -pm.is : pm.is, aos = pm.os < 0 ? -pm.os : pm.os;
+                const int64_t als = ls < 0 ? -ls : ls, alo = lo < 0 ? -lo : lo;
+                if (nl > 1 && als < ais && alo < aos && pm.n <= (int64_t(1) << 16))
+                    pm.block = int(nl < kColumnBlock ? nl : kColumnBlock);
+            }
+            need = 2 * pm.block * (p.n + 2) + pl.c[i]->WorkElems();
         } else {
             pl.r[i] = RealFft1D<T>::Create(p.n, sign, *pl.kern);
             if (!pl.r[i]) return false;
@@ -212,20 +227,59 @@ void RunRow(const PlanT<T> &pl, int pi, const Side &src, bool ssplit, int64_t so
     }
 }
 
+// `nb` adjacent columns of a complex pass (neighbours along the innermost
+// loop): gathered row by row, transformed, scattered row by row.
+template <class T>
+void RunColumns(const PlanT<T> &pl, int pi, const Side &src, bool ssplit, int64_t soff, const Side &dst, bool dsplit,
+                int64_t doff, int64_t nb, Cx<T> *scratch) {
+    const Pass &p = pl.pass[pi];
+    const int64_t n = p.n, ls = p.lis[p.nloop - 1], lo = p.los[p.nloop - 1];
+    const T scale = p.scaled ? T(pl.pb.scale) : T(1);
+    Cx<T> *a = scratch, *b = scratch + p.block * (n + 2), *work = scratch + 2 * p.block * (n + 2);
+    const int64_t st = n + 2;
+    if (ssplit) {
+        const T *re = static_cast<const T *>(src.re) + soff, *im = static_cast<const T *>(src.im) + soff;
+        for (int64_t j = 0; j < n; ++j)
+            for (int64_t c = 0; c < nb; ++c) a[c * st + j] = {re[j * p.is + c * ls], im[j * p.is + c * ls]};
+    } else {
+        const Cx<T> *x = static_cast<const Cx<T> *>(src.re) + soff;
+        for (int64_t j = 0; j < n; ++j)
+            for (int64_t c = 0; c < nb; ++c) a[c * st + j] = x[j * p.is + c * ls];
+    }
+    for (int64_t c = 0; c < nb; ++c) pl.c[pi]->Exec(a + c * st, b + c * st, work, scale, 1);
+    if (dsplit) {
+        T *re = static_cast<T *>(dst.re) + doff, *im = static_cast<T *>(dst.im) + doff;
+        for (int64_t j = 0; j < n; ++j)
+            for (int64_t c = 0; c < nb; ++c) re[j * p.os + c * lo] = b[c * st + j].re, im[j * p.os + c * lo] = b[c * st + j].im;
+    } else {
+        Cx<T> *y = static_cast<Cx<T> *>(dst.re) + doff;
+        for (int64_t j = 0; j < n; ++j)
+            for (int64_t c = 0; c < nb; ++c) y[j * p.os + c * lo] = b[c * st + j];
+    }
+}
+
 // Rows of one pass shared over the team; out of line so that serial calls
 // never touch the OpenMP runtime.
 template <class T>
 void RunRowRange(const PlanT<T> &pl, int pi, const Side *bufs, const bool *split, int64_t r0, int64_t r1,
                  Cx<T> *scratch) {
     const Pass &p = pl.pass[pi];
-    for (int64_t row = r0; row < r1; ++row) {
+    const int64_t nl = p.nloop > 0 ? p.ln[p.nloop - 1] : 1;
+    for (int64_t row = r0; row < r1;) {
         int64_t so = 0, dof = 0, rest = row;
         for (int k = p.nloop - 1; k >= 0; --k) {
             int64_t i = rest % p.ln[k];
             rest /= p.ln[k];
             so += i * p.lis[k], dof += i * p.los[k];
         }
-        RunRow<T>(pl, pi, bufs[p.src], split[p.src], so, bufs[p.dst], split[p.dst], dof, scratch, 1);
+        int64_t nb = p.block;
+        if (nb > 1) {
+            nb = std::min(nb, nl - row % nl);
+            nb = std::min(nb, r1 - row);
+        }
+        if (nb > 1) RunColumns<T>(pl, pi, bufs[p.src], split[p.src], so, bufs[p.dst], split[p.dst], dof, nb, scratch);
+        else RunRow<T>(pl, pi, bufs[p.src], split[p.src], so, bufs[p.dst], split[p.dst], dof, scratch, 1);
+        row += nb > 1 ? nb : 1;
     }
 }
 
