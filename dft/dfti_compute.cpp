@@ -172,7 +172,7 @@ int32_t Compute(DftiHandle handle, bool forward, va_list ap) {
 
 extern "C" {
 
-__attribute__((visibility("default"))) int32_t DftiCommitDescriptor(DftiHandle handle) {
+DFTI_EXPORT int32_t DftiCommitDescriptor(DftiHandle handle) {
     using namespace orb::dft;
     auto *d = reinterpret_cast<DftiDescriptor *>(handle);
     if (!d) return DftiStatusBadDescriptor;
@@ -181,7 +181,7 @@ __attribute__((visibility("default"))) int32_t DftiCommitDescriptor(DftiHandle h
     return d->magic == DftiDescriptorMagic ? DftiStatusInternalError : DftiStatusBadDescriptor;
 }
 
-__attribute__((visibility("default"))) int32_t DftiComputeForward(DftiHandle handle, ...) {
+DFTI_EXPORT int32_t DftiComputeForward(DftiHandle handle, ...) {
     va_list ap;
     va_start(ap, handle);
     int32_t s = Compute(handle, true, ap);
@@ -189,7 +189,7 @@ __attribute__((visibility("default"))) int32_t DftiComputeForward(DftiHandle han
     return s;
 }
 
-__attribute__((visibility("default"))) int32_t DftiComputeBackward(DftiHandle handle, ...) {
+DFTI_EXPORT int32_t DftiComputeBackward(DftiHandle handle, ...) {
     va_list ap;
     va_start(ap, handle);
     int32_t s = Compute(handle, false, ap);

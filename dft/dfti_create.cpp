@@ -259,7 +259,7 @@ static DftiDescriptor **Internal(DftiHandle *h) { return h; }
 
 extern "C" {
 
-__attribute__((visibility("default"))) int32_t DftiCreateDescriptor(DftiHandle *handle,
+DFTI_EXPORT int32_t DftiCreateDescriptor(DftiHandle *handle,
                                                                     int32_t precision,
                                                                     int32_t domain,
                                                                     int32_t rank, ...) {
@@ -280,21 +280,21 @@ __attribute__((visibility("default"))) int32_t DftiCreateDescriptor(DftiHandle *
     return status;
 }
 
-__attribute__((visibility("default"))) int32_t DftiCreateDescriptor_d_1d(DftiHandle *handle,
+DFTI_EXPORT int32_t DftiCreateDescriptor_d_1d(DftiHandle *handle,
                                                                          int32_t domain,
                                                                          int32_t length) {
     return orb::dft::Create1d(Internal(handle), DftiValueDouble, domain, length);
 }
-__attribute__((visibility("default"))) int32_t DftiCreateDescriptor_s_1d(DftiHandle *handle,
+DFTI_EXPORT int32_t DftiCreateDescriptor_s_1d(DftiHandle *handle,
                                                                          int32_t domain,
                                                                          int32_t length) {
     return orb::dft::Create1d(Internal(handle), DftiValueSingle, domain, length);
 }
-__attribute__((visibility("default"))) int32_t DftiCreateDescriptor_d_md(
+DFTI_EXPORT int32_t DftiCreateDescriptor_d_md(
     DftiHandle *handle, int32_t domain, int32_t rank, const int32_t *lengths) {
     return orb::dft::CreateMd(Internal(handle), DftiValueDouble, domain, rank, lengths);
 }
-__attribute__((visibility("default"))) int32_t DftiCreateDescriptor_s_md(
+DFTI_EXPORT int32_t DftiCreateDescriptor_s_md(
     DftiHandle *handle, int32_t domain, int32_t rank, const int32_t *lengths) {
     return orb::dft::CreateMd(Internal(handle), DftiValueSingle, domain, rank, lengths);
 }

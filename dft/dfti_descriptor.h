@@ -8,6 +8,14 @@
 
 #include "include/orb_dfti.h"
 
+// Exported entry points: the version script / .def file choose what leaves
+// the library; this keeps them visible under -fvisibility=hidden too.
+#if defined(__GNUC__) || defined(__clang__)
+#define DFTI_EXPORT extern "C" __attribute__((visibility("default")))
+#else
+#define DFTI_EXPORT extern "C"
+#endif
+
 struct DftiDescriptor;
 
 namespace orb::dft {

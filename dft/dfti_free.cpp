@@ -17,7 +17,7 @@ int32_t DftiFreeOp(DftiDescriptor *d) {
 
 }  // namespace orb::dft
 
-extern "C" __attribute__((visibility("default"))) int32_t DftiFreeDescriptor(DftiHandle *handle) {
+DFTI_EXPORT int32_t DftiFreeDescriptor(DftiHandle *handle) {
     using namespace orb::dft;
     if (!handle) return DftiStatusInconsistentConfiguration;
     auto *d = reinterpret_cast<DftiDescriptor *>(*handle);

@@ -105,7 +105,7 @@ int32_t SetStrides(DftiDescriptor *d, int32_t parameter, const int32_t *user) {
 
 }  // namespace orb::dft
 
-extern "C" __attribute__((visibility("default"))) int32_t DftiSetValue(DftiHandle handle,
+DFTI_EXPORT int32_t DftiSetValue(DftiHandle handle,
                                                                       int32_t parameter, ...) {
     using namespace orb::dft;
     auto *d = reinterpret_cast<DftiDescriptor *>(handle);
