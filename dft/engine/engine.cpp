@@ -36,6 +36,9 @@ struct Pass {
 // Adjacent columns gathered together by a column pass.
 constexpr int64_t kColumnBlock = 8;
 
+// Rows up to this length run interleaved in blocks (vectorised across rows).
+constexpr int64_t kInterleaveMaxN = 4096;
+
 // A single row long enough to split its stages over threads.
 constexpr int64_t kThreadedRowMin = 1 << 14;
 
@@ -133,14 +136,18 @@ bool BuildPasses(PlanT<T> &pl) {
             // Column passes: gather a few adjacent columns at once so that
             // every cache line read serves several transforms.
             Pass &pm = pl.pass[i];
-            if (pm.nloop > 0 && pm.n > 1 && (pm.is != 1 || pm.os != 1)) {
+            if (pm.nloop > 0 && pm.n > 1 && pl.c[i]->Interleavable() && pm.n <= kInterleaveMaxN) {
+                // Short rows: several rows interleaved run as one vector
+                // transform.
+                pm.block = int(pm.ln[pm.nloop - 1] < kColumnBlock ? pm.ln[pm.nloop - 1] : kColumnBlock);
+            } else if (pm.nloop > 0 && pm.n > 1 && (pm.is != 1 || pm.os != 1)) {
                 const int64_t nl = pm.ln[pm.nloop - 1], ls = pm.lis[pm.nloop - 1], lo = pm.los[pm.nloop - 1];
                 const int64_t ais = pm.is < 0 ? -pm.is : pm.is, aos = pm.os < 0 ? -pm.os : pm.os;
                 const int64_t als = ls < 0 ? -ls : ls, alo = lo < 0 ? -lo : lo;
                 if (nl > 1 && als < ais && alo < aos && pm.n <= (int64_t(1) << 16))
                     pm.block = int(nl < kColumnBlock ? nl : kColumnBlock);
             }
-            need = 2 * pm.block * (p.n + 2) + pl.c[i]->WorkElems();
+            need = 2 * pm.block * (p.n + 2) + pm.block * pl.c[i]->WorkElems();
         } else {
             pl.r[i] = RealFft1D<T>::Create(p.n, sign, *pl.kern);
             if (!pl.r[i]) return false;
@@ -236,25 +243,33 @@ void RunColumns(const PlanT<T> &pl, int pi, const Side &src, bool ssplit, int64_
     const int64_t n = p.n, ls = p.lis[p.nloop - 1], lo = p.los[p.nloop - 1];
     const T scale = p.scaled ? T(pl.pb.scale) : T(1);
     Cx<T> *a = scratch, *b = scratch + p.block * (n + 2), *work = scratch + 2 * p.block * (n + 2);
-    const int64_t st = n + 2;
+    const Fft1D<T> *f = pl.c[pi];
+    // Element j of column c: at [j*nb + c] when interleaved, else [c*(n+2) + j].
+    const bool il = f->Interleavable();
+    const int64_t sj = il ? nb : 1, sc = il ? 1 : n + 2;
     if (ssplit) {
         const T *re = static_cast<const T *>(src.re) + soff, *im = static_cast<const T *>(src.im) + soff;
         for (int64_t j = 0; j < n; ++j)
-            for (int64_t c = 0; c < nb; ++c) a[c * st + j] = {re[j * p.is + c * ls], im[j * p.is + c * ls]};
+            for (int64_t c = 0; c < nb; ++c) a[j * sj + c * sc] = {re[j * p.is + c * ls], im[j * p.is + c * ls]};
     } else {
         const Cx<T> *x = static_cast<const Cx<T> *>(src.re) + soff;
         for (int64_t j = 0; j < n; ++j)
-            for (int64_t c = 0; c < nb; ++c) a[c * st + j] = x[j * p.is + c * ls];
+            for (int64_t c = 0; c < nb; ++c) a[j * sj + c * sc] = x[j * p.is + c * ls];
     }
-    for (int64_t c = 0; c < nb; ++c) pl.c[pi]->Exec(a + c * st, b + c * st, work, scale, 1);
+    if (il) {
+        f->ExecInterleaved(a, b, work, scale, nb);
+    } else {
+        for (int64_t c = 0; c < nb; ++c) f->Exec(a + c * sc, b + c * sc, work, scale, 1);
+    }
     if (dsplit) {
         T *re = static_cast<T *>(dst.re) + doff, *im = static_cast<T *>(dst.im) + doff;
         for (int64_t j = 0; j < n; ++j)
-            for (int64_t c = 0; c < nb; ++c) re[j * p.os + c * lo] = b[c * st + j].re, im[j * p.os + c * lo] = b[c * st + j].im;
+            for (int64_t c = 0; c < nb; ++c)
+                re[j * p.os + c * lo] = b[j * sj + c * sc].re, im[j * p.os + c * lo] = b[j * sj + c * sc].im;
     } else {
         Cx<T> *y = static_cast<Cx<T> *>(dst.re) + doff;
         for (int64_t j = 0; j < n; ++j)
-            for (int64_t c = 0; c < nb; ++c) y[j * p.os + c * lo] = b[c * st + j];
+            for (int64_t c = 0; c < nb; ++c) y[j * p.os + c * lo] = b[j * sj + c * sc];
     }
 }
 

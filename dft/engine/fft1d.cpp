@@ -24,11 +24,12 @@ Cx<T> Root(int sign, int64_t num, int64_t den) {
     const long double pi = 3.141592653589793238462643383279502884L;
     long double c, s;
     if (4 * num <= den) {
-        sincosl(2 * pi * (long double)num / (long double)den, &s, &c);
+        const long double a = 2 * pi * (long double)num / (long double)den;
+        c = cosl(a), s = sinl(a);
     } else {
         // angle = pi - b: cos = -cos b, sin = sin b
-        sincosl(2 * pi * (long double)(den - 2 * num) / (long double)(2 * den), &s, &c);
-        c = -c;
+        const long double b = 2 * pi * (long double)(den - 2 * num) / (long double)(2 * den);
+        c = -cosl(b), s = sinl(b);
     }
     if (flip) s = -s;
     return {T(c), T(sign * s)};
@@ -88,9 +89,8 @@ public:
         if (!base_) return false;
         const long double pi = 3.141592653589793238462643383279502884L;
         for (int64_t j = 0; j <= e_; ++j) {
-            long double sn, cs;
-            sincosl(2 * pi * (long double)j / (long double)n, &sn, &cs);
-            base_[j] = {cs, sn};
+            const long double a = 2 * pi * (long double)j / (long double)n;
+            base_[j] = {cosl(a), sinl(a)};
         }
         return true;
     }
@@ -209,10 +209,11 @@ bool Fft1D<T>::BuildBluestein() {
     chirp_ = MemArray<Cx<T>>(n_);
     filter_ = MemArray<Cx<T>>(m_);
     if (!fwd_ || !bwd_ || !chirp_ || !filter_) return false;
-    // j^2 mod 2n in integers keeps the chirp angle exact for large n.
-    for (int64_t j = 0; j < n_; ++j) {
-        int64_t j2 = (int64_t)((unsigned __int128)j * j % (unsigned __int128)(2 * n_));
-        chirp_[j] = Root<T>(sign_, j2, 2 * n_);
+    // j^2 mod 2n by exact integer steps ((j+1)^2 = j^2 + 2j + 1).
+    const int64_t n2 = 2 * n_;
+    for (int64_t j = 0, j2 = 0; j < n_; ++j) {
+        chirp_[j] = Root<T>(sign_, j2, n2);
+        j2 = (j2 + 2 * j + 1) % n2;
     }
     // The filter is transformed in double precision whatever T is.
     Fft1D<double> *dfwd = Fft1D<double>::Create(m_, -1, *kern_);
@@ -220,9 +221,8 @@ bool Fft1D<T>::BuildBluestein() {
     bool ok = dfwd && b;
     if (ok) {
         for (int64_t j = 0; j < m_; ++j) b[j] = {0.0, 0.0};
-        for (int64_t j = 0; j < n_; ++j) {
-            int64_t j2 = (int64_t)((unsigned __int128)j * j % (unsigned __int128)(2 * n_));
-            Cx<double> c = Root<double>(-sign_, j2, 2 * n_);
+        for (int64_t j = 0, j2 = 0; j < n_; j2 = (j2 + 2 * j + 1) % n2, ++j) {
+            Cx<double> c = Root<double>(-sign_, j2, n2);
             b[j] = c;
             if (j > 0) b[m_ - j] = c;
         }
@@ -321,14 +321,20 @@ int64_t Fft1D<T>::WorkElems() const {
 }
 
 template <class T>
+void Fft1D<T>::ExecInterleaved(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int64_t vb) const {
+    if constexpr (sizeof(T) == 8) kern_->exec_d(sp_, in, out, work, scale, 1, vb);
+    else kern_->exec_f(sp_, in, out, work, scale, 1, vb);
+}
+
+template <class T>
 void Fft1D<T>::Exec(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const {
     if (four_) {
         ExecFourStep(in, out, work, scale, nthreads);
         return;
     }
     if (!blue_) {
-        if constexpr (sizeof(T) == 8) kern_->exec_d(sp_, in, out, work, scale, nthreads);
-        else kern_->exec_f(sp_, in, out, work, scale, nthreads);
+        if constexpr (sizeof(T) == 8) kern_->exec_d(sp_, in, out, work, scale, nthreads, 1);
+        else kern_->exec_f(sp_, in, out, work, scale, nthreads, 1);
         return;
     }
     Cx<T> *a = work, *b = work + m_, *w = work + 2 * m_;

@@ -24,6 +24,11 @@ public:
     int64_t WorkElems() const;
     // out = scale * DFT(in); in may equal out.
     void Exec(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
+    // Whether ExecInterleaved is available (plain mixed-radix stages).
+    bool Interleavable() const { return !four_ && !blue_; }
+    // vb sequences interleaved element by element ([j*vb + c]); work holds
+    // n*vb elements.
+    void ExecInterleaved(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int64_t vb) const;
 
 private:
     bool BuildStages();

@@ -41,12 +41,12 @@ __attribute__((always_inline)) inline void Column(LoadF load, StoreF store_all, 
 
 // Twiddle w^(p (t+1)) of a stage: t-major for the first stage (s == 1, read
 // as vectors over p), p-major for the others (broadcast per p).
-inline int64_t TwIndex(int64_t p, int t, int64_t m, int r, int64_t s) {
-    return s == 1 ? t * m + p : p * (r - 1) + t;
+inline int64_t TwIndex(int64_t p, int t, int64_t m, int r, bool tmajor) {
+    return tmajor ? t * m + p : p * (r - 1) + t;
 }
 
 template <int R, int S, class T>
-void StageFixed(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw, T scale,
+void StageFixed(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw, bool tmajor, T scale,
                 int64_t p0, int64_t p1, int64_t q0, int64_t q1) {
     constexpr int L = kLanes<T>;
     using PV = Pack<T, L>;
@@ -90,7 +90,7 @@ void StageFixed(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw,
             if (s >= L) {
                 PV w[R > 1 ? R - 1 : 1];
                 if (twiddled)
-                    for (int t = 0; t < R - 1; ++t) w[t] = PV::Bcast(tw[TwIndex(p, t, m, R, s)]);
+                    for (int t = 0; t < R - 1; ++t) w[t] = PV::Bcast(tw[TwIndex(p, t, m, R, tmajor)]);
                 for (; q + L <= q1; q += L)
                     Column<R, S, T, PV>(
                         [&](int k) __attribute__((always_inline)) { return PV::Load(xp + q + k * ks); },
@@ -103,7 +103,7 @@ void StageFixed(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw,
         if (q < q1) {
             P1 w[R > 1 ? R - 1 : 1];
             if (twiddled)
-                for (int t = 0; t < R - 1; ++t) w[t] = P1::Bcast(tw[TwIndex(p, t, m, R, s)]);
+                for (int t = 0; t < R - 1; ++t) w[t] = P1::Bcast(tw[TwIndex(p, t, m, R, tmajor)]);
             for (; q < q1; ++q)
                 Column<R, S, T, P1>(
                     [&](int k) __attribute__((always_inline)) { return P1::Load(xp + q + k * ks); },
@@ -117,7 +117,7 @@ void StageFixed(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw,
 
 // Run-time odd radix r (scalar packs; these radices are rare).
 template <class T>
-void StageGeneric(int r, const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw,
+void StageGeneric(int r, const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw, bool tmajor,
                   const Cx<T> *roots, T scale, int64_t p0, int64_t p1, int64_t q0, int64_t q1) {
     using P1 = Pack<T, 1>;
     P1 a[kMaxGenericRadix], out[kMaxGenericRadix], sd[kMaxGenericRadix];
@@ -127,7 +127,7 @@ void StageGeneric(int r, const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const C
             for (int k = 0; k < r; ++k) a[k] = P1::Load(x + q + s * p + k * ks);
             bfly::Generic<T>(r, roots, a, out, sd, sd + kMaxGenericRadix / 2);
             if (m > 1) {
-                for (int t = 1; t < r; ++t) out[t] = Mul(out[t], P1::Bcast(tw[TwIndex(p, t - 1, m, r, s)]));
+                for (int t = 1; t < r; ++t) out[t] = Mul(out[t], P1::Bcast(tw[TwIndex(p, t - 1, m, r, tmajor)]));
             } else if (scale != T(1)) {
                 for (int t = 0; t < r; ++t) out[t] = out[t] * scale;
             }
@@ -137,13 +137,15 @@ void StageGeneric(int r, const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const C
 }
 
 template <int S, class T>
-void RunStage(const StagePlan<T> &pl, int i, const Cx<T> *x, Cx<T> *y, T scale, int64_t p0,
+void RunStage(const StagePlan<T> &pl, int i, int64_t vb, const Cx<T> *x, Cx<T> *y, T scale, int64_t p0,
               int64_t p1, int64_t q0, int64_t q1) {
     const StageInfo &st = pl.st[i];
     const Cx<T> *tw = pl.tw + st.tw;
+    const int64_t s = st.s * vb;
+    const bool tmajor = i == 0;
     switch (st.radix) {
 #define ORB_RADIX_CASE(R) \
-    case R: StageFixed<R, S, T>(x, y, st.m, st.s, tw, scale, p0, p1, q0, q1); break;
+    case R: StageFixed<R, S, T>(x, y, st.m, s, tw, tmajor, scale, p0, p1, q0, q1); break;
         ORB_RADIX_CASE(2)
         ORB_RADIX_CASE(3)
         ORB_RADIX_CASE(4)
@@ -155,33 +157,35 @@ void RunStage(const StagePlan<T> &pl, int i, const Cx<T> *x, Cx<T> *y, T scale, 
         ORB_RADIX_CASE(16)
 #undef ORB_RADIX_CASE
     default:
-        StageGeneric<T>(st.radix, x, y, st.m, st.s, tw, pl.tw + st.rtab, scale, p0, p1, q0, q1);
+        StageGeneric<T>(st.radix, x, y, st.m, s, tw, tmajor, pl.tw + st.rtab, scale, p0, p1, q0, q1);
     }
 }
 
 // Share of stage i for thread `id` of `nth`: split p when there are
 // enough butterfly groups, else split q in whole packs.
 template <class T>
-void StageShare(const StageInfo &st, int id, int nth, int64_t *p0, int64_t *p1, int64_t *q0,
+void StageShare(const StageInfo &st, int64_t vb, int id, int nth, int64_t *p0, int64_t *p1, int64_t *q0,
                 int64_t *q1) {
-    *p0 = 0, *p1 = st.m, *q0 = 0, *q1 = st.s;
+    const int64_t s = st.s * vb;
+    *p0 = 0, *p1 = st.m, *q0 = 0, *q1 = s;
     if (nth <= 1) return;
     if (st.m >= nth) {
         *p0 = st.m * id / nth;
         *p1 = st.m * (id + 1) / nth;
     } else {
         const int64_t L = kLanes<T>;
-        int64_t chunks = (st.s + L - 1) / L;
-        *q0 = std::min(st.s, chunks * id / nth * L);
-        *q1 = std::min(st.s, chunks * (id + 1) / nth * L);
+        int64_t chunks = (s + L - 1) / L;
+        *q0 = std::min(s, chunks * id / nth * L);
+        *q1 = std::min(s, chunks * (id + 1) / nth * L);
     }
 }
 
 template <int S, class T>
-void StagesSerial(const StagePlan<T> &pl, const Cx<T> *src, Cx<T> *dst, Cx<T> *out, Cx<T> *work, T scale) {
+void StagesSerial(const StagePlan<T> &pl, int64_t vb, const Cx<T> *src, Cx<T> *dst, Cx<T> *out, Cx<T> *work,
+                  T scale) {
     const int k = pl.nstages;
     for (int i = 0; i < k; ++i) {
-        RunStage<S, T>(pl, i, src, dst, i == k - 1 ? scale : T(1), 0, pl.st[i].m, 0, pl.st[i].s);
+        RunStage<S, T>(pl, i, vb, src, dst, i == k - 1 ? scale : T(1), 0, pl.st[i].m, 0, pl.st[i].s * vb);
         src = dst;
         dst = (dst == out) ? work : out;
     }
@@ -189,7 +193,7 @@ void StagesSerial(const StagePlan<T> &pl, const Cx<T> *src, Cx<T> *dst, Cx<T> *o
 
 // Kept out of line so that the serial path never touches the OpenMP runtime.
 template <int S, class T>
-__attribute__((noinline)) void StagesParallel(const StagePlan<T> &pl, const Cx<T> *src0, Cx<T> *dst0, Cx<T> *out,
+__attribute__((noinline)) void StagesParallel(const StagePlan<T> &pl, int64_t vb, const Cx<T> *src0, Cx<T> *dst0, Cx<T> *out,
                                               Cx<T> *work, T scale, int nthreads) {
     const int k = pl.nstages;
 #pragma omp parallel num_threads(nthreads)
@@ -199,8 +203,8 @@ __attribute__((noinline)) void StagesParallel(const StagePlan<T> &pl, const Cx<T
         Cx<T> *dst = dst0;
         for (int i = 0; i < k; ++i) {
             int64_t p0, p1, q0, q1;
-            StageShare<T>(pl.st[i], id, nth, &p0, &p1, &q0, &q1);
-            RunStage<S, T>(pl, i, src, dst, i == k - 1 ? scale : T(1), p0, p1, q0, q1);
+            StageShare<T>(pl.st[i], vb, id, nth, &p0, &p1, &q0, &q1);
+            RunStage<S, T>(pl, i, vb, src, dst, i == k - 1 ? scale : T(1), p0, p1, q0, q1);
 #pragma omp barrier
             src = dst;
             dst = (dst == out) ? work : out;
@@ -209,39 +213,41 @@ __attribute__((noinline)) void StagesParallel(const StagePlan<T> &pl, const Cx<T
 }
 
 template <int S, class T>
-void Exec(const StagePlan<T> &pl, const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) {
+void Exec(const StagePlan<T> &pl, const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads, int64_t vb) {
     const int k = pl.nstages;
+    const int64_t total = pl.n * vb;
     if (k == 0) {
-        for (int64_t j = 0; j < pl.n; ++j) out[j] = {in[j].re * scale, in[j].im * scale};
+        for (int64_t j = 0; j < total; ++j) out[j] = {in[j].re * scale, in[j].im * scale};
         return;
     }
     // Ping-pong so that the last stage writes `out`.
     Cx<T> *dst0 = (k % 2 == 1) ? out : work;
     const Cx<T> *src0 = in;
     if (src0 == dst0) {
-        for (int64_t j = 0; j < pl.n; ++j) work[j] = in[j];
+        for (int64_t j = 0; j < total; ++j) work[j] = in[j];
         src0 = work;
     }
-    if (nthreads <= 1) StagesSerial<S, T>(pl, src0, dst0, out, work, scale);
-    else StagesParallel<S, T>(pl, src0, dst0, out, work, scale, nthreads);
+    if (nthreads <= 1) StagesSerial<S, T>(pl, vb, src0, dst0, out, work, scale);
+    else StagesParallel<S, T>(pl, vb, src0, dst0, out, work, scale, nthreads);
 }
 
 template <class T>
-void ExecAny(const StagePlan<T> &pl, const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) {
-    if (pl.sign < 0) Exec<-1, T>(pl, in, out, work, scale, nthreads);
-    else Exec<1, T>(pl, in, out, work, scale, nthreads);
+void ExecAny(const StagePlan<T> &pl, const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads,
+             int64_t vb) {
+    if (pl.sign < 0) Exec<-1, T>(pl, in, out, work, scale, nthreads, vb);
+    else Exec<1, T>(pl, in, out, work, scale, nthreads, vb);
 }
 
 }  // namespace
 
 void ExecStagesD(const StagePlan<double> &pl, const Cx<double> *in, Cx<double> *out,
-                 Cx<double> *work, double scale, int nthreads) {
-    ExecAny<double>(pl, in, out, work, scale, nthreads);
+                 Cx<double> *work, double scale, int nthreads, int64_t vb) {
+    ExecAny<double>(pl, in, out, work, scale, nthreads, vb);
 }
 
 void ExecStagesF(const StagePlan<float> &pl, const Cx<float> *in, Cx<float> *out,
-                 Cx<float> *work, float scale, int nthreads) {
-    ExecAny<float>(pl, in, out, work, scale, nthreads);
+                 Cx<float> *work, float scale, int nthreads, int64_t vb) {
+    ExecAny<float>(pl, in, out, work, scale, nthreads, vb);
 }
 
 }  // namespace orb::dft::ORB_KNS

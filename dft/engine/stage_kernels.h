@@ -7,13 +7,15 @@
 #include "dft/engine/stage_plan.h"
 
 // Runs the stages of `pl` from `in` to `out` (which may equal `in`), using
-// `work` (n elements, distinct from both) for the ping-pong; multiplies the
-// result by `scale`; splits each stage over `nthreads` OpenMP threads.
+// `work` (n*vb elements, distinct from both) for the ping-pong; multiplies
+// the result by `scale`; splits each stage over `nthreads` OpenMP threads.
+// vb > 1 transforms vb interleaved sequences at once: element j of
+// sequence c at [j*vb + c] on both sides (the kernels vectorise across c).
 #define ORB_DFT_STAGE_DECLS                                                                 \
     void ExecStagesD(const StagePlan<double> &pl, const Cx<double> *in, Cx<double> *out,    \
-                     Cx<double> *work, double scale, int nthreads);                         \
+                     Cx<double> *work, double scale, int nthreads, int64_t vb);                         \
     void ExecStagesF(const StagePlan<float> &pl, const Cx<float> *in, Cx<float> *out,       \
-                     Cx<float> *work, float scale, int nthreads);
+                     Cx<float> *work, float scale, int nthreads, int64_t vb);
 
 #define ORB_DFT_KERNEL_LEVELS(X) X(sse2) X(avx) X(avx2)
 

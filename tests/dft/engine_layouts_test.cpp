@@ -77,6 +77,20 @@ std::vector<Case> LayoutCases() {
         add(Make(p + "threads_2d", K::C2C, dbl, 1, {32, 48}), [](Case &c) { c.nthreads = 3; });
         add(Make(p + "threads_c2r_3d", K::C2R, dbl, 1, {8, 6, 10}), [](Case &c) { c.nthreads = 2; });
     }
+    // The multi-row and column paths once more with the AVX and AVX2 kernels.
+    const size_t base = v.size();
+    for (size_t i = 0; i < base; ++i) {
+        const std::string &nm = v[i].name;
+        if (nm.find("batch") == std::string::npos && nm.find("2d") == std::string::npos &&
+            nm.find("3d") == std::string::npos)
+            continue;
+        for (int level : {6, 7}) {
+            Case c = v[i];
+            c.level = level;
+            c.name += level == 6 ? "_avx" : "_avx2";
+            v.push_back(c);
+        }
+    }
     return v;
 }
 
