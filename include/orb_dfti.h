@@ -38,8 +38,8 @@
  *   DftiParamUserThreadCount (26): how many caller threads may compute
  *       with one descriptor at once; above 1 the plan is single-threaded
  *       and safe to share                                         [int]
- *   DftiParamThreadLimit (27): at most this many threads per call (0: the
- *       library's Fourier-domain thread count)                    [int]
+ *   DftiParamThreadLimit (27): threads per call when not 0 (0: the
+ *       library's Fourier-domain thread count); negative: status 3  [int]
  *   Any integer-valued DftiSetValue (accepted or not) uncommits the
  *   descriptor; setting strides or a different scale drops the plan.
  *   Recognised values the library does not provide return
