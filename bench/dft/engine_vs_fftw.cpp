@@ -44,7 +44,7 @@ double Round(F f, int reps) {
     return (Now() - t0) / reps;
 }
 
-struct Spec {
+struct BenchCase {
     std::string name;
     EngineKind kind;
     bool dbl;
@@ -62,7 +62,7 @@ struct Fftw<double> {
     using Plan = fftw_plan;
     static void *Malloc(size_t b) { return fftw_malloc(b); }
     static void Free(void *p) { fftw_free(p); }
-    static Plan Make(const Spec &s, void *in, void *out, unsigned flags) {
+    static Plan Make(const BenchCase &s, void *in, void *out, unsigned flags) {
         const int rank = int(s.dims.size());
         int total = 1, ctotal = 1;
         for (int d : s.dims) total *= d;
@@ -89,7 +89,7 @@ struct Fftw<float> {
     using Plan = fftwf_plan;
     static void *Malloc(size_t b) { return fftwf_malloc(b); }
     static void Free(void *p) { fftwf_free(p); }
-    static Plan Make(const Spec &s, void *in, void *out, unsigned flags) {
+    static Plan Make(const BenchCase &s, void *in, void *out, unsigned flags) {
         const int rank = int(s.dims.size());
         int total = 1, ctotal;
         for (int d : s.dims) total *= d;
@@ -105,7 +105,7 @@ struct Fftw<float> {
 };
 
 template <class T>
-void RunCase(const Spec &s) {
+void RunCase(const BenchCase &s) {
     const int rank = int(s.dims.size());
     int64_t total = 1;
     for (int d : s.dims) total *= d;
@@ -210,8 +210,8 @@ void RunCase(const Spec &s) {
     Fftw<T>::Free(in), Fftw<T>::Free(out), Fftw<T>::Free(ref);
 }
 
-std::vector<Spec> Cases() {
-    std::vector<Spec> v;
+std::vector<BenchCase> Cases() {
+    std::vector<BenchCase> v;
     std::vector<int> lengths;
     for (int k = 1; k <= 22; ++k) lengths.push_back(1 << k);
     for (int n : {12, 60, 100, 1000, 1536, 10000, 100000, 1024 * 243, 1009, 4099, 65537}) lengths.push_back(n);
@@ -246,7 +246,7 @@ int main(int argc, char **argv) {
     fftw_set_timelimit(0.5);
     fftwf_set_timelimit(0.5);
     printf("CpuLevel %d; ratios are FFTW time / engine time (FFTW single-threaded)\n", ServGetCpuLevel());
-    for (const Spec &s : Cases()) {
+    for (const BenchCase &s : Cases()) {
         if (!strstr(s.name.c_str(), filter)) continue;
         if (s.dbl) RunCase<double>(s);
         else RunCase<float>(s);
