@@ -31,6 +31,7 @@ struct Pass {
     int src, dst;
     bool scaled;
     int block = 1;  // columns transformed together (adjacent along the innermost loop)
+    bool direct = false;  // complex rows read and written in place: no row buffers
 };
 
 // Adjacent columns gathered together by a column pass.
@@ -147,7 +148,10 @@ bool BuildPasses(PlanT<T> &pl) {
                 if (nl > 1 && als < ais && alo < aos && pm.n <= (int64_t(1) << 16))
                     pm.block = int(nl < kColumnBlock ? nl : kColumnBlock);
             }
-            need = 2 * pm.block * (p.n + 2) + pm.block * pl.c[i]->WorkElems();
+            const bool ssplit = (pm.src == kIn && pb.split_in) || (pm.src == kOut && pb.split_out);
+            const bool dsplit = pm.dst == kOut && pb.split_out;
+            pm.direct = pm.block == 1 && pm.is == 1 && pm.os == 1 && !ssplit && !dsplit;
+            need = pm.direct ? pl.c[i]->WorkElems() : 2 * pm.block * (p.n + 2) + pm.block * pl.c[i]->WorkElems();
         } else {
             pl.r[i] = RealFft1D<T>::Create(p.n, sign, *pl.kern);
             if (!pl.r[i]) return false;
@@ -188,7 +192,7 @@ void RunRow(const PlanT<T> &pl, int pi, const Side &src, bool ssplit, int64_t so
     const Pass &p = pl.pass[pi];
     const int64_t n = p.n, h = n / 2 + 1;
     const T scale = p.scaled ? T(pl.pb.scale) : T(1);
-    Cx<T> *a = scratch, *b = scratch + (n + 2), *work = scratch + 2 * (n + 2);
+    Cx<T> *a = scratch, *b = scratch + (n + 2), *work = p.direct ? scratch : scratch + 2 * (n + 2);
     if (p.kind == EngineKind::C2C) {
         const Cx<T> *x;
         if (!ssplit && p.is == 1) {
