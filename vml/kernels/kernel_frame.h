@@ -11,7 +11,10 @@
 
 #include "vml/vml_frame.h"
 
-namespace orb::vml {
+// Inside the level namespace: every level keeps its own copy of these
+// inline templates (one shared copy would run one level's code for all).
+namespace ORB_KNS {
+namespace vml {
 
 constexpr uint32_t kCsrMask = 0xE040;     // FTZ, DAZ, rounding control
 constexpr uint32_t kCsrFlushBits = 0x8040;
@@ -131,6 +134,7 @@ inline void DriveUnary(int32_t n, const T *a, R *y) {
     for (; i < n; ++i) y[i] = Op::Apply(a[i]);
 }
 
-}  // namespace orb::vml
+}  // namespace vml
+}  // namespace ORB_KNS
 
 #endif

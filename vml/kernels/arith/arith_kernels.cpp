@@ -12,14 +12,14 @@ namespace {
 
 template <class T, class Op>
 void Binary(int32_t n, const T *a, const T *b, T *y) {
-    orb::vml::ControlGuard guard;
+    vml::ControlGuard guard;
     if (n <= 0) return;
-    orb::vml::DriveBinary<T, Op>(n, a, b, y);
+    vml::DriveBinary<T, Op>(n, a, b, y);
 }
 template <class T, class Op> void Unary(int32_t n, const T *a, T *y) {
-    orb::vml::ControlGuard guard;
+    vml::ControlGuard guard;
     if (n <= 0) return;
-    orb::vml::DriveUnary<T, T, Op>(n, a, y);
+    vml::DriveUnary<T, T, Op>(n, a, y);
 }
 template <class T, class Op>
 void BinaryPlain(int32_t n, const T *a, const T *b, T *y) {
@@ -55,7 +55,7 @@ template <class T, class Op> void UnaryPlain(int32_t n, const T *a, T *y) {
     void dname##_plain(int32_t n, const double *a, double *y) {            \
         UnaryPlain<double, PlainOp>(n, a, y); }
 
-using namespace orb::vml;
+using namespace vml;
 VML_BIN(vsAdd, vdAdd, OpAdd, OpAdd)
 VML_BIN(vsSub, vdSub, OpSub, OpSub)
 VML_BIN(vsMul, vdMul, OpMul, OpMul)

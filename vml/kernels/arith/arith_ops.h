@@ -7,7 +7,10 @@
 
 #include "vml/vml_frame.h"
 
-namespace orb::vml {
+// Inside the level namespace: every level keeps its own copy of these
+// inline templates (one shared copy would run one level's code for all).
+namespace ORB_KNS {
+namespace vml {
 
 template <class T> struct FloatBits;
 template <> struct FloatBits<float> {
@@ -91,6 +94,7 @@ struct OpAbsPlain {
     }
 };
 
-}  // namespace orb::vml
+}  // namespace vml
+}  // namespace ORB_KNS
 
 #endif

@@ -8,7 +8,7 @@
 namespace ORB_KNS {
 namespace {
 
-using namespace orb::vml;
+using namespace vml;
 
 template <class C, class Op, bool Plain>
 void Binary(int32_t n, const C *a, const C *b, C *y) {

@@ -16,7 +16,10 @@
 #include "vml/kernels/arith/arith_ops.h"
 #include "vml/vml_frame.h"
 
-namespace orb::vml {
+// Inside the level namespace: every level keeps its own copy of these
+// inline templates (one shared copy would run one level's code for all).
+namespace ORB_KNS {
+namespace vml {
 
 // ---- double-double helpers ----
 struct DD { double hi, lo; };
@@ -226,6 +229,7 @@ template <class T> inline bool UsableNormal(T x) {
     return ax >= std::numeric_limits<T>::min() && ax <= std::numeric_limits<T>::max();
 }
 
-}  // namespace orb::vml
+}  // namespace vml
+}  // namespace ORB_KNS
 
 #endif
