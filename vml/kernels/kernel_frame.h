@@ -59,6 +59,9 @@ template <class T> inline int32_t PeelFor(const T *y) {
     return off == 0 ? 0 : int32_t((16u - off) / sizeof(T));
 }
 
+// Ops with a scalar repair pass for elements the fast formula gets wrong.
+template <class Op> constexpr bool kHasFix = requires { Op::kFixes; };
+
 // Drives a two-input elementwise body over n elements.
 //   Op::Apply(a, b) -> result (pure)
 //   Op::kReports: when true, Op::Flag(a, b) marks elements that
@@ -69,7 +72,10 @@ inline void DriveBinary(int32_t n, const T *a, const T *b, T *y) {
     constexpr int32_t B = int32_t(64 / sizeof(T));
     auto one = [&](int32_t i) {
         const T x = a[i], z = b[i];
-        y[i] = Op::Apply(x, z);
+        T r = Op::Apply(x, z);
+        if constexpr (kHasFix<Op>)
+            if (Op::Bad(x, z, r)) r = Op::Fix(x, z);
+        y[i] = r;
         if constexpr (Op::kReports)
             if (Op::Flag(x, z)) Op::Report(i, a, b, y);
     };
@@ -93,11 +99,17 @@ inline void DriveBinary(int32_t n, const T *a, const T *b, T *y) {
                 va[j] = a[i + j];
                 vb[j] = b[i + j];
             }
-            bool any = false;
-            for (int32_t j = 0; j < B; ++j) {
-                vy[j] = Op::Apply(va[j], vb[j]);
-                if constexpr (Op::kReports) any |= Op::Flag(va[j], vb[j]);
+            for (int32_t j = 0; j < B; ++j) vy[j] = Op::Apply(va[j], vb[j]);
+            if constexpr (kHasFix<Op>) {
+                int bad = 0;
+                for (int32_t j = 0; j < B; ++j) bad |= int(Op::Bad(va[j], vb[j], vy[j]));
+                if (bad)
+                    for (int32_t j = 0; j < B; ++j)
+                        if (Op::Bad(va[j], vb[j], vy[j])) vy[j] = Op::Fix(va[j], vb[j]);
             }
+            int any = 0;
+            if constexpr (Op::kReports)
+                for (int32_t j = 0; j < B; ++j) any |= int(Op::Flag(va[j], vb[j]));
             for (int32_t j = 0; j < B; ++j) y[i + j] = vy[j];
             if constexpr (Op::kReports) {
                 if (any) {

@@ -55,8 +55,8 @@ struct OpDiv {
     static constexpr bool kReports = true;
     template <class T> static T Apply(T a, T b) { return a / b; }
     template <class T> static bool Flag(T a, T b) {
-        return (b == T(0)) &
-               ((Bits(a) & FloatBits<T>::kExp) != FloatBits<T>::kExp);
+        // a - a is 0 exactly for finite a, NaN for infinities and NaNs.
+        return (b == T(0)) & (a - a == T(0));
     }
     template <class T>
     static void Report(int32_t i, const T *a, const T *b, T *y) {

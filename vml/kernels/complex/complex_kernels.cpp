@@ -13,7 +13,12 @@ using namespace vml;
 template <class C, class Op, bool Plain>
 void Binary(int32_t n, const C *a, const C *b, C *y) {
     if constexpr (Plain) {
-        for (int32_t i = 0; i < n; ++i) y[i] = Op::Apply(a[i], b[i]);
+        for (int32_t i = 0; i < n; ++i) {
+            C r = Op::Apply(a[i], b[i]);
+            if constexpr (kHasFix<Op>)
+                if (Op::Bad(a[i], b[i], r)) r = Op::Fix(a[i], b[i]);
+            y[i] = r;
+        }
     } else {
         ControlGuard guard;
         if (n > 0) DriveBinary<C, Op>(n, a, b, y);

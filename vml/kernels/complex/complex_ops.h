@@ -92,32 +92,51 @@ template <class R> R AbsRecover(R re, R im, R r) {
     return r;
 }
 
-// ---- operations; Conj selects a * conj(b) ----
+inline bool Finite(double x) { return x - x == 0.0; }
+inline bool Finite(float x) { return x - x == 0.0f; }
+template <class C> inline bool FiniteParts(const C &r) {
+    return (int(Finite(r.real)) & int(Finite(r.imag))) != 0;
+}
+
+// False when the smaller part of (p, q) would underflow once the pair is
+// scaled to put the larger part (biased exponent e) in [1, 2).
+inline bool KeepsSmallPart(double p, double q, int64_t e) {
+    const double small = std::fmin(std::fabs(p), std::fabs(q));
+    const int64_t es = int64_t((Bits(small) >> 52) & 0x7FF);
+    return (int(small == 0.0) | (int(es != 0) & int(e - es < 1000))) != 0;
+}
+
+// Each operation: Apply is the branch-free fast formula the loop
+// vectorizes; Bad marks elements whose fast result is not to be trusted;
+// Fix recomputes those (rare) in scalar code.
+
+// ---- products; Conj selects a * conj(b) ----
 template <bool Conj> struct OpCMul {
     static constexpr bool kReports = false;
+    static constexpr bool kFixes = true;
     static VmlComplex8 Apply(VmlComplex8 a, VmlComplex8 b) {
         const double ar = a.real, ai = a.imag, br = b.real;
         const double bi = Conj ? -double(b.imag) : double(b.imag);
-        const double x = ar * br - ai * bi, y = ar * bi + ai * br;
-        VmlComplex8 r{float(x), float(y)};
-        if (!(std::isfinite(r.real) && std::isfinite(r.imag))) {
-            const Cx<double> f = MulRecover(ar, ai, br, bi, x, y);
-            r = {float(f.re), float(f.im)};
-        }
-        return r;
+        return {float(ar * br - ai * bi), float(ar * bi + ai * br)};
+    }
+    static bool Bad(VmlComplex8, VmlComplex8, VmlComplex8 r) { return !FiniteParts(r); }
+    static VmlComplex8 Fix(VmlComplex8 a, VmlComplex8 b) {
+        const double ar = a.real, ai = a.imag, br = b.real;
+        const double bi = Conj ? -double(b.imag) : double(b.imag);
+        const Cx<double> f = MulRecover(ar, ai, br, bi, ar * br - ai * bi, ar * bi + ai * br);
+        return {float(f.re), float(f.im)};
     }
     static VmlComplex16 Apply(VmlComplex16 a, VmlComplex16 b) {
-        const double ar = a.real, ai = a.imag, br = b.real;
         const double bi = Conj ? -b.imag : b.imag;
-        double x = Round1(Dot2(ar, br, -ai, bi));
-        double y = Round1(Dot2(ar, bi, ai, br));
-        if (!(std::isfinite(x) && std::isfinite(y))) Slow(ar, ai, br, bi, &x, &y);
-        return {x, y};
+        return {Round1(Dot2(a.real, b.real, -a.imag, bi)),
+                Round1(Dot2(a.real, bi, a.imag, b.real))};
     }
+    static bool Bad(VmlComplex16, VmlComplex16, VmlComplex16 r) { return !FiniteParts(r); }
     // Overflowing intermediates with a representable result, and the
     // recoveries of infinite and NaN parts.
-    static void Slow(double ar, double ai, double br, double bi, double *x,
-                     double *y) {
+    static VmlComplex16 Fix(VmlComplex16 a, VmlComplex16 b) {
+        const double ar = a.real, ai = a.imag, br = b.real;
+        const double bi = Conj ? -b.imag : b.imag;
         if (std::isfinite(ar) && std::isfinite(ai) && std::isfinite(br) &&
             std::isfinite(bi)) {
             const int64_t ea = ExpOf(std::fmax(std::fabs(ar), std::fabs(ai)));
@@ -125,13 +144,10 @@ template <bool Conj> struct OpCMul {
             const double sa = Pow2(1023 - ea), sb = Pow2(1023 - eb);
             const double xr = Round1(Dot2(ar * sa, br * sb, -ai * sa, bi * sb));
             const double xi = Round1(Dot2(ar * sa, bi * sb, ai * sa, br * sb));
-            *x = Scale2(xr, ea + eb - 2046);
-            *y = Scale2(xi, ea + eb - 2046);
-            return;
+            return {Scale2(xr, ea + eb - 2046), Scale2(xi, ea + eb - 2046)};
         }
         const Cx<double> f = MulRecover(ar, ai, br, bi, ar * br - ai * bi, ar * bi + ai * br);
-        *x = f.re;
-        *y = f.im;
+        return {f.re, f.im};
     }
 };
 
@@ -142,63 +158,63 @@ struct OpCAdd {
     }
 };
 
-// False when the smaller part of (p, q) would underflow once the pair is
-// scaled to put the larger part (biased exponent e) in [1, 2).
-inline bool KeepsSmallPart(double p, double q, int64_t e) {
-    const double small = std::fmin(std::fabs(p), std::fabs(q));
-    const int64_t es = int64_t((Bits(small) >> 52) & 0x7FF);
-    return small == 0.0 || (es != 0 && e - es < 1000);
-}
-
 struct OpCDiv {
-    // Extended-exponent evaluation (x87 long double where it is wider than
-    // double), then the recoveries of infinite and NaN parts.
-    static void Wide(double ar, double ai, double br, double bi, double *x,
-                     double *y) {
-        using W = long double;
-        const W d = W(br) * br + W(bi) * bi;
-        const W nx = W(ar) * br + W(ai) * bi, ny = W(ai) * br - W(ar) * bi;
-        const Cx<double> f = DivRecover(ar, ai, br, bi, double(nx / d), double(ny / d));
-        *x = f.re;
-        *y = f.im;
-    }
     static constexpr bool kReports = false;
+    static constexpr bool kFixes = true;
     static VmlComplex8 Apply(VmlComplex8 a, VmlComplex8 b) {
         const double ar = a.real, ai = a.imag, br = b.real, bi = b.imag;
+        const double inv = 1.0 / (br * br + bi * bi);
+        // Exact products, one rounding each for numerator and denominator
+        // in double: well under half a float ulp before the final rounding.
+        return {float((ar * br + ai * bi) * inv), float((ai * br - ar * bi) * inv)};
+    }
+    static bool Bad(VmlComplex8, VmlComplex8, VmlComplex8 r) { return !FiniteParts(r); }
+    static VmlComplex8 Fix(VmlComplex8 a, VmlComplex8 b) {
+        const double ar = a.real, ai = a.imag, br = b.real, bi = b.imag;
         const double d = br * br + bi * bi;
-        const double x = (ar * br + ai * bi) / d, y = (ai * br - ar * bi) / d;
-        VmlComplex8 r{float(x), float(y)};
-        if (!(std::isfinite(r.real) && std::isfinite(r.imag))) {
-            const Cx<double> f = DivRecover(ar, ai, br, bi, x, y);
-            r = {float(f.re), float(f.im)};
-        }
-        return r;
+        const Cx<double> f = DivRecover(ar, ai, br, bi, (ar * br + ai * bi) / d,
+                                        (ai * br - ar * bi) / d);
+        return {float(f.re), float(f.im)};
+    }
+
+    // Fast path: both operands finite, divisor non-zero, and no part more
+    // than 2^1000 below its partner (it would vanish in the scaling).
+    static bool FastOk(VmlComplex16 a, VmlComplex16 b) {
+        const int64_t ea = ExpOf(std::fmax(std::fabs(a.real), std::fabs(a.imag)));
+        const int64_t eb = ExpOf(std::fmax(std::fabs(b.real), std::fabs(b.imag)));
+        return (int(ea != 2047) & int(eb != 2047) &
+                (int(b.real != 0.0) | int(b.imag != 0.0)) &
+                int(KeepsSmallPart(a.real, a.imag, ea)) &
+                int(KeepsSmallPart(b.real, b.imag, eb))) != 0;
     }
     static VmlComplex16 Apply(VmlComplex16 a, VmlComplex16 b) {
         const double ar = a.real, ai = a.imag, br = b.real, bi = b.imag;
         const int64_t ea = ExpOf(std::fmax(std::fabs(ar), std::fabs(ai)));
         const int64_t eb = ExpOf(std::fmax(std::fabs(br), std::fabs(bi)));
-        // A part more than 2^1000 below its partner would vanish in the
-        // scaling; such operands, zero divisors and specials take the
-        // extended-range path.
-        const bool fast = ea != 2047 && eb != 2047 && (br != 0.0 || bi != 0.0) &&
-                          KeepsSmallPart(ar, ai, ea) && KeepsSmallPart(br, bi, eb);
-        // Scaled operands: the larger part of each lies in [1, 2) (or is
-        // a scaled subnormal), so d in [1, 8) and nothing overflows.
-        const double sa = Pow2(1023 - (fast ? ea : 1023));
-        const double sb = Pow2(1023 - (fast ? eb : 1023));
+        // Scaled operands: the larger part of each lies in [1, 2) (or is a
+        // scaled subnormal), so d lies in [2^-104, 8) and nothing overflows.
+        const double sa = Pow2(1023 - ea), sb = Pow2(1023 - eb);
         const double xr = ar * sa, xi = ai * sa, yr = br * sb, yi = bi * sb;
         const DD d = Dot2(yr, yr, yi, yi);
         const DD nr = Dot2(xr, yr, xi, yi);
         const DD ni = Dot2(xi, yr, -xr, yi);
         // Quotient of double-doubles, one correction step.
-        const double qr0 = nr.hi / d.hi, qi0 = ni.hi / d.hi;
+        const double inv = 1.0 / d.hi;
+        const double qr0 = nr.hi * inv, qi0 = ni.hi * inv;
         const double rr = (std::fma(-qr0, d.hi, nr.hi) + nr.lo) - qr0 * d.lo;
         const double ri = (std::fma(-qi0, d.hi, ni.hi) + ni.lo) - qi0 * d.lo;
-        double x = Scale2(qr0 + rr / d.hi, ea - eb);
-        double y = Scale2(qi0 + ri / d.hi, ea - eb);
-        if (!fast) Wide(ar, ai, br, bi, &x, &y);
-        return {x, y};
+        return {Scale2(qr0 + rr * inv, ea - eb), Scale2(qi0 + ri * inv, ea - eb)};
+    }
+    static bool Bad(VmlComplex16 a, VmlComplex16 b, VmlComplex16) { return !FastOk(a, b); }
+    // Extended-exponent evaluation (x87 long double where it is wider than
+    // double), then the recoveries of infinite and NaN parts.
+    static VmlComplex16 Fix(VmlComplex16 a, VmlComplex16 b) {
+        using W = long double;
+        const double ar = a.real, ai = a.imag, br = b.real, bi = b.imag;
+        const W d = W(br) * br + W(bi) * bi;
+        const W nx = W(ar) * br + W(ai) * bi, ny = W(ai) * br - W(ar) * bi;
+        const Cx<double> f = DivRecover(ar, ai, br, bi, double(nx / d), double(ny / d));
+        return {f.re, f.im};
     }
 };
 
