@@ -61,6 +61,9 @@ template <class T> inline int32_t PeelFor(const T *y) {
 
 // Ops with a scalar repair pass for elements the fast formula gets wrong.
 template <class Op> constexpr bool kHasFix = requires { Op::kFixes; };
+// Complex ops that offer Parts(ar, ai, br, bi, &x, &y) on split real and
+// imaginary parts, which the compiler vectorizes across elements.
+template <class Op> constexpr bool kHasParts = requires { Op::kParts; };
 
 // Drives a two-input elementwise body over n elements.
 //   Op::Apply(a, b) -> result (pure)
@@ -69,7 +72,7 @@ template <class Op> constexpr bool kHasFix = requires { Op::kFixes; };
 // Inputs of a block are loaded before its stores, so y may equal a or b.
 template <class T, class Op>
 inline void DriveBinary(int32_t n, const T *a, const T *b, T *y) {
-    constexpr int32_t B = int32_t(64 / sizeof(T));
+    constexpr int32_t B = int32_t(64 / sizeof(T)) < 8 ? 8 : int32_t(64 / sizeof(T));
     auto one = [&](int32_t i) {
         const T x = a[i], z = b[i];
         T r = Op::Apply(x, z);
@@ -99,7 +102,21 @@ inline void DriveBinary(int32_t n, const T *a, const T *b, T *y) {
                 va[j] = a[i + j];
                 vb[j] = b[i + j];
             }
-            for (int32_t j = 0; j < B; ++j) vy[j] = Op::Apply(va[j], vb[j]);
+            if constexpr (kHasParts<Op>) {
+                using R = decltype(a->real);
+                R ar[B], ai[B], br[B], bi[B], xr[B], xi[B];
+                for (int32_t j = 0; j < B; ++j) {
+                    ar[j] = va[j].real;
+                    ai[j] = va[j].imag;
+                    br[j] = vb[j].real;
+                    bi[j] = vb[j].imag;
+                }
+                for (int32_t j = 0; j < B; ++j)
+                    Op::Parts(ar[j], ai[j], br[j], bi[j], &xr[j], &xi[j]);
+                for (int32_t j = 0; j < B; ++j) vy[j] = {xr[j], xi[j]};
+            } else {
+                for (int32_t j = 0; j < B; ++j) vy[j] = Op::Apply(va[j], vb[j]);
+            }
             if constexpr (kHasFix<Op>) {
                 int bad = 0;
                 for (int32_t j = 0; j < B; ++j) bad |= int(Op::Bad(va[j], vb[j], vy[j]));

@@ -114,10 +114,21 @@ inline bool KeepsSmallPart(double p, double q, int64_t e) {
 template <bool Conj> struct OpCMul {
     static constexpr bool kReports = false;
     static constexpr bool kFixes = true;
+    static constexpr bool kParts = true;
+    static void Parts(float ar, float ai, float br, float bi, float *x, float *y) {
+        const double dbi = Conj ? -double(bi) : double(bi);
+        *x = float(double(ar) * br - double(ai) * dbi);
+        *y = float(double(ar) * dbi + double(ai) * br);
+    }
+    static void Parts(double ar, double ai, double br, double bi, double *x, double *y) {
+        if (Conj) bi = -bi;
+        *x = Round1(Dot2(ar, br, -ai, bi));
+        *y = Round1(Dot2(ar, bi, ai, br));
+    }
     static VmlComplex8 Apply(VmlComplex8 a, VmlComplex8 b) {
-        const double ar = a.real, ai = a.imag, br = b.real;
-        const double bi = Conj ? -double(b.imag) : double(b.imag);
-        return {float(ar * br - ai * bi), float(ar * bi + ai * br)};
+        VmlComplex8 r;
+        Parts(a.real, a.imag, b.real, b.imag, &r.real, &r.imag);
+        return r;
     }
     static bool Bad(VmlComplex8, VmlComplex8, VmlComplex8 r) { return !FiniteParts(r); }
     static VmlComplex8 Fix(VmlComplex8 a, VmlComplex8 b) {
@@ -127,9 +138,9 @@ template <bool Conj> struct OpCMul {
         return {float(f.re), float(f.im)};
     }
     static VmlComplex16 Apply(VmlComplex16 a, VmlComplex16 b) {
-        const double bi = Conj ? -b.imag : b.imag;
-        return {Round1(Dot2(a.real, b.real, -a.imag, bi)),
-                Round1(Dot2(a.real, bi, a.imag, b.real))};
+        VmlComplex16 r;
+        Parts(a.real, a.imag, b.real, b.imag, &r.real, &r.imag);
+        return r;
     }
     static bool Bad(VmlComplex16, VmlComplex16, VmlComplex16 r) { return !FiniteParts(r); }
     // Overflowing intermediates with a representable result, and the
@@ -161,12 +172,19 @@ struct OpCAdd {
 struct OpCDiv {
     static constexpr bool kReports = false;
     static constexpr bool kFixes = true;
-    static VmlComplex8 Apply(VmlComplex8 a, VmlComplex8 b) {
-        const double ar = a.real, ai = a.imag, br = b.real, bi = b.imag;
+    static constexpr bool kParts = true;
+    static void Parts(float far, float fai, float fbr, float fbi, float *x, float *y) {
+        const double ar = far, ai = fai, br = fbr, bi = fbi;
         const double inv = 1.0 / (br * br + bi * bi);
         // Exact products, one rounding each for numerator and denominator
         // in double: well under half a float ulp before the final rounding.
-        return {float((ar * br + ai * bi) * inv), float((ai * br - ar * bi) * inv)};
+        *x = float((ar * br + ai * bi) * inv);
+        *y = float((ai * br - ar * bi) * inv);
+    }
+    static VmlComplex8 Apply(VmlComplex8 a, VmlComplex8 b) {
+        VmlComplex8 r;
+        Parts(a.real, a.imag, b.real, b.imag, &r.real, &r.imag);
+        return r;
     }
     static bool Bad(VmlComplex8, VmlComplex8, VmlComplex8 r) { return !FiniteParts(r); }
     static VmlComplex8 Fix(VmlComplex8 a, VmlComplex8 b) {
@@ -188,7 +206,11 @@ struct OpCDiv {
                 int(KeepsSmallPart(b.real, b.imag, eb))) != 0;
     }
     static VmlComplex16 Apply(VmlComplex16 a, VmlComplex16 b) {
-        const double ar = a.real, ai = a.imag, br = b.real, bi = b.imag;
+        VmlComplex16 r;
+        Parts(a.real, a.imag, b.real, b.imag, &r.real, &r.imag);
+        return r;
+    }
+    static void Parts(double ar, double ai, double br, double bi, double *x, double *y) {
         const int64_t ea = ExpOf(std::fmax(std::fabs(ar), std::fabs(ai)));
         const int64_t eb = ExpOf(std::fmax(std::fabs(br), std::fabs(bi)));
         // Scaled operands: the larger part of each lies in [1, 2) (or is a
@@ -203,7 +225,8 @@ struct OpCDiv {
         const double qr0 = nr.hi * inv, qi0 = ni.hi * inv;
         const double rr = (std::fma(-qr0, d.hi, nr.hi) + nr.lo) - qr0 * d.lo;
         const double ri = (std::fma(-qi0, d.hi, ni.hi) + ni.lo) - qi0 * d.lo;
-        return {Scale2(qr0 + rr * inv, ea - eb), Scale2(qi0 + ri * inv, ea - eb)};
+        *x = Scale2(qr0 + rr * inv, ea - eb);
+        *y = Scale2(qi0 + ri * inv, ea - eb);
     }
     static bool Bad(VmlComplex16 a, VmlComplex16 b, VmlComplex16) { return !FastOk(a, b); }
     // Extended-exponent evaluation (x87 long double where it is wider than
