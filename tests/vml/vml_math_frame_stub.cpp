@@ -9,8 +9,8 @@ uint32_t g_math_mode = 0x1A02;
 
 extern "C" {
 uint32_t ServVmlGetMode(void) { return g_math_mode; }
-void ServVmlReportError_s(int32_t code, int32_t i, const float *, const float *, float *,
+void ServVmlReportErrorS(int32_t code, int32_t i, const float *, const float *, float *,
                           float *, const char *) { g_math_reports.push_back({code, i}); }
-void ServVmlReportError_d(int32_t code, int32_t i, const double *, const double *, double *,
+void ServVmlReportErrorD(int32_t code, int32_t i, const double *, const double *, double *,
                           double *, const char *) { g_math_reports.push_back({code, i}); }
 }
