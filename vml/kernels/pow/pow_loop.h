@@ -42,7 +42,7 @@ inline void powx_loop(int32_t n, const T *a, T b, T *y, const char *name) {
         for (int l = 0; l < rem; ++l) {
             int code = 0;
             if (special[l])
-                y[i + l] = static_cast<T>(pow_special(a[i + l], pe, bd, &code));
+                y[i + l] = static_cast<T>(pow_special(va[l], pe, bd, &code));
             else if (o.report[l])
                 code = 1;
             else if (over[l])
