@@ -61,6 +61,34 @@ template <int W> inline VD<W> atan2_main(VD<W> y, VD<W> x) {
     return xor_sign<W>(r, sign_bits<W>(y));
 }
 
+
+/* Single precision, computed in double: the quotient of two widened floats
+ * never overflows or underflows and a few double roundings stay far below
+ * half a float ulp. */
+template <int W> inline VD<W> atan2_single(VD<W> y, VD<W> x) {
+    static const double p[11] = {
+        -0.3333333333333333, 0.1999999999999552, -0.14285714284666542,
+        0.11111111015256361, -0.09090904578123903, 0.07692183190826087,
+        -0.06664511447381948, 0.0585814891280221, -0.0508544973794026,
+        0.03923165829558719, -0.01917688711906226};
+    VD<W> ay = vabs<W>(y), ax = vabs<W>(x);
+    VI<W> swap = (VI<W>)(ay > ax);
+    VD<W> num = select<W>(swap, ax, ay), den = select<W>(swap, ay, ax);
+    VD<W> t = num / den;
+    VI<W> red = (VI<W>)(t > 0.41421356237309503);
+    VD<W> u = select<W>(red, (num - den) / (num + den), t);
+    VD<W> z = u * u;
+    VD<W> at = u + u * z * horner<W>(z, p);
+    VD<W> c = select<W>(red, splat<W>(0.7853981633974483), VD<W>{});
+    VD<W> s = splat<W>(1.0);
+    c = select<W>(swap, 1.5707963267948966 - c, c);
+    s = select<W>(swap, -s, s);
+    VI<W> xneg = (VI<W>)(sign_bits<W>(x) != 0);
+    c = select<W>(xneg, 3.141592653589793 - c, c);
+    s = select<W>(xneg, -s, s);
+    return xor_sign<W>(c + s * at, sign_bits<W>(y));
+}
+
 /* C99 atan2 for the lanes the core leaves out: a NaN, an infinity or both
  * operands zero. */
 inline double atan2_special(double y, double x) {

@@ -15,7 +15,8 @@ inline void atan2_loop(int32_t n, const T *a, const T *b, T *y) {
         VD<W> va = load_part<W, T>(a + i, rem), vb = load_part<W, T>(b + i, rem);
         VI<W> special = atan2_special_lanes<W>(va, vb);
         const VD<W> one = splat<W>(1.0);
-        VD<W> r = atan2_main<W>(select<W>(special, one, va), select<W>(special, one, vb));
+        VD<W> ya = select<W>(special, one, va), xb = select<W>(special, one, vb);
+        VD<W> r = sizeof(T) == 4 ? atan2_single<W>(ya, xb) : atan2_main<W>(ya, xb);
         if (__builtin_expect(any<W>(special), 0)) {
             for (int l = 0; l < W; ++l)
                 if (special[l]) r[l] = atan2_special(va[l], vb[l]);

@@ -34,8 +34,7 @@ template <int W> inline DD<W> log_dd(VD<W> ax) {
     VI<W> off = ib - 0x3FE6A09E667F3BCDLL;      /* bits of sqrt(1/2) */
     VI<W> e = off >> 52;
     VD<W> m = from_bits<W>(ib - (e << 52));
-    VD<W> ef = __builtin_convertvector(e, VD<W>) -
-               select<W>(tiny, splat<W>(54.0), splat<W>(0.0));
+    VD<W> ef = to_double<W>(e) - select<W>(tiny, splat<W>(54.0), splat<W>(0.0));
     DD<W> num = {m - 1.0, VD<W>{}};
     DD<W> den = two_sum<W>(m, splat<W>(1.0));
     DD<W> s = div<W>(num, den);
@@ -77,6 +76,35 @@ template <int W> inline VD<W> exp_dd(DD<W> y) {
     return res * pow2<W>(k1) * pow2<W>(k - k1);
 }
 
+
+/* Single precision: every float operand and every finite non-zero float
+ * result keep |b log a| below 104, so plain double arithmetic (relative
+ * error near 2^-50 in the exponent) leaves only the final rounding. */
+template <int W> inline VD<W> pow_single(VD<W> ax, double b) {
+    static const double q[9] = {
+        0.4, 0.28571428571428564, 0.22222222222228424, 0.18181818179658246,
+        0.15384615760977463, 0.13333296549572363, 0.11766812466114947,
+        0.10456341945425285, 0.10762291418628644};
+    static const double p[8] = {
+        0.5, 0.16666666666666666, 0.04166666666666668, 0.008333333333333333,
+        0.0013888888888879082, 0.00019841269841263304, 2.480158733642132e-05,
+        2.755731924720479e-06};
+    VI<W> ib = bits<W>(ax);   /* widened floats: never subnormal */
+    VI<W> off = ib - 0x3FE6A09E667F3BCDLL;
+    VI<W> e = off >> 52;
+    VD<W> m = from_bits<W>(ib - (e << 52));
+    VD<W> s = (m - 1.0) / (m + 1.0);
+    VD<W> z = s * s;
+    VD<W> lm = 2.0 * s + s * z * (0.6666666666666666 + z * horner<W>(z, q));
+    VD<W> y = b * fma<W>(to_double<W>(e), splat<W>(0.6931471805599453), lm);
+    y = __builtin_elementwise_max(__builtin_elementwise_min(y, splat<W>(710.0)), splat<W>(-746.0));
+    VD<W> k = round_int<W>(y * 1.4426950408889634);
+    VD<W> r = (y - k * kLn2Hi) - k * kLn2Lo;
+    VD<W> er = 1.0 + (r + r * r * horner<W>(r, p));
+    VD<W> k1 = round_int<W>(k * 0.5);
+    return er * pow2<W>(k1) * pow2<W>(k - k1);
+}
+
 /* Properties of the scalar exponent, computed once per kernel call. */
 struct PowExponent {
     double b;        /* exponent used in the core (clamped to +-2^100) */
@@ -106,10 +134,13 @@ inline PowExponent pow_exponent(double b) {
 
 /* |a|^b with the sign rule of negative bases; finite non-zero a and regular
  * b. Lanes with a < 0 and b not an integer come out NaN and are flagged. */
-template <int W> inline Out<W> pow_main(VD<W> a, const PowExponent &pe) {
+template <int W, bool Single> inline Out<W> pow_main(VD<W> a, const PowExponent &pe) {
     VD<W> ax = vabs<W>(a);
-    DD<W> y = mul<W>(log_dd<W>(ax), splat<W>(pe.b));
-    VD<W> r = exp_dd<W>(y);
+    VD<W> r;
+    if constexpr (Single)
+        r = pow_single<W>(ax, pe.b);
+    else
+        r = exp_dd<W>(mul<W>(log_dd<W>(ax), splat<W>(pe.b)));
     VI<W> neg = (VI<W>)(a < 0.0);
     if (pe.odd) r = xor_sign<W>(r, neg & INT64_MIN);
     if (!pe.integer) {

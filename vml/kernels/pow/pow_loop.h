@@ -35,7 +35,7 @@ inline void powx_loop(int32_t n, const T *a, T b, T *y, const char *name) {
         int rem = n - i < W ? n - i : W;
         VD<W> va = load_part<W, T>(a + i, rem);
         VI<W> special = (VI<W>)(va == 0.0) | ~(VI<W>)(vabs<W>(va) < kInf);
-        Out<W> o = pow_main<W>(select<W>(special, splat<W>(1.0), va), pe);
+        Out<W> o = pow_main<W, sizeof(T) == 4>(select<W>(special, splat<W>(1.0), va), pe);
         VI<W> over = (VI<W>)(vabs<W>(o.r) >= inf_from);
         store_part<W, T>(y + i, o.r, rem);
         if (__builtin_expect(!any<W>(special | o.report | over), 1)) continue;

@@ -82,6 +82,12 @@ template <int W> inline VD<W> round_int(VD<W> v) {
     return (v + magic) - magic;
 }
 
+/* Integer lanes (|v| < 2^51) to double without a 64-bit conversion. */
+template <int W> inline VD<W> to_double(VI<W> v) {
+    const VD<W> magic = splat<W>(6755399441055744.0);
+    return from_bits<W>(v + bits<W>(magic)) - magic;
+}
+
 /* 2^k for integer-valued k in [-1022, 1023]. */
 template <int W> inline VD<W> pow2(VD<W> k) {
     const VD<W> magic = splat<W>(6755399441055744.0);
