@@ -13,7 +13,8 @@ struct MathReport {
     double arg1, arg2, res1;
     std::string name;
 };
-extern thread_local std::vector<MathReport> g_math_reports;
+// Reports from every thread (the team members of a threaded call too).
+extern std::vector<MathReport> g_math_reports;
 
 // Installs the recording callback in the calling thread's mode (default
 // accuracy, errno and callback actions) and clears the record and status.
