@@ -54,10 +54,46 @@ template <int W, typename T> inline void store_part(T *p, VD<W> v, int rem) {
     for (int i = 0; i < rem; ++i) p[i] = buf[i];
 }
 
+/* Single-precision square root straight on float lanes (twice as many per
+ * register; the IEEE square root is correctly rounded in any precision). */
+template <int W>
+inline void sqrt_float_loop(int32_t n, const float *a, float *y, const char *name) {
+    constexpr int F = W >= 4 ? 8 : 4;
+    typedef float VF8 __attribute__((vector_size(4 * F)));
+    typedef int32_t VI8 __attribute__((vector_size(4 * F)));
+    int32_t i = 0;
+    for (; i + F <= n; i += F) {
+        VF8 v;
+        memcpy(&v, a + i, sizeof v);
+        VI8 neg = (VI8)(v < 0.0f);
+        VF8 r;
+#if defined(__AVX__)
+        if constexpr (F == 8) r = _mm256_sqrt_ps(v); else
+#endif
+#if defined(__SSE__)
+        if constexpr (F == 4) r = _mm_sqrt_ps(v); else
+#endif
+        for (int l = 0; l < F; ++l) r[l] = __builtin_sqrtf(v[l]);
+        memcpy(y + i, &r, sizeof r);
+        int32_t acc = 0;
+        for (int l = 0; l < F; ++l) acc |= neg[l];
+        if (__builtin_expect(acc != 0, 0))
+            for (int l = 0; l < F; ++l)
+                if (neg[l]) report(1, i + l, a, a, y, name);
+    }
+    for (; i < n; ++i) {
+        float v = a[i];
+        y[i] = __builtin_sqrtf(v);
+        if (v < 0.0f) report(1, i, a, a, y, name);
+    }
+}
+
 /* One input, one output: Sqrt, Cbrt, InvCbrt. */
 template <int W, class Core, typename T>
 inline void unary_loop(int32_t n, const T *a, T *y, Acc acc, int32_t code,
                        const char *name) {
+    if constexpr (sizeof(T) == 4 && W > 1 && __is_same(Core, SqrtCore))
+        return sqrt_float_loop<W>(n, a, y, name);
     for (int32_t i = 0; i < n; i += W) {
         int rem = n - i < W ? n - i : W;
         Out<W> o = Core::template eval<W>(load_part<W, T>(a + i, rem), acc);
