@@ -198,7 +198,10 @@ const std::vector<Case> kAtan2Cases = {
 TEST(VmlMathSpecial, Atan2) {
     const decltype(&k_ref::vdAtan2_ha) kd[] = ORB_ALL_LEVELS(vdAtan2_ha);
     const decltype(&k_ref::vsAtan2_ha) ks[] = ORB_ALL_LEVELS(vsAtan2_ha);
+    const decltype(&k_ref::vdAtan2_la) kl[] = ORB_ALL_LEVELS(vdAtan2_la);
     for (size_t l = 0; l < 6; ++l) {
+        Check<double>(kAtan2Cases, "vdAtan2", kLevelNames[l],
+                      [&](int n, const double *a, const double *b, double *y) { kl[l](n, a, b, y); });
         Check<double>(kAtan2Cases, "vdAtan2", kLevelNames[l],
                       [&](int n, const double *a, const double *b, double *y) { kd[l](n, a, b, y); });
         Check<float>(kAtan2Cases, "vsAtan2", kLevelNames[l],

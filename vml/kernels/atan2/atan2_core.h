@@ -62,10 +62,11 @@ template <int W> inline VD<W> atan2_main(VD<W> y, VD<W> x) {
 }
 
 
-/* Single precision, computed in double: the quotient of two widened floats
- * never overflows or underflows and a few double roundings stay far below
- * half a float ulp. */
-template <int W> inline VD<W> atan2_single(VD<W> y, VD<W> x) {
+/* Plain double evaluation: a few ulp in double (the lower-accuracy codes),
+ * and far below half an ulp for widened single-precision operands, whose
+ * quotient never overflows or underflows. `scale` brings double operands
+ * into the range where (num - den)/(num + den) cannot overflow. */
+template <int W, bool scale> inline VD<W> atan2_plain(VD<W> y, VD<W> x) {
     static const double p[11] = {
         -0.3333333333333333, 0.1999999999999552, -0.14285714284666542,
         0.11111111015256361, -0.09090904578123903, 0.07692183190826087,
@@ -74,6 +75,11 @@ template <int W> inline VD<W> atan2_single(VD<W> y, VD<W> x) {
     VD<W> ay = vabs<W>(y), ax = vabs<W>(x);
     VI<W> swap = (VI<W>)(ay > ax);
     VD<W> num = select<W>(swap, ax, ay), den = select<W>(swap, ay, ax);
+    if constexpr (scale) {
+        VD<W> f = select<W>((VI<W>)(den > 0x1p900), splat<W>(0x1p-200), splat<W>(1.0));
+        num = num * f;
+        den = den * f;
+    }
     VD<W> t = num / den;
     VI<W> red = (VI<W>)(t > 0.41421356237309503);
     VD<W> u = select<W>(red, (num - den) / (num + den), t);
