@@ -93,6 +93,11 @@ struct TopologyInputs {
     /* Leaf 1: HTT flag and EBX[23:16]. */
     int32_t leaf1_htt = 0;
     int32_t leaf1_logical = 0;
+    /* The OS's own topology (Linux sysfs): distinct packages and distinct
+     * cores over the whole machine; 0 when unknown. Preferred to CPUID,
+     * which virtual machines often fill with placeholders. */
+    int32_t os_packages = 0;
+    int32_t os_cores = 0;
 };
 ThreadTopology DecideTopology(const TopologyInputs &in);
 

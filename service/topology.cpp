@@ -11,6 +11,10 @@
 #include <windows.h>
 #else
 #include <unistd.h>
+
+#include <cstdio>
+#include <set>
+#include <utility>
 #endif
 
 namespace orb {
@@ -36,6 +40,33 @@ int32_t AffinityProcessors() {
     return n;
 #else
     return int32_t(plat::ProcessorsAvailable());
+#endif
+}
+
+// Linux: the package and core of every online processor from sysfs.
+void ReadOsTopology(TopologyInputs &in) {
+#if defined(__linux__)
+    std::set<int> packages;
+    std::set<std::pair<int, int>> cores;
+    for (int cpu = 0; cpu < in.online_processors; ++cpu) {
+        int ids[2];
+        const char *names[2] = {"physical_package_id", "core_id"};
+        for (int k = 0; k < 2; ++k) {
+            char path[96];
+            std::snprintf(path, sizeof path, "/sys/devices/system/cpu/cpu%d/topology/%s", cpu, names[k]);
+            FILE *f = std::fopen(path, "r");
+            if (!f) return;
+            int ok = std::fscanf(f, "%d", &ids[k]);
+            std::fclose(f);
+            if (ok != 1) return;
+        }
+        packages.insert(ids[0]);
+        cores.insert({ids[0], ids[1]});
+    }
+    in.os_packages = int32_t(packages.size());
+    in.os_cores = int32_t(cores.size());
+#else
+    (void)in;
 #endif
 }
 
@@ -81,6 +112,15 @@ ThreadTopology DecideTopology(const TopologyInputs &in) {
                                               : 1;
     const int32_t machine = in.online_processors > 0 ? in.online_processors : t.processors;
 
+    if (in.os_packages > 0 && in.os_cores >= in.os_packages && machine >= in.os_cores) {
+        t.packages = in.os_packages;
+        t.cores_per_package = in.os_cores / in.os_packages;
+        t.threads_per_core = machine / in.os_cores;
+        t.divisor = t.threads_per_core;
+        t.flag = 1;
+        return t;
+    }
+
     bool known = true;
     int32_t per_core = 1;
     if (in.leafb_smt > 0) per_core = in.leafb_smt;
@@ -112,6 +152,7 @@ ThreadTopology DetectTopology() {
     TopologyInputs in;
     in.online_processors = OnlineProcessors();
     in.affinity_processors = AffinityProcessors();
+    ReadOsTopology(in);
     ReadCpuidTopology(in);
     return DecideTopology(in);
 }

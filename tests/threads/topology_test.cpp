@@ -22,7 +22,15 @@ TEST(Topology, Decisions) {
         t.leaf1_htt = htt; t.leaf1_logical = l1;
         return t;
     };
+    auto os = [](orb::TopologyInputs t, int32_t packages, int32_t cores) {
+        t.os_packages = packages;
+        t.os_cores = cores;
+        return t;
+    };
     const Case cases[] = {
+        {"OS topology wins", os(in(2, 2, 0, 0, 1, 1, 1, 254), 1, 2), 1, 2, 1, 2, 1},
+        {"OS: two sockets SMT", os(in(16, 16, 0, 0, 0, 0, 0, 0), 2, 8), 2, 4, 2, 16, 2},
+        {"OS answer inconsistent", os(in(4, 4, 2, 4, 0, 0, 1, 4), 1, 8), 1, 2, 2, 4, 2},
         {"two sockets, SMT", in(32, 32, 2, 16, 0, 0, 1, 16), 2, 8, 2, 32, 2},
         {"one socket no SMT", in(8, 8, 1, 8, 0, 0, 1, 8), 1, 8, 1, 8, 1},
         {"affinity narrower", in(16, 4, 2, 16, 0, 0, 1, 16), 1, 8, 2, 4, 2},
