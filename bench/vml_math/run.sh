@@ -1,0 +1,10 @@
+#!/usr/bin/env bash
+# Runs the root/power/arc-tangent benchmark: ratios against SLEEF and libm
+# at the top level (ORB_EXT_LEVEL=9 reported; kernels are taken from the
+# level-9 table entries). `--costs` prints the measured cost rows instead.
+set -euo pipefail
+BUILD=${1:-build-bench}
+shift || true
+exe="$BUILD/bench/vml_math/vml_math_bench"
+[ -x "$exe" ] || { echo "vml_math: benchmark not built (libsleef-dev missing?)"; exit 0; }
+ORB_EXT_LEVEL=9 "$exe" "$@"

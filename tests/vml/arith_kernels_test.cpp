@@ -1,0 +1,214 @@
+// Every arithmetic kernel of every table slot against the scalar IEEE
+// operation, bit for bit: random data with specials, n = 0..40 and large n,
+// every 4-byte alignment of each array, in place on either input,
+// overlapping arrays, FTZ/DAZ on and off, the caller's MXCSR kept.
+#include <gtest/gtest.h>
+#include <xmmintrin.h>
+
+#include <cmath>
+#include <string>
+
+#include "service/serv.h"
+#include "vml_test_util.h"
+
+namespace {
+
+using orb::test::Data;
+using orb::test::ModeScope;
+using orb::test::SameValue;
+using orb::test::Shifted;
+
+constexpr uint32_t kQuiet = 0x0100 | 0x2;  // ignore errors, accuracy 2
+
+bool SlotRunnable(int slot) {
+    // Level 9 needs the AVX2 set, level 8 AVX; everything else SSE2/SSE4.2.
+    const int level = slot % 10;
+    if (level == 9) return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+    if (level == 8) return __builtin_cpu_supports("avx");
+    if (level == 7) return __builtin_cpu_supports("sse4.2");
+    return true;
+}
+
+// Reference under the caller's MXCSR as set by the test.
+template <class T> T RefOp(const std::string &op, T a, T b) {
+    volatile T x = a, y = b;
+    if (op == "Add") return x + y;
+    if (op == "Sub") return x - y;
+    if (op == "Mul") return x * y;
+    if (op == "Div") return x / y;
+    if (op == "Sqr") return x * x;
+    volatile T one = 1;
+    if (op == "Abs") return std::fabs(x) * one;  // a flushed input gives +0
+    if (op == "Round") return std::round(x);  // halfway away from zero
+    ADD_FAILURE() << op;
+    return 0;
+}
+
+template <class T> struct Fn {
+    const char *op;
+    bool unary;
+    const void *table;  // VmlBinaryKernel* or VmlUnaryKernel* [32]
+};
+
+template <class T> std::vector<Fn<T>> Functions();
+template <> std::vector<Fn<float>> Functions<float>() {
+    return {{"Add", false, vml_kernels_vsAdd}, {"Sub", false, vml_kernels_vsSub},
+            {"Mul", false, vml_kernels_vsMul}, {"Div", false, vml_kernels_vsDiv},
+            {"Sqr", true, vml_kernels_vsSqr},  {"Abs", true, vml_kernels_vsAbs},
+            {"Round", true, vml_kernels_vsRound}};
+}
+template <> std::vector<Fn<double>> Functions<double>() {
+    return {{"Add", false, vml_kernels_vdAdd}, {"Sub", false, vml_kernels_vdSub},
+            {"Mul", false, vml_kernels_vdMul}, {"Div", false, vml_kernels_vdDiv},
+            {"Sqr", true, vml_kernels_vdSqr},  {"Abs", true, vml_kernels_vdAbs},
+            {"Round", true, vml_kernels_vdRound}};
+}
+
+template <class T>
+using Bin = void (*)(int32_t, const T *, const T *, T *);
+template <class T> using Un = void (*)(int32_t, const T *, T *);
+
+template <class T>
+void Call(const Fn<T> &f, int slot, int32_t n, const T *a, const T *b, T *y) {
+    if (f.unary)
+        static_cast<const Un<T> *>(f.table)[slot](n, a, y);
+    else
+        static_cast<const Bin<T> *>(f.table)[slot](n, a, b, y);
+}
+
+// Checks y against the reference for the given inputs (copies taken
+// before the call, so in-place calls compare against the original data).
+template <class T>
+void Expect(const Fn<T> &f, int slot, int32_t n, const T *a, const T *b,
+            const T *y, const char *what, int detail = 0) {
+    for (int32_t i = 0; i < n; ++i) {
+        const T want = RefOp<T>(f.op, a[i], b[i]);
+        if (!SameValue(want, y[i])) {
+            ADD_FAILURE() << f.op << " slot " << slot << " n " << n << " i " << i
+                          << " " << what << " " << detail << ": a=" << a[i] << " b=" << b[i]
+                          << " got " << y[i] << " want " << want;
+            return;
+        }
+    }
+}
+
+template <class T> void RunAllSlots(uint32_t seed) {
+    ModeScope mode(kQuiet);
+    const std::vector<T> a0 = Data<T>(4200, seed), b0 = Data<T>(4200, seed + 1);
+    for (const Fn<T> &f : Functions<T>()) {
+        for (int slot = 0; slot < 30; ++slot) {
+            if (!SlotRunnable(slot)) continue;
+            // Sizes 0..40 at every alignment triple of 0/4/8/12 bytes.
+            for (int oa = 0; oa < 16; oa += 4)
+                for (int ob = 0; ob < 16; ob += 4)
+                    for (int oy = 0; oy < 16; oy += 4) {
+                        Shifted<T> A(41, oa), B(41, ob), Y(41, oy);
+                        for (int32_t n = 0; n <= 40; ++n) {
+                            std::memcpy(A.get(), a0.data() + n, n * sizeof(T));
+                            std::memcpy(B.get(), b0.data() + n, n * sizeof(T));
+                            Call(f, slot, n, A.get(), B.get(), Y.get());
+                            Expect(f, slot, n, A.get(), B.get(), Y.get(), "offsets",
+                                   oa * 100 + ob * 10 + oy);
+                        }
+                    }
+            // Large n, separate and in place on either input.
+            for (int32_t n : {1000, 4099}) {
+                std::vector<T> a = a0, b = b0, y(n);
+                Call(f, slot, n, a.data(), b.data(), y.data());
+                Expect(f, slot, n, a0.data(), b0.data(), y.data(), "separate");
+                Call(f, slot, n, a.data(), b.data(), a.data());
+                Expect(f, slot, n, a0.data(), b0.data(), a.data(), "y == a");
+                if (!f.unary) {
+                    a = a0;
+                    Call(f, slot, n, a.data(), b.data(), b.data());
+                    Expect(f, slot, n, a0.data(), b0.data(), b.data(), "y == b");
+                }
+            }
+            // Overlap: y starts inside a (by 3 elements, either direction).
+            for (int shift : {3, -3}) {
+                const int32_t n = 500;
+                std::vector<T> buf(n + 8), b = b0;
+                std::copy(a0.begin(), a0.begin() + n + 8, buf.begin());
+                T *a = buf.data() + 4;
+                T *y = a + shift;
+                // Reference: sequential semantics element by element.
+                std::vector<T> ref = buf;
+                for (int32_t i = 0; i < n; ++i)
+                    ref[4 + shift + i] = RefOp<T>(f.op, ref[4 + i], b[i]);
+                Call(f, slot, n, a, b.data(), y);
+                for (size_t i = 0; i < buf.size(); ++i)
+                    ASSERT_TRUE(SameValue(ref[i], buf[i]))
+                        << f.op << " overlap " << shift << " slot " << slot << " i " << i;
+            }
+        }
+    }
+}
+
+TEST(VmlArithKernels, DoubleEverySlotMatchesIeee) { RunAllSlots<double>(11); }
+TEST(VmlArithKernels, SingleEverySlotMatchesIeee) { RunAllSlots<float>(23); }
+
+// Flush-to-zero / denormals-are-zero by mode, round to nearest forced
+// inside, the caller's control bits restored.
+template <class T> void FlushAndControl() {
+    const std::vector<T> a0 = Data<T>(300, 5), b0 = Data<T>(300, 6);
+    const uint32_t caller_csr = (_mm_getcsr() & ~0xE040u) | 0x6000u;  // round toward zero
+    for (uint32_t denorm : {0u, 0x00140000u, 0x00280000u}) {
+        ModeScope mode(kQuiet | denorm);
+        const bool flush = denorm == 0x00280000u;
+        for (const Fn<T> &f : Functions<T>()) {
+            for (int slot = 1; slot < 30; ++slot) {
+                if (!SlotRunnable(slot) || slot % 10 == 0) continue;
+                std::vector<T> y(300), want(300);
+                const unsigned saved = _mm_getcsr();
+                _mm_setcsr((saved & ~0xE040u) | (flush ? 0x8040u : 0u));
+                for (int i = 0; i < 300; ++i) want[i] = RefOp<T>(f.op, a0[i], b0[i]);
+                _mm_setcsr(caller_csr);
+                Call(f, slot, 300, a0.data(), b0.data(), y.data());
+                const unsigned after = _mm_getcsr();
+                _mm_setcsr(saved);
+                EXPECT_EQ(after & 0xE040u, caller_csr & 0xE040u) << f.op << " slot " << slot;
+                for (int i = 0; i < 300; ++i)
+                    ASSERT_TRUE(SameValue(want[i], y[i]))
+                        << f.op << " slot " << slot << " flush " << flush << " i " << i
+                        << " a=" << a0[i] << " b=" << b0[i] << " got " << y[i];
+            }
+        }
+    }
+}
+TEST(VmlArithKernels, DoubleFlushModesAndControlWord) { FlushAndControl<double>(); }
+TEST(VmlArithKernels, SingleFlushModesAndControlWord) { FlushAndControl<float>(); }
+
+TEST(VmlArithKernels, FlushFieldDecidesSubnormalProduct) {
+    const double a[1] = {1e-160}, b[1] = {1e-160};
+    double y[1];
+    {
+        ModeScope mode(kQuiet | 0x00280000u);
+        vdMul(1, a, b, y);
+        EXPECT_EQ(y[0], 0.0);
+    }
+    {
+        ModeScope mode(kQuiet);
+        vdMul(1, a, b, y);
+        EXPECT_EQ(y[0], 1e-160 * 1e-160);
+        EXPECT_GT(y[0], 0.0);
+    }
+}
+
+TEST(VmlArithKernels, RoundCases) {
+    struct Case { double in, out; };
+    const Case cases[] = {{2.5, 3.0}, {-2.5, -3.0}, {0.49, 0.0}, {-0.3, -0.0},
+                          {0.5, 1.0}, {-0.5, -1.0}, {0.99, 1.0}, {1.5, 2.0},
+                          {4503599627370495.5, 4503599627370496.0},
+                          {9007199254740993.0, 9007199254740993.0}};
+    ModeScope mode(kQuiet);
+    for (int slot = 0; slot < 30; ++slot) {
+        if (!SlotRunnable(slot)) continue;
+        for (const Case &c : cases) {
+            double y;
+            vml_kernels_vdRound[slot](1, &c.in, &y);
+            EXPECT_TRUE(SameValue(y, c.out)) << c.in << " slot " << slot;
+        }
+    }
+}
+
+}  // namespace

@@ -1,0 +1,178 @@
+// Complex kernels against a quad-precision reference (error <= 2 ulp per
+// component, every slot), operands near the format's limits, C99 handling
+// of infinite and NaN parts; the linear fraction's three cases.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <complex>
+#include <limits>
+#include <random>
+
+#include "vml_test_util.h"
+
+namespace {
+
+using orb::test::ModeScope;
+using Q = __float128;
+
+constexpr uint32_t kQuiet = 0x0100 | 0x3;
+
+bool SlotRunnable(int slot) {
+    const int level = slot % 10;
+    if (level == 9) return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+    if (level == 8) return __builtin_cpu_supports("avx");
+    return true;
+}
+
+Q QSqrt(Q x) {
+    if (x <= 0) return 0;
+    Q r = Q(std::sqrt(double(x)));
+    for (int k = 0; k < 3; ++k) r = (r + x / r) / 2;
+    return r;
+}
+
+// ulp distance of got from the exact value x (in the format of R).
+template <class R> double UlpErr(R got, Q x) {
+    const R rx = R(x);
+    if (!std::isfinite(double(got))) return 1e30;
+    int e;
+    std::frexp(double(rx == 0 ? std::numeric_limits<R>::min() : rx), &e);
+    const int digits = std::numeric_limits<R>::digits;
+    const int emin = std::numeric_limits<R>::min_exponent;
+    const double ulp = std::ldexp(1.0, std::max(e, emin) - digits);
+    const Q diff = Q(got) - x;
+    return double(diff < 0 ? -diff : diff) / ulp;
+}
+
+struct Ops { Q re, im; };
+Ops QMul(Q ar, Q ai, Q br, Q bi) { return {ar * br - ai * bi, ar * bi + ai * br}; }
+Ops QDiv(Q ar, Q ai, Q br, Q bi) {
+    const Q d = br * br + bi * bi;
+    return {(ar * br + ai * bi) / d, (ai * br - ar * bi) / d};
+}
+
+template <class C, class R> void CheckAccuracy(int scale_exp, uint32_t seed) {
+    using BinK = void (*)(int32_t, const C *, const C *, C *);
+    using AbsK = void (*)(int32_t, const C *, R *);
+    const bool dbl = sizeof(R) == 8;
+    const BinK *mul = dbl ? (const BinK *)vml_kernels_vzMul : (const BinK *)vml_kernels_vcMul;
+    const BinK *conj = dbl ? (const BinK *)vml_kernels_vzMulByConj : (const BinK *)vml_kernels_vcMulByConj;
+    const BinK *div = dbl ? (const BinK *)vml_kernels_vzDiv : (const BinK *)vml_kernels_vcDiv;
+    const AbsK *abs = dbl ? (const AbsK *)vml_kernels_vzAbs : (const AbsK *)vml_kernels_vcAbs;
+    std::mt19937_64 rng(seed);
+    std::uniform_real_distribution<double> u(-1.0, 1.0);
+    std::uniform_int_distribution<int> ex(-scale_exp, scale_exp);
+    const int n = 400;
+    std::vector<C> a(n), b(n), y(n);
+    std::vector<R> m(n);
+    for (int i = 0; i < n; ++i) {
+        // Parts of very different size and near-cancelling products too.
+        a[i] = {R(std::ldexp(u(rng), ex(rng))), R(std::ldexp(u(rng), ex(rng)))};
+        b[i] = {R(std::ldexp(u(rng), ex(rng))), R(std::ldexp(u(rng), ex(rng)))};
+        if (i % 7 == 0) b[i] = {a[i].imag, a[i].real};  // cancellation in Re(a*b)
+    }
+    ModeScope mode(kQuiet);
+    for (int slot = 0; slot < 30; ++slot) {
+        if (!SlotRunnable(slot)) continue;
+        for (int which = 0; which < 3; ++which) {
+            const BinK k = (which == 0 ? mul : which == 1 ? conj : div)[slot];
+            k(n, a.data(), b.data(), y.data());
+            for (int i = 0; i < n; ++i) {
+                const Q ar = a[i].real, ai = a[i].imag, br = b[i].real;
+                const Q bi = which == 1 ? -Q(b[i].imag) : Q(b[i].imag);
+                const Ops e = which == 2 ? QDiv(ar, ai, br, bi) : QMul(ar, ai, br, bi);
+                const double lim = double(std::numeric_limits<R>::max());
+                if (double(e.re < 0 ? -e.re : e.re) > lim || double(e.im < 0 ? -e.im : e.im) > lim) continue;
+                const Q tiny = Q(std::numeric_limits<R>::min());
+                // Subnormal results carry fewer digits: judge them absolutely.
+                // (UlpErr measures subnormal results in units of the smallest
+                // subnormal spacing, so they are held to the same bound.)
+                auto ok = [&](R got, Q x) { (void)tiny; return UlpErr(got, x) <= 2.0; };
+                ASSERT_TRUE(ok(y[i].real, e.re) && ok(y[i].imag, e.im))
+                    << "op " << which << " slot " << slot << " i " << i << " a=(" << double(ar) << ","
+                    << double(ai) << ") b=(" << double(br) << "," << double(bi) << ") got ("
+                    << y[i].real << "," << y[i].imag << ") want (" << double(e.re) << ","
+                    << double(e.im) << ") ulps " << UlpErr(y[i].real, e.re) << " " << UlpErr(y[i].imag, e.im);
+            }
+        }
+        abs[slot](n, a.data(), m.data());
+        for (int i = 0; i < n; ++i) {
+            const Q x = QSqrt(Q(a[i].real) * a[i].real + Q(a[i].imag) * a[i].imag);
+            if (double(x) > double(std::numeric_limits<R>::max())) continue;
+            ASSERT_LE(UlpErr(m[i], x), 2.0) << "abs slot " << slot << " i " << i;
+        }
+    }
+}
+
+TEST(VmlComplexKernels, DoubleAccuracyModerate) { CheckAccuracy<VmlComplex16, double>(40, 1); }
+TEST(VmlComplexKernels, DoubleAccuracyNearLimits) { CheckAccuracy<VmlComplex16, double>(1020, 2); }
+TEST(VmlComplexKernels, SingleAccuracyModerate) { CheckAccuracy<VmlComplex8, float>(20, 3); }
+TEST(VmlComplexKernels, SingleAccuracyNearLimits) { CheckAccuracy<VmlComplex8, float>(125, 4); }
+
+TEST(VmlComplexKernels, NoSpuriousOverflowAtTheLimits) {
+    const double big = 1.5e308, small = 3e-308;
+    const VmlComplex16 a[4] = {{big, big}, {small, small}, {big, -big}, {1.0, 1.0}};
+    const VmlComplex16 b[4] = {{big, big}, {small, small}, {big, big}, {small, small}};
+    VmlComplex16 q[4];
+    double m[4];
+    vzDiv(4, a, b, q);
+    EXPECT_EQ(q[0].real, 1.0); EXPECT_EQ(q[0].imag, 0.0);
+    EXPECT_EQ(q[1].real, 1.0); EXPECT_EQ(q[1].imag, 0.0);
+    EXPECT_EQ(q[2].real, 0.0); EXPECT_EQ(q[2].imag, -1.0);
+    EXPECT_NEAR(q[3].real, 1.0 / small, 1e-15 / small);
+    vzAbs(4, a, m);
+    EXPECT_DOUBLE_EQ(m[0], big * std::sqrt(2.0));
+    EXPECT_DOUBLE_EQ(m[1], small * std::sqrt(2.0));
+}
+
+TEST(VmlComplexKernels, InfiniteAndNanPartsFollowAnnexG) {
+    const double inf = std::numeric_limits<double>::infinity();
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    struct Case { VmlComplex16 a, b; int op; bool want_inf, want_zero, want_nan; };
+    const Case cases[] = {
+        {{inf, nan}, {1.0, 1.0}, 0, true, false, false},   // inf * finite
+        {{1.0, 2.0}, {0.0, 0.0}, 1, true, false, false},   // x / 0
+        {{1.0, 2.0}, {inf, inf}, 1, false, true, false},   // finite / inf
+        {{inf, 0.0}, {2.0, 1.0}, 1, true, false, false},   // inf / finite
+        {{nan, 1.0}, {1.0, 1.0}, 0, false, false, true},   // NaN stays
+    };
+    for (const Case &c : cases) {
+        VmlComplex16 r;
+        if (c.op == 0) vzMul(1, &c.a, &c.b, &r); else vzDiv(1, &c.a, &c.b, &r);
+        if (c.want_inf) EXPECT_TRUE(std::isinf(r.real) || std::isinf(r.imag)) << r.real << " " << r.imag;
+        if (c.want_zero) EXPECT_TRUE(r.real == 0.0 && r.imag == 0.0) << r.real << " " << r.imag;
+        if (c.want_nan) EXPECT_TRUE(std::isnan(r.real) || std::isnan(r.imag));
+    }
+    const VmlComplex16 z[3] = {{inf, nan}, {nan, -inf}, {nan, 1.0}};
+    double m[3];
+    vzAbs(3, z, m);
+    EXPECT_EQ(m[0], inf);
+    EXPECT_EQ(m[1], inf);
+    EXPECT_TRUE(std::isnan(m[2]));
+}
+
+TEST(VmlLinearFrac, ThreeCasesEverySlot) {
+    ModeScope mode(kQuiet);
+    std::vector<double> a = orb::test::Data<double>(64, 9), b = orb::test::Data<double>(64, 10);
+    for (double &v : a) if (!std::isfinite(v)) v = 1.0;
+    for (double &v : b) if (!std::isfinite(v)) v = 2.0;
+    std::vector<double> junk(64, std::numeric_limits<double>::quiet_NaN());
+    std::vector<double> y(64);
+    for (int slot = 0; slot < 30; ++slot) {
+        if (!SlotRunnable(slot)) continue;
+        const VmlLinearFracKernelD k = vml_kernels_vdLinearFrac[slot];
+        k(64, a.data(), junk.data(), 2.0, 1.0, 0.0, 4.0, y.data());  // b unread
+        for (int i = 0; i < 64; ++i) ASSERT_TRUE(orb::test::SameValue(y[i], a[i] * 0.5 + 0.25)) << i;
+        k(64, junk.data(), b.data(), 0.0, 3.0, 2.0, 1.0, y.data());  // a unread
+        for (int i = 0; i < 64; ++i) ASSERT_TRUE(orb::test::SameValue(y[i], 3.0 / (2.0 * b[i] + 1.0))) << i;
+        k(64, a.data(), b.data(), 2.0, 1.0, 3.0, -1.0, y.data());
+        for (int i = 0; i < 64; ++i)
+            ASSERT_TRUE(orb::test::SameValue(y[i], (2.0 * a[i] + 1.0) / (3.0 * b[i] - 1.0))) << i;
+        ServVmlSetStatus(0);
+        k(64, a.data(), junk.data(), 1.0, 1.0, 0.0, 0.0, y.data());  // denominator 0
+        for (int i = 0; i < 64; ++i) ASSERT_FALSE(std::isfinite(y[i]));
+        EXPECT_EQ(ServVmlGetStatus(), 0);
+    }
+}
+
+}  // namespace

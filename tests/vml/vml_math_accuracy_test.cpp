@@ -1,0 +1,233 @@
+// Accuracy of the root, power and arc-tangent kernels of every level
+// against the MPFR oracle: a few tens of thousands of operands per function
+// and precision, run through all six level variants, including the hard
+// regions. The bound depends on the flavour: 1 ulp for the accurate
+// kernels (Sqrt correctly rounded), 4 ulp for the lower-accuracy ones.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+
+#include "vml/kernels/atan2/atan2_kernels.h"
+#include "vml/kernels/pow/pow_kernels.h"
+#include "vml/kernels/roots/roots_kernels.h"
+#include "vml_math_inputs.h"
+#include "vml_math_oracle.h"
+
+namespace {
+
+using orb::test::Bits;
+using orb::test::ExactValue;
+using orb::test::InputGen;
+using orb::test::MathFn;
+using orb::test::Reference;
+using orb::test::UlpError;
+
+const char *const kLevelNames[] = {"ref", "generic", "sse2", "sse42", "avx", "avx2"};
+#define ORB_ALL_LEVELS(fn) \
+    {k_ref::fn, k_generic::fn, k_sse2::fn, k_sse42::fn, k_avx::fn, k_avx2::fn}
+
+template <typename T> constexpr bool kSingle = sizeof(T) == 4;
+
+// Worst error over all levels of a set of results against the references.
+struct Worst {
+    double err = 0;
+    std::string where;
+    void see(double e, const char *level, double a, double b) {
+        if (e > err) {
+            err = e;
+            char buf[160];
+            std::snprintf(buf, sizeof buf, "level %s, a=%.17g b=%.17g", level, a, b);
+            where = buf;
+        }
+    }
+};
+
+template <typename T>
+std::vector<ExactValue> References(MathFn fn, const std::vector<T> &a, const std::vector<T> &b) {
+    std::vector<ExactValue> r(a.size());
+    for (size_t i = 0; i < a.size(); ++i) r[i] = Reference(fn, a[i], b[i], kSingle<T>);
+    return r;
+}
+
+template <typename T, typename K, size_t L>
+void CheckUnary(MathFn fn, const K (&kernels)[L], const std::vector<T> &a, double bound) {
+    std::vector<T> none(a.size(), T(0));
+    auto ref = References(fn, a, none);
+    Worst w;
+    std::vector<T> y(a.size());
+    for (size_t l = 0; l < L; ++l) {
+        kernels[l](static_cast<int32_t>(a.size()), a.data(), y.data());
+        for (size_t i = 0; i < a.size(); ++i)
+            w.see(UlpError(ref[i], y[i], kSingle<T>), kLevelNames[l], a[i], 0);
+    }
+    EXPECT_LE(w.err, bound) << w.where;
+    std::printf("  %s %zu operands: max %.3f ulp (%s)\n", kSingle<T> ? "single" : "double",
+                a.size(), w.err, w.where.c_str());
+}
+
+template <typename T, typename K, size_t L>
+void CheckAtan2(const K (&kernels)[L], const std::vector<T> &a, const std::vector<T> &b,
+                double bound = 1.0) {
+    auto ref = References(MathFn::Atan2, a, b);
+    Worst w;
+    std::vector<T> y(a.size());
+    for (size_t l = 0; l < L; ++l) {
+        kernels[l](static_cast<int32_t>(a.size()), a.data(), b.data(), y.data());
+        for (size_t i = 0; i < a.size(); ++i)
+            w.see(UlpError(ref[i], y[i], kSingle<T>), kLevelNames[l], a[i], b[i]);
+    }
+    EXPECT_LE(w.err, bound) << w.where;
+    std::printf("  %s %zu operands: max %.3f ulp (%s)\n", kSingle<T> ? "single" : "double",
+                a.size(), w.err, w.where.c_str());
+}
+
+template <typename T, typename K, size_t L>
+void CheckPow(const K (&kernels)[L], const std::vector<T> &a, T b) {
+    std::vector<T> bs(a.size(), b);
+    auto ref = References(MathFn::Pow, a, bs);
+    Worst w;
+    std::vector<T> y(a.size());
+    for (size_t l = 0; l < L; ++l) {
+        kernels[l](static_cast<int32_t>(a.size()), a.data(), b, y.data());
+        for (size_t i = 0; i < a.size(); ++i)
+            w.see(UlpError(ref[i], y[i], kSingle<T>), kLevelNames[l], a[i], b);
+    }
+    EXPECT_LE(w.err, 1.0) << w.where;
+    std::printf("  %s %zu operands: max %.3f ulp (%s)\n", kSingle<T> ? "single" : "double",
+                a.size(), w.err, w.where.c_str());
+}
+
+// Operands of the one-argument functions: random bit patterns, subnormals,
+// the neighbourhood of 1 and every residue of the exponent modulo 3.
+template <typename T> std::vector<T> RootInputs(uint64_t seed, bool negative_too, int count) {
+    InputGen g(seed);
+    std::vector<T> v;
+    for (int i = 0; i < count; ++i) {
+        T x;
+        switch (i % 4) {
+        case 0: x = g.any_finite<T>(negative_too); break;
+        case 1: x = g.subnormal<T>(); break;
+        case 2: x = static_cast<T>(1.0 + g.uniform(-1e-3, 1e-3)); break;
+        default: x = static_cast<T>(g.uniform(1.0, 8.0)); break;
+        }
+        if (negative_too && g.coin()) x = -x;
+        v.push_back(x);
+    }
+    // Powers of two around the edges of the range.
+    for (int e = Bits<T>::kExpMin; e <= Bits<T>::kExpMax; e += 7) v.push_back(std::ldexp(T(1), e));
+    v.push_back(std::numeric_limits<T>::max());
+    v.push_back(std::numeric_limits<T>::denorm_min());
+    return v;
+}
+TEST(VmlMathAccuracy, Sqrt) {
+    const decltype(&k_ref::vdSqrt_ha) kd[] = ORB_ALL_LEVELS(vdSqrt_ha);
+    const decltype(&k_ref::vsSqrt_ha) ks[] = ORB_ALL_LEVELS(vsSqrt_ha);
+    // Correctly rounded: within half an ulp.
+    CheckUnary<double>(MathFn::Sqrt, kd, RootInputs<double>(1, false, 50000), 0.5);
+    CheckUnary<float>(MathFn::Sqrt, ks, RootInputs<float>(2, false, 50000), 0.5);
+}
+
+TEST(VmlMathAccuracy, Cbrt) {
+    const decltype(&k_ref::vdCbrt_ha) kd[] = ORB_ALL_LEVELS(vdCbrt_ha);
+    const decltype(&k_ref::vsCbrt_ha) ks[] = ORB_ALL_LEVELS(vsCbrt_ha);
+    const decltype(&k_ref::vsCbrt_ep) ke[] = ORB_ALL_LEVELS(vsCbrt_ep);
+    CheckUnary<double>(MathFn::Cbrt, kd, RootInputs<double>(3, true, 50000), 1.0);
+    auto fin = RootInputs<float>(4, true, 50000);
+    CheckUnary<float>(MathFn::Cbrt, ks, fin, 1.0);
+    CheckUnary<float>(MathFn::Cbrt, ke, fin, 4.0);
+}
+
+TEST(VmlMathAccuracy, InvCbrt) {
+    const decltype(&k_ref::vdInvCbrt_ha) kd[] = ORB_ALL_LEVELS(vdInvCbrt_ha);
+    const decltype(&k_ref::vsInvCbrt_ha) ks[] = ORB_ALL_LEVELS(vsInvCbrt_ha);
+    const decltype(&k_ref::vsInvCbrt_ep) ke[] = ORB_ALL_LEVELS(vsInvCbrt_ep);
+    CheckUnary<double>(MathFn::InvCbrt, kd, RootInputs<double>(5, true, 50000), 1.0);
+    auto fin = RootInputs<float>(6, true, 50000);
+    CheckUnary<float>(MathFn::InvCbrt, ks, fin, 1.0);
+    CheckUnary<float>(MathFn::InvCbrt, ke, fin, 4.0);
+}
+
+// Bases for an exponent b: log-uniform so that |b log2 a| stays within
+// the range of the type (some results overflow or underflow on purpose),
+// bases next to 1, and negative bases when b is an integer.
+template <typename T> std::vector<T> PowBases(uint64_t seed, T b, int count) {
+    InputGen g(seed);
+    const double span = (kSingle<T> ? 160.0 : 1100.0) / std::fabs((double)b);
+    std::vector<T> v;
+    const bool integer = std::nearbyint(b) == b;
+    for (int i = 0; i < count; ++i) {
+        double x;
+        if (i % 3 == 2)
+            x = 1.0 + g.uniform(-1.0, 1.0) * std::fmin(0.5, 4.0 * span);
+        else
+            x = std::exp2(g.uniform(-1.0, 1.0) * std::fmin(span, kSingle<T> ? 149.0 : 1074.0));
+        T t = static_cast<T>(x);
+        if (t == 0 || !std::isfinite(t)) continue;
+        if (integer && g.coin()) t = -t;
+        v.push_back(t);
+    }
+    return v;
+}
+
+template <typename T> const std::vector<T> &PowExponents() {
+    static const std::vector<T> e = {T(0.5), T(-0.5), T(2), T(3), T(-3), T(1.0 / 3), T(7.25),
+                                     T(-13.5), T(123.456), T(1e-3), T(1e5), T(-1e5), T(1e15),
+                                     T(0.1), T(-1), T(1), T(1023.5), T(-1074)};
+    return e;
+}
+
+TEST(VmlMathAccuracy, Powx) {
+    const decltype(&k_ref::vdPowx_ha) kd[] = ORB_ALL_LEVELS(vdPowx_ha);
+    const decltype(&k_ref::vsPowx_ha) ks[] = ORB_ALL_LEVELS(vsPowx_ha);
+    uint64_t seed = 100;
+    for (double b : PowExponents<double>()) {
+        SCOPED_TRACE(b);
+        CheckPow<double>(kd, PowBases<double>(seed++, b, 3000), b);
+    }
+    for (float b : PowExponents<float>()) {
+        SCOPED_TRACE(b);
+        CheckPow<float>(ks, PowBases<float>(seed++, b, 3000), b);
+    }
+}
+
+// Operand pairs: both random over the whole range, the ratio near 0 and
+// near infinity (close to the axes), |a| close to |b|, the ratio around
+// tan(pi/8), subnormals, all four quadrants.
+template <typename T> void Atan2Inputs(uint64_t seed, int count, std::vector<T> &a, std::vector<T> &b) {
+    InputGen g(seed);
+    const int lo = kSingle<T> ? -149 : -1074, hi = kSingle<T> ? 127 : 1023;
+    for (int i = 0; i < count; ++i) {
+        double x = g.log_uniform<double>(lo / 2, hi / 2), y;
+        switch (i % 6) {
+        case 0: y = g.log_uniform<double>(lo, hi); x = g.log_uniform<double>(lo, hi); break;
+        case 1: y = x * std::exp2(-g.uniform(0, kSingle<T> ? 60 : 200)); break;
+        case 2: y = x * std::exp2(g.uniform(0, kSingle<T> ? 60 : 200)); break;
+        case 3: y = x * (1.0 + g.uniform(-1e-6, 1e-6)); break;
+        case 4: y = x * (0.41421356237309503 + g.uniform(-1e-3, 1e-3)); break;
+        default: y = g.subnormal<T>(); x = g.coin() ? g.subnormal<T>() : x; break;
+        }
+        T ty = static_cast<T>(y), tx = static_cast<T>(x);
+        if (!std::isfinite(ty) || !std::isfinite(tx)) continue;
+        if (g.coin()) ty = -ty;
+        if (g.coin()) tx = -tx;
+        if (g.coin()) std::swap(ty, tx);
+        a.push_back(ty);
+        b.push_back(tx);
+    }
+}
+
+TEST(VmlMathAccuracy, Atan2) {
+    const decltype(&k_ref::vdAtan2_ha) kd[] = ORB_ALL_LEVELS(vdAtan2_ha);
+    const decltype(&k_ref::vsAtan2_ha) ks[] = ORB_ALL_LEVELS(vsAtan2_ha);
+    std::vector<double> ad, bd;
+    Atan2Inputs<double>(7, 60000, ad, bd);
+    CheckAtan2<double>(kd, ad, bd);
+    const decltype(&k_ref::vdAtan2_la) kl[] = ORB_ALL_LEVELS(vdAtan2_la);
+    CheckAtan2<double>(kl, ad, bd, 4.0);
+    std::vector<float> as, bs;
+    Atan2Inputs<float>(8, 60000, as, bs);
+    CheckAtan2<float>(ks, as, bs);
+}
+
+}  // namespace

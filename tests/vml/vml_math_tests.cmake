@@ -1,0 +1,16 @@
+# Tests of the root, power and arc-tangent kernels (MPFR oracle).
+find_library(ORB_MPFR_LIB mpfr REQUIRED)
+find_library(ORB_GMP_LIB gmp REQUIRED)
+orb_add_test(vml_math_accuracy_test
+  SOURCES vml_math_accuracy_test.cpp vml_math_special_test.cpp vml_math_entry_test.cpp
+    vml_math_oracle.cpp
+    vml_math_reports.cpp
+  LIBS ${ORB_MPFR_LIB} ${ORB_GMP_LIB})
+target_include_directories(vml_math_accuracy_test PRIVATE ${PROJECT_SOURCE_DIR})
+
+# The long accuracy sweep (not a test): tools/accuracy, run by hand.
+add_executable(vml_math_sweep ${PROJECT_SOURCE_DIR}/tools/accuracy/vml_math_sweep.cpp
+  vml_math_oracle.cpp)
+target_include_directories(vml_math_sweep PRIVATE ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
+target_compile_options(vml_math_sweep PRIVATE -Wall -Wextra)
+target_link_libraries(vml_math_sweep PRIVATE orb_custom_static ${ORB_MPFR_LIB} ${ORB_GMP_LIB})

@@ -1,0 +1,30 @@
+// Declarations of the arithmetic kernels of one level namespace (X-macro),
+// so the tables list k_generic::vdAdd ... k_avx2::vdAdd without copies.
+#ifndef ORB_VML_ARITH_KERNELS_H
+#define ORB_VML_ARITH_KERNELS_H
+
+#include <type_traits>
+
+#include "vml/vml_frame.h"
+
+#define VML_ARITH_KERNELS(X)                                   \
+    X(vsAdd, VmlBinaryKernelS) X(vdAdd, VmlBinaryKernelD)      \
+    X(vsSub, VmlBinaryKernelS) X(vdSub, VmlBinaryKernelD)      \
+    X(vsMul, VmlBinaryKernelS) X(vdMul, VmlBinaryKernelD)      \
+    X(vsDiv, VmlBinaryKernelS) X(vdDiv, VmlBinaryKernelD)      \
+    X(vsSqr, VmlUnaryKernelS) X(vdSqr, VmlUnaryKernelD)        \
+    X(vsAbs, VmlUnaryKernelS) X(vdAbs, VmlUnaryKernelD)        \
+    X(vsRound, VmlUnaryKernelS) X(vdRound, VmlUnaryKernelD)
+
+#define VML_DECLARE_KERNEL(name, type) \
+    std::remove_pointer_t<type> name; std::remove_pointer_t<type> name##_plain;
+
+#define VML_DECLARE_LEVEL(ns, LIST) namespace ns { LIST(VML_DECLARE_KERNEL) }
+
+VML_DECLARE_LEVEL(k_generic, VML_ARITH_KERNELS)
+VML_DECLARE_LEVEL(k_sse2, VML_ARITH_KERNELS)
+VML_DECLARE_LEVEL(k_sse42, VML_ARITH_KERNELS)
+VML_DECLARE_LEVEL(k_avx, VML_ARITH_KERNELS)
+VML_DECLARE_LEVEL(k_avx2, VML_ARITH_KERNELS)
+
+#endif

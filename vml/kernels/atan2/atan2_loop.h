@@ -1,0 +1,33 @@
+/* The two-argument arc-tangent loop: the vector core for finite operands
+ * not both zero, a scalar pass for the rest. Nothing is reported. */
+#ifndef ORB_VML_KERNELS_ATAN2_LOOP_H
+#define ORB_VML_KERNELS_ATAN2_LOOP_H
+
+#include "../roots/kernel_loop.h"
+#include "atan2_core.h"
+
+namespace orb::vmk {
+
+/* Accurate: the double-double core for double operands; Fast: the plain
+ * double evaluation (single precision always uses it). */
+template <int W, typename T, bool Accurate>
+inline void atan2_loop(int32_t n, const T *a, const T *b, T *y) {
+    for (int32_t i = 0; i < n; i += W) {
+        int rem = n - i < W ? n - i : W;
+        VD<W> va = load_part<W, T>(a + i, rem), vb = load_part<W, T>(b + i, rem);
+        VI<W> special = atan2_special_lanes<W>(va, vb);
+        const VD<W> one = splat<W>(1.0);
+        VD<W> ya = select<W>(special, one, va), xb = select<W>(special, one, vb);
+        VD<W> r = (sizeof(T) == 4 || !Accurate) ? atan2_plain<W, sizeof(T) == 8>(ya, xb)
+                                                 : atan2_main<W>(ya, xb);
+        if (__builtin_expect(any<W>(special), 0)) {
+            for (int l = 0; l < W; ++l)
+                if (special[l]) r[l] = atan2_special(va[l], vb[l]);
+        }
+        store_part<W, T>(y + i, r, rem);
+    }
+}
+
+} // namespace orb::vmk
+
+#endif

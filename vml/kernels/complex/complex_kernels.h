@@ -1,0 +1,23 @@
+// Declarations of the complex and linear-fraction kernels of one level
+// namespace (X-macro), as for the arithmetic kernels.
+#ifndef ORB_VML_COMPLEX_KERNELS_H
+#define ORB_VML_COMPLEX_KERNELS_H
+
+#include "vml/kernels/arith/arith_kernels.h"
+
+#define VML_COMPLEX_KERNELS(X)                                         \
+    X(vcAdd, VmlBinaryKernelC) X(vzAdd, VmlBinaryKernelZ)              \
+    X(vcMul, VmlBinaryKernelC) X(vzMul, VmlBinaryKernelZ)              \
+    X(vcMulByConj, VmlBinaryKernelC) X(vzMulByConj, VmlBinaryKernelZ)  \
+    X(vcDiv, VmlBinaryKernelC) X(vzDiv, VmlBinaryKernelZ)              \
+    X(vcAbs, VmlAbsKernelC) X(vzAbs, VmlAbsKernelZ)                    \
+    X(vsLinearFrac, VmlLinearFracKernelS)                              \
+    X(vdLinearFrac, VmlLinearFracKernelD)
+
+VML_DECLARE_LEVEL(k_generic, VML_COMPLEX_KERNELS)
+VML_DECLARE_LEVEL(k_sse2, VML_COMPLEX_KERNELS)
+VML_DECLARE_LEVEL(k_sse42, VML_COMPLEX_KERNELS)
+VML_DECLARE_LEVEL(k_avx, VML_COMPLEX_KERNELS)
+VML_DECLARE_LEVEL(k_avx2, VML_COMPLEX_KERNELS)
+
+#endif

@@ -1,0 +1,57 @@
+/* The power-by-scalar loop: the vector core for regular operands, a scalar
+ * pass for zero, infinite and NaN bases, and the reports (1 for a negative
+ * base with a non-integer exponent, 2 for a zero base with a negative
+ * exponent, 3 for an overflow from finite operands). */
+#ifndef ORB_VML_KERNELS_POW_LOOP_H
+#define ORB_VML_KERNELS_POW_LOOP_H
+
+#include "../roots/kernel_loop.h"
+#include "pow_core.h"
+
+namespace orb::vmk {
+
+/* The handler reads the second argument as b2[i]; the exponent is one
+ * scalar, so hand it a base pointer that makes b2[i] that scalar. */
+template <typename T> inline const T *scalar_as_array(const T *b, int32_t i) {
+    return reinterpret_cast<const T *>(reinterpret_cast<uintptr_t>(b) -
+                                       static_cast<uintptr_t>(i) * sizeof(T));
+}
+
+template <int W, typename T>
+inline void powx_loop(int32_t n, const T *a, T b, T *y, const char *name) {
+    const double bd = b;
+    const PowExponent pe = pow_exponent(bd);
+    /* Results of at least this magnitude are infinite once stored as T. */
+    const double inf_from = sizeof(T) == 4 ? 0x1.ffffffp127 : kInf;
+    if (!pe.regular) {
+        for (int32_t i = 0; i < n; ++i) {
+            int code;
+            y[i] = static_cast<T>(pow_special(a[i], pe, bd, &code));
+            if (code) report(code, i, a, scalar_as_array(&b, i), y, name);
+        }
+        return;
+    }
+    for (int32_t i = 0; i < n; i += W) {
+        int rem = n - i < W ? n - i : W;
+        VD<W> va = load_part<W, T>(a + i, rem);
+        VI<W> special = (VI<W>)(va == 0.0) | ~(VI<W>)(vabs<W>(va) < kInf);
+        Out<W> o = pow_main<W, sizeof(T) == 4>(select<W>(special, splat<W>(1.0), va), pe);
+        VI<W> over = (VI<W>)(vabs<W>(o.r) >= inf_from);
+        store_part<W, T>(y + i, o.r, rem);
+        if (__builtin_expect(!any<W>(special | o.report | over), 1)) continue;
+        for (int l = 0; l < rem; ++l) {
+            int code = 0;
+            if (special[l])
+                y[i + l] = static_cast<T>(pow_special(va[l], pe, bd, &code));
+            else if (o.report[l])
+                code = 1;
+            else if (over[l])
+                code = 3;
+            if (code) report(code, i + l, a, scalar_as_array(&b, i + l), y, name);
+        }
+    }
+}
+
+} // namespace orb::vmk
+
+#endif

@@ -1,0 +1,113 @@
+/* Math cores of the square root, cube root and inverse cube root kernels.
+ * Each core maps W double lanes to W results and a mask of the lanes the
+ * kernel must report; single precision runs the same cores on widened
+ * inputs (every single-precision value is a normal double, and one final
+ * rounding to single keeps the error within half an ulp plus a hair).
+ *
+ * Cube root: x = m 2^(3k+j), m in [1,2), j in {0,1,2}; a degree-7
+ * polynomial seed for cbrt(m) (24.7 bits, tools/accuracy/fit_coefficients.py)
+ * times cbrt(2^j), scaled by 2^k; the seed is rounded up to 23 bits so that
+ * its square is exact, then one Halley step in residual form
+ *   r = (x/t^2 - t) / (2t + x/t^2),   cbrt(x) = t + t r
+ * leaves an error below 0.67 ulp. The inverse cube root keeps t + t r as an
+ * unevaluated sum and inverts it with an exact residual, 1/t (1 + e - r + r^2). */
+#ifndef ORB_VML_KERNELS_ROOTS_CORE_H
+#define ORB_VML_KERNELS_ROOTS_CORE_H
+
+#include "dd.h"
+
+namespace orb::vmk {
+
+template <int W> struct Out {
+    VD<W> r;
+    VI<W> report; /* lanes to report (all ones) */
+};
+
+constexpr double kInf = __builtin_inf();
+constexpr double kTwo54 = 18014398509481984.0;
+
+/* The pieces of the cube-root evaluation shared by Cbrt and InvCbrt, for
+ * finite non-zero x: t (23 bits, exact square), r and the 2^-18 rescale
+ * needed for subnormal inputs. */
+template <int W> struct CbrtParts {
+    VD<W> t, r, scale;
+};
+
+template <int W> inline CbrtParts<W> cbrt_parts(VD<W> ax, bool halley) {
+    static const double seed[8] = {
+        0.4271992078573546,  1.0494919967917438,   -0.8763453843873725,
+        0.629773233237034,   -0.3133092283040934,  0.10019650911433674,
+        -0.01850623587250941, 0.0014999374772160568};
+    VI<W> tiny = (VI<W>)(ax < 2.2250738585072014e-308);
+    VD<W> xs = select<W>(tiny, ax * kTwo54, ax);
+    VI<W> ib = bits<W>(xs);
+    VI<W> u = (ib >> 52) - 1023 + 1080;  /* e + 1080 in [4, 2103] */
+    VI<W> q = (u * 43691) >> 17;         /* u / 3, exact below 2^16 */
+    VI<W> j = u - 3 * q;
+    VI<W> k = q - 360;
+    VD<W> m = from_bits<W>((ib & 0x000FFFFFFFFFFFFFLL) | 0x3FF0000000000000LL);
+    VD<W> c = select<W>(j == 0, splat<W>(1.0),
+                        select<W>(j == 1, splat<W>(1.2599210498948732),
+                                  splat<W>(1.5874010519681994)));
+    VD<W> t0 = horner<W>(m, seed) * c;
+    VD<W> t = from_bits<W>(bits<W>(t0) + (k << 52));
+    VD<W> scale = select<W>(tiny, splat<W>(3.814697265625e-06), splat<W>(1.0));
+    if (!halley) return {t, VD<W>{}, scale};
+    /* Round up to 23 significant bits: t*t is then exact. */
+    t = from_bits<W>((bits<W>(t) + 0x80000000LL) & ~0x3FFFFFFFLL);
+    VD<W> s = t * t;
+    VD<W> rr = xs / s;
+    VD<W> r = (rr - t) / ((t + t) + rr);
+    return {t, r, scale};
+}
+
+/* Accuracy flavour: Full meets 1 ulp, Fast keeps only the seed (enough for
+ * single precision at the lower accuracy codes). */
+enum class Acc { Full, Fast };
+
+struct SqrtCore {
+    template <int W> static Out<W> eval(VD<W> a, Acc) {
+        return {vsqrt<W>(a), (VI<W>)(a < 0.0)};
+    }
+};
+
+struct CbrtCore {
+    template <int W> static Out<W> eval(VD<W> a, Acc acc) {
+        VD<W> ax = vabs<W>(a);
+        VI<W> special = (VI<W>)(a == 0.0) | ~(VI<W>)(ax < kInf);
+        CbrtParts<W> p = cbrt_parts<W>(select<W>(special, splat<W>(1.0), ax),
+                                       acc == Acc::Full);
+        VD<W> r = (acc == Acc::Full ? p.t + p.t * p.r : p.t) * p.scale;
+        r = xor_sign<W>(r, sign_bits<W>(a));
+        return {select<W>(special, a + a, r), VI<W>{}};
+    }
+};
+
+struct InvCbrtCore {
+    template <int W> static Out<W> eval(VD<W> a, Acc acc) {
+        VD<W> ax = vabs<W>(a);
+        VI<W> zero = (VI<W>)(a == 0.0);
+        VI<W> special = zero | ~(VI<W>)(ax < kInf);
+        CbrtParts<W> p = cbrt_parts<W>(select<W>(special, splat<W>(1.0), ax),
+                                       acc == Acc::Full);
+        VD<W> r;
+        if (acc == Acc::Full) {
+            VD<W> y = 1.0 / p.t;
+            DD<W> ty = two_prod<W>(p.t, y);
+            VD<W> e = (1.0 - ty.hi) - ty.lo;
+            r = y + y * ((e - p.r) + p.r * p.r);
+        } else {
+            r = 1.0 / p.t;
+        }
+        r = r / p.scale;
+        /* 1/(+-0) = +-inf, 1/(+-inf) = +-0, NaN stays NaN. */
+        VD<W> sp = select<W>(zero, xor_sign<W>(splat<W>(kInf), sign_bits<W>(a)),
+                             1.0 / (a + a));
+        r = xor_sign<W>(r, sign_bits<W>(a));
+        return {select<W>(special, sp, r), zero};
+    }
+};
+
+} // namespace orb::vmk
+
+#endif

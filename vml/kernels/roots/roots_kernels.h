@@ -1,0 +1,30 @@
+/* The root kernels, listed once: (symbol, element, core, accuracy flavour,
+ * status reported for flagged lanes, export name). Every level namespace
+ * (k_ref for the plain reference loops, k_generic ... k_avx2) defines them
+ * all; the declarations below follow from the list. Suffix _ha is the
+ * flavour within 1 ulp, _ep the seed-only single-precision flavour. */
+#ifndef ORB_VML_KERNELS_ROOTS_KERNELS_H
+#define ORB_VML_KERNELS_ROOTS_KERNELS_H
+
+#include <stdint.h>
+
+#define ORB_VML_ROOT_KERNELS(X)                                  \
+    X(vsSqrt_ha, float, SqrtCore, Full, 1, "vsSqrt")             \
+    X(vdSqrt_ha, double, SqrtCore, Full, 1, "vdSqrt")            \
+    X(vsCbrt_ha, float, CbrtCore, Full, 0, "vsCbrt")             \
+    X(vsCbrt_ep, float, CbrtCore, Fast, 0, "vsCbrt")             \
+    X(vdCbrt_ha, double, CbrtCore, Full, 0, "vdCbrt")            \
+    X(vsInvCbrt_ha, float, InvCbrtCore, Full, 2, "vsInvCbrt")    \
+    X(vsInvCbrt_ep, float, InvCbrtCore, Fast, 2, "vsInvCbrt")    \
+    X(vdInvCbrt_ha, double, InvCbrtCore, Full, 2, "vdInvCbrt")
+
+/* The namespaces of the levels the kernels are built for. */
+#define ORB_VML_MATH_LEVELS(X) X(k_ref) X(k_generic) X(k_sse2) X(k_sse42) X(k_avx) X(k_avx2)
+
+#define ORB_VML_ROOT_DECL(fn, T, core, acc, code, name) void fn(int32_t n, const T *a, T *y);
+#define ORB_VML_ROOT_NS(ns) namespace ns { ORB_VML_ROOT_KERNELS(ORB_VML_ROOT_DECL) }
+ORB_VML_MATH_LEVELS(ORB_VML_ROOT_NS)
+#undef ORB_VML_ROOT_NS
+#undef ORB_VML_ROOT_DECL
+
+#endif

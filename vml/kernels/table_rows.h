@@ -1,0 +1,26 @@
+// Row builders of the 32-entry kernel and cost tables: which level
+// namespace serves which extended level.
+//   0 plain loop, 1-2 generic, 3-6 SSE2, 7 SSE4.2, 8 AVX, 9 AVX2 set.
+#ifndef ORB_VML_TABLE_ROWS_H
+#define ORB_VML_TABLE_ROWS_H
+
+#include "vml/vml_tables.h"
+
+#define VML_LEVEL_ROW(N)                                                    \
+    k_generic::N##_plain, k_generic::N, k_generic::N, k_sse2::N, k_sse2::N, \
+        k_sse2::N, k_sse2::N, k_sse42::N, k_avx::N, k_avx2::N
+
+// The same kernels in all three accuracy blocks.
+#define VML_KERNEL_TABLE(N) \
+    { VML_LEVEL_ROW(N), VML_LEVEL_ROW(N), VML_LEVEL_ROW(N), nullptr, nullptr }
+
+// Cost rows of levels 0, 2-8 per block; levels 1 and 9 take the fixed
+// values (3.0 and 2.0 / 3.0 / 1.0).
+#define VML_COST_BLOCK(c0, c2, c3, c4, c5, c6, c7, c8, c9) \
+    c0, 3.0f, c2, c3, c4, c5, c6, c7, c8, c9
+#define VML_COST_ROW(c0, c2, c3, c4, c5, c6, c7, c8)               \
+    { VML_COST_BLOCK(c0, c2, c3, c4, c5, c6, c7, c8, 2.0f),       \
+      VML_COST_BLOCK(c0, c2, c3, c4, c5, c6, c7, c8, 3.0f),       \
+      VML_COST_BLOCK(c0, c2, c3, c4, c5, c6, c7, c8, 1.0f), 0.0f, 0.0f }
+
+#endif

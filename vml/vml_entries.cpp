@@ -1,0 +1,122 @@
+// The 36 exported vector-math entry points: argument checks, slot choice,
+// and the hand-over to the shape's threader.
+#include <initializer_list>
+#include <string.h>
+
+#include "service/serv.h"
+#include "vml/vml_tables.h"
+#include "vml/vml_threader.h"
+
+#define ORB_EXPORT extern "C" __attribute__((visibility("default")))
+
+namespace {
+
+struct Required {
+    const void *pointer;
+    int32_t position;  // 1-based parameter position
+};
+
+// False when the call must return now (n <= 0 or a bad argument).
+bool Checked(const char *name, int32_t n,
+             std::initializer_list<Required> required) {
+    if (n < 0) {
+        const int32_t info = 1;
+        ServReportParameterError(name, &info, int32_t(strlen(name)));
+        ServVmlSetStatus(VmlStatusBadSize);
+        return false;
+    }
+    if (n == 0) return false;
+    for (const Required &r : required) {
+        if (r.pointer == nullptr) {
+            ServReportParameterError(name, &r.position, int32_t(strlen(name)));
+            ServVmlSetStatus(VmlStatusBadMem);
+            return false;
+        }
+    }
+    return true;
+}
+
+// Table slot of the calling thread; an accuracy code outside 1..3 (only a
+// hand-made mode word can hold one) counts as 2.
+int32_t Slot() {
+    int32_t code = int32_t(ServVmlGetMode() & VmlModeAccuracyMask);
+    if (code < 1 || code > 3) code = 2;
+    return ServGetExtCpuLevel() + 10 * (code - 1);
+}
+
+}  // namespace
+
+#define ORB_UNARY(name, T, thr)                                            \
+    ORB_EXPORT void name(int n, const T *a, T *y) {                        \
+        if (!Checked(#name, n, {{a, 2}, {y, 3}})) return;                  \
+        const int32_t s = Slot();                                          \
+        thr(vml_kernels_##name[s], n, a, y, vml_costs_##name[s], 0);       \
+    }
+#define ORB_BINARY(name, T, thr)                                           \
+    ORB_EXPORT void name(int n, const T *a, const T *b, T *y) {            \
+        if (!Checked(#name, n, {{a, 2}, {b, 3}, {y, 4}})) return;          \
+        const int32_t s = Slot();                                          \
+        thr(vml_kernels_##name[s], n, a, b, y, vml_costs_##name[s], 0);    \
+    }
+
+ORB_BINARY(vsAdd, float, orb_vml_serv_threader_s_2i_1o)
+ORB_BINARY(vdAdd, double, orb_vml_serv_threader_d_2i_1o)
+ORB_BINARY(vsSub, float, orb_vml_serv_threader_s_2i_1o)
+ORB_BINARY(vdSub, double, orb_vml_serv_threader_d_2i_1o)
+ORB_BINARY(vsMul, float, orb_vml_serv_threader_s_2i_1o)
+ORB_BINARY(vdMul, double, orb_vml_serv_threader_d_2i_1o)
+ORB_BINARY(vsDiv, float, orb_vml_serv_threader_s_2i_1o)
+ORB_BINARY(vdDiv, double, orb_vml_serv_threader_d_2i_1o)
+ORB_BINARY(vsAtan2, float, orb_vml_serv_threader_s_2i_1o)
+ORB_BINARY(vdAtan2, double, orb_vml_serv_threader_d_2i_1o)
+ORB_BINARY(vcAdd, VmlComplex8, orb_vml_serv_threader_c_2i_1o)
+ORB_BINARY(vzAdd, VmlComplex16, orb_vml_serv_threader_z_2i_1o)
+ORB_BINARY(vcMul, VmlComplex8, orb_vml_serv_threader_c_2i_1o)
+ORB_BINARY(vzMul, VmlComplex16, orb_vml_serv_threader_z_2i_1o)
+ORB_BINARY(vcMulByConj, VmlComplex8, orb_vml_serv_threader_c_2i_1o)
+ORB_BINARY(vzMulByConj, VmlComplex16, orb_vml_serv_threader_z_2i_1o)
+ORB_BINARY(vcDiv, VmlComplex8, orb_vml_serv_threader_c_2i_1o)
+ORB_BINARY(vzDiv, VmlComplex16, orb_vml_serv_threader_z_2i_1o)
+ORB_UNARY(vsSqr, float, orb_vml_serv_threader_s_1i_1o)
+ORB_UNARY(vdSqr, double, orb_vml_serv_threader_d_1i_1o)
+ORB_UNARY(vsAbs, float, orb_vml_serv_threader_s_1i_1o)
+ORB_UNARY(vdAbs, double, orb_vml_serv_threader_d_1i_1o)
+ORB_UNARY(vsRound, float, orb_vml_serv_threader_s_1i_1o)
+ORB_UNARY(vdRound, double, orb_vml_serv_threader_d_1i_1o)
+ORB_UNARY(vsSqrt, float, orb_vml_serv_threader_s_1i_1o)
+ORB_UNARY(vdSqrt, double, orb_vml_serv_threader_d_1i_1o)
+ORB_UNARY(vsCbrt, float, orb_vml_serv_threader_s_1i_1o)
+ORB_UNARY(vdCbrt, double, orb_vml_serv_threader_d_1i_1o)
+ORB_UNARY(vsInvCbrt, float, orb_vml_serv_threader_s_1i_1o)
+ORB_UNARY(vdInvCbrt, double, orb_vml_serv_threader_d_1i_1o)
+
+#define ORB_POWX(name, T, thr)                                             \
+    ORB_EXPORT void name(int n, const T *a, T b, T *y) {                   \
+        if (!Checked(#name, n, {{a, 2}, {y, 4}})) return;                  \
+        const int32_t s = Slot();                                          \
+        thr(vml_kernels_##name[s], n, a, b, y, vml_costs_##name[s], 0);    \
+    }
+ORB_POWX(vsPowx, float, orb_vml_serv_threader_s_cs_2i_s_1o)
+ORB_POWX(vdPowx, double, orb_vml_serv_threader_d_cd_2i_d_1o)
+
+#define ORB_CABS(name, C, R, thr)                                          \
+    ORB_EXPORT void name(int n, const C *a, R *y) {                        \
+        if (!Checked(#name, n, {{a, 2}, {y, 3}})) return;                  \
+        const int32_t s = Slot();                                          \
+        thr(vml_kernels_##name[s], n, a, y, vml_costs_##name[s], 0);       \
+    }
+ORB_CABS(vcAbs, VmlComplex8, float, orb_vml_serv_threader_c_1i_s_1o)
+ORB_CABS(vzAbs, VmlComplex16, double, orb_vml_serv_threader_z_1i_d_1o)
+
+#define ORB_LINEARFRAC(name, T, thr)                                       \
+    ORB_EXPORT void name(int n, const T *a, const T *b, T scalea,          \
+                         T shifta, T scaleb, T shiftb, T *y) {             \
+        if (!Checked(#name, n, {{a, 2}, {b, 3}, {y, 8}})) return;          \
+        const int32_t s = Slot();                                          \
+        /* Every accuracy block holds the same kernel: warn outside 3. */  \
+        if (s / 10 != 2) ServVmlSetStatus(VmlStatusModeWarning);           \
+        thr(vml_kernels_##name[s], n, a, b, scalea, shifta, scaleb, shiftb, \
+            y, vml_costs_##name[s], 0);                                    \
+    }
+ORB_LINEARFRAC(vsLinearFrac, float, orb_vml_serv_threader_s_6i_1o)
+ORB_LINEARFRAC(vdLinearFrac, double, orb_vml_serv_threader_d_6i_1o)

@@ -1,0 +1,75 @@
+// Threaders of the vector-math exports: the split of one call among the
+// threads of the vector-math domain. One template serves the twelve
+// argument lists; the named orb_vml_serv_threader_* functions instantiate it.
+#ifndef ORB_VML_THREADER_H
+#define ORB_VML_THREADER_H
+
+#include <stdint.h>
+
+#include "vml/vml_frame.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+void orb_vml_serv_threader_s_1i_1o(VmlUnaryKernelS k, int32_t n,
+                                   const float *a, float *y, float cost,
+                                   int32_t zero);
+void orb_vml_serv_threader_d_1i_1o(VmlUnaryKernelD k, int32_t n,
+                                   const double *a, double *y, float cost,
+                                   int32_t zero);
+void orb_vml_serv_threader_s_2i_1o(VmlBinaryKernelS k, int32_t n,
+                                   const float *a, const float *b, float *y,
+                                   float cost, int32_t zero);
+void orb_vml_serv_threader_d_2i_1o(VmlBinaryKernelD k, int32_t n,
+                                   const double *a, const double *b,
+                                   double *y, float cost, int32_t zero);
+void orb_vml_serv_threader_c_2i_1o(VmlBinaryKernelC k, int32_t n,
+                                   const VmlComplex8 *a, const VmlComplex8 *b,
+                                   VmlComplex8 *y, float cost, int32_t zero);
+void orb_vml_serv_threader_z_2i_1o(VmlBinaryKernelZ k, int32_t n,
+                                   const VmlComplex16 *a,
+                                   const VmlComplex16 *b, VmlComplex16 *y,
+                                   float cost, int32_t zero);
+void orb_vml_serv_threader_s_cs_2i_s_1o(VmlPowxKernelS k, int32_t n,
+                                        const float *a, float b, float *y,
+                                        float cost, int32_t zero);
+void orb_vml_serv_threader_d_cd_2i_d_1o(VmlPowxKernelD k, int32_t n,
+                                        const double *a, double b, double *y,
+                                        float cost, int32_t zero);
+void orb_vml_serv_threader_c_1i_s_1o(VmlAbsKernelC k, int32_t n,
+                                     const VmlComplex8 *a, float *y,
+                                     float cost, int32_t zero);
+void orb_vml_serv_threader_z_1i_d_1o(VmlAbsKernelZ k, int32_t n,
+                                     const VmlComplex16 *a, double *y,
+                                     float cost, int32_t zero);
+void orb_vml_serv_threader_s_6i_1o(VmlLinearFracKernelS k, int32_t n,
+                                   const float *a, const float *b,
+                                   float scalea, float shifta, float scaleb,
+                                   float shiftb, float *y, float cost,
+                                   int32_t zero);
+void orb_vml_serv_threader_d_6i_1o(VmlLinearFracKernelD k, int32_t n,
+                                   const double *a, const double *b,
+                                   double scalea, double shifta,
+                                   double scaleb, double shiftb, double *y,
+                                   float cost, int32_t zero);
+
+#ifdef __cplusplus
+}
+
+namespace orb::vml {
+// Elements below this count always run in the calling thread.
+constexpr int32_t kThreadThreshold = 100;
+// Machine factor F of the dynamic rule for given topology counts.
+float MachineFactor(int32_t packages, int32_t cores, int32_t smt_minus_one);
+// First element and count of team member k of m for n elements.
+inline void ChunkOf(int32_t n, int32_t k, int32_t m, int32_t *first,
+                    int32_t *count) {
+    const int32_t chunk = n / m;
+    *first = k * chunk;
+    *count = (k + 1 < m) ? chunk : n - k * chunk;
+}
+}  // namespace orb::vml
+#endif
+
+#endif
