@@ -1,7 +1,7 @@
-// Counting stand-in for the service allocator in the configuration tests:
-// counts live blocks (leak checks) and can fail the k-th next request.
-// Weak, so the library's allocator wins once it is linked; the counting
-// tests skip themselves then.
+// Counting allocator for the configuration tests: it takes the place of the
+// library's ServAlloc/ServFree in that test program (a weak definition in an
+// object file keeps the archive's allocator out), counts live blocks for the
+// leak checks and can fail the k-th next request.
 #include <stdlib.h>
 
 #include <atomic>
