@@ -77,13 +77,21 @@ ORB_UNALIGNED_OK void Scal(const int32_t *np, const T *alphap, T *x, const int32
     if (n <= 0) return;
     // Scale never walks backwards: a negative increment counts as |inc|.
     const int64_t inc = *incxp < 0 ? -int64_t(*incxp) : int64_t(*incxp);
+    if (inc == 0) {  // x[0] multiplied n times, one rounding each
+        for (int64_t i = 0; i < n; ++i) x[0] *= alpha;
+        return;
+    }
     if (inc != 1) {
+        // Distinct elements: four loads in flight before the stores.
         int64_t i = 0;
-        for (; i + 2 <= n; i += 2, x += 2 * inc) {
-            x[0] *= alpha;
-            x[inc] *= alpha;
+        for (; i + 4 <= n; i += 4, x += 4 * inc) {
+            T a = x[0] * alpha, b = x[inc] * alpha, c = x[2 * inc] * alpha, d = x[3 * inc] * alpha;
+            x[0] = a;
+            x[inc] = b;
+            x[2 * inc] = c;
+            x[3 * inc] = d;
         }
-        if (i < n) x[0] *= alpha;
+        for (; i < n; ++i, x += inc) x[0] *= alpha;
         return;
     }
     int64_t i = 0;
@@ -127,24 +135,22 @@ ORB_UNALIGNED_OK int32_t Iamax(const int32_t *np, const T *x, const int32_t *inc
     T m = Magnitude(x[0]);
     int64_t k = 0;
     if (inc != 1) {
-        // Strided: four independent running maxima per block instead of one
-        // compare-and-branch chain, then the block's first maximum.
+        // Strided: eight independent running maxima per block instead of
+        // one compare-and-branch chain, then the block's first maximum.
+        constexpr int kChains = 8;
         int64_t i = 1;
-        while (i + 4 <= n) {
-            const int64_t len = n - i < kBlock ? (n - i) / 4 * 4 : kBlock;
+        while (i + kChains <= n) {
+            const int64_t len = n - i < kBlock ? (n - i) / kChains * kChains : kBlock;
             const T *b = x + i * inc;
-            T a0 = 0, a1 = 0, a2 = 0, a3 = 0;
-            for (int64_t j = 0; j < len; j += 4) {
-                T v0 = Magnitude(b[j * inc]), v1 = Magnitude(b[(j + 1) * inc]);
-                T v2 = Magnitude(b[(j + 2) * inc]), v3 = Magnitude(b[(j + 3) * inc]);
-                a0 = v0 > a0 ? v0 : a0;
-                a1 = v1 > a1 ? v1 : a1;
-                a2 = v2 > a2 ? v2 : a2;
-                a3 = v3 > a3 ? v3 : a3;
+            T acc[kChains] = {};
+            for (int64_t j = 0; j < len; j += kChains) {
+                for (int q = 0; q < kChains; ++q) {
+                    T v = Magnitude(b[(j + q) * inc]);
+                    acc[q] = v > acc[q] ? v : acc[q];
+                }
             }
-            a0 = a1 > a0 ? a1 : a0;
-            a2 = a3 > a2 ? a3 : a2;
-            const T block_max = a2 > a0 ? a2 : a0;
+            T block_max = acc[0];
+            for (int q = 1; q < kChains; ++q) block_max = acc[q] > block_max ? acc[q] : block_max;
             if (block_max > m) {
                 for (int64_t j = 0; j < len; ++j) {
                     if (Magnitude(b[j * inc]) == block_max) {
@@ -170,17 +176,18 @@ ORB_UNALIGNED_OK int32_t Iamax(const int32_t *np, const T *x, const int32_t *inc
             T v = Magnitude(x[i]);
             if (v > m) { m = v; k = i; }
         }
-        while (i + 4 * L <= n) {
-            int64_t len = n - i < kBlock ? (n - i) / (4 * L) * (4 * L) : kBlock;
+        while (i + L <= n) {
+            const int64_t len = n - i < kBlock ? (n - i) / L * L : kBlock;
             const T *b = x + i;
-            typename P::V m0 = P::Abs(P::LoadAligned(b)), m1 = P::Abs(P::LoadAligned(b + L));
-            typename P::V m2 = P::Abs(P::LoadAligned(b + 2 * L)), m3 = P::Abs(P::LoadAligned(b + 3 * L));
-            for (int64_t j = 4 * L; j < len; j += 4 * L) {
+            typename P::V m0 = P::Abs(P::LoadAligned(b)), m1 = m0, m2 = m0, m3 = m0;
+            int64_t j = L;
+            for (; j + 4 * L <= len; j += 4 * L) {
                 m0 = P::Max(m0, P::Abs(P::LoadAligned(b + j)));
                 m1 = P::Max(m1, P::Abs(P::LoadAligned(b + j + L)));
                 m2 = P::Max(m2, P::Abs(P::LoadAligned(b + j + 2 * L)));
                 m3 = P::Max(m3, P::Abs(P::LoadAligned(b + j + 3 * L)));
             }
+            for (; j < len; j += L) m0 = P::Max(m0, P::Abs(P::LoadAligned(b + j)));
             T block_max = P::HorizontalMax(P::Max(P::Max(m0, m1), P::Max(m2, m3)));
             if (block_max > m) {
                 // The walk would end on the first position of block_max.
