@@ -61,7 +61,8 @@ int main() {
             y[nx - 1] = y[0];
             DfTask *task = nullptr;
             dfdNewTask1D(&task, static_cast<int32_t>(nx), x.data(), DfNonUniform, 1, y.data(), DfValuesPerFunction);
-            dfdEditPPSpline1D(task, k.order, k.type, k.bc, nullptr, 0, nullptr, coeff.data(), 0);
+            double bc[2] = {0, 0};  // periodic code: the editor wants an array
+            dfdEditPPSpline1D(task, k.order, k.type, k.bc, bc, 0, nullptr, coeff.data(), 0);
             gsl_spline *sp = gsl_spline_alloc(k.gsl, static_cast<size_t>(nx));
             int reps = nx > 1000 ? 3 : 200;
             double t_orb = Seconds([&] { dfdConstruct1D(task, 0, 0); }, reps);
