@@ -48,19 +48,28 @@ public:
         }
     }
 
-    // Sorted sites continue from the previous cell; a new chunk starts over.
-    void Restart() { prev_ = -1; }
+    // Cells of n sites; the strategy is chosen once per block.
+    void Block(const T *site, int64_t n, int64_t *out) {
+        switch (strategy_) {
+        case kUniform: for (int64_t k = 0; k < n; ++k) out[k] = Uniform(site[k]); break;
+        case kBinary: for (int64_t k = 0; k < n; ++k) out[k] = Binary(site[k]); break;
+        default: for (int64_t k = 0; k < n; ++k) out[k] = (*this)(site[k]); break;
+        }
+    }
+
+    int64_t Uniform(T site) const {
+        double s = static_cast<double>(site);
+        if (!(s >= x0_)) return 0;
+        double q = (s - x0_) / h_;
+        if (!(q < static_cast<double>(nx_))) return nx_;
+        int64_t c = static_cast<int64_t>(q) + 1;
+        return c > nx_ ? nx_ : c;
+    }
 
     int64_t operator()(T site) {
         switch (strategy_) {
-        case kUniform: {
-            double s = static_cast<double>(site);
-            if (!(s >= x0_)) return 0;
-            double q = (s - x0_) / h_;
-            if (!(q < static_cast<double>(nx_))) return nx_;
-            int64_t c = static_cast<int64_t>(q) + 1;
-            return c > nx_ ? nx_ : c;
-        }
+        case kUniform:
+            return Uniform(site);
         case kQuasiUniform: {
             double g = (static_cast<double>(site) - x0_) * scale_;
             int64_t c = !(g >= 0.0) ? 0 : g >= static_cast<double>(nx_) ? nx_ : static_cast<int64_t>(g) + 1;
@@ -170,26 +179,29 @@ int CellSearch(const InterpRequest<T> &q) {
     if (int st = sites.Init(q)) return st;
     ForChunks(q, [&](int64_t b, int64_t e) {
         Searcher<T> find(q.task, strategy, q.datahint);
-        for (int64_t k = b; k < e; ++k) q.cell[k] = static_cast<int32_t>(find(sites.p[k]));
+        int64_t cells[kBlock];
+        for (int64_t kb = b; kb < e; kb += kBlock) {
+            int64_t n = kb + kBlock < e ? kBlock : e - kb;
+            find.Block(sites.p + kb, n, cells);
+            for (int64_t k = 0; k < n; ++k) q.cell[kb + k] = static_cast<int32_t>(cells[k]);
+        }
     });
     return DfStatusOk;
 }
 
 // ---- evaluation ----
 
-// Coefficients of the derivatives: sum_{p>=d} c_p p!/(p-d)! u^{p-d}.
+// All derivatives of sum c_p u^p at u by repeated synthetic division:
+// after step k, b[k] is the k-th Taylor coefficient (derivative k / k!).
 template <int Order>
-double EvalDerivative(const double *c, int order, int d, double u) {
+inline void TaylorShift(double *b, int order, double u) {
     const int n = Order > 0 ? Order : order;
-    if (d >= n) return 0.0;
-    double acc = 0.0;
-    for (int p = n - 1; p >= d; --p) {
-        double f = 1.0;
-        for (int k = 0; k < d; ++k) f *= static_cast<double>(p - k);
-        acc = acc * u + c[p] * f;
-    }
-    return acc;
+    for (int k = 0; k < n - 1; ++k)
+        for (int j = n - 2; j >= k; --j) b[j] += u * b[j + 1];
 }
+constexpr double kFactorial[16] = {1, 1, 2, 6, 24, 120, 720, 5040, 40320, 362880, 3628800,
+                                   39916800, 479001600, 6227020800.0, 87178291200.0,
+                                   1307674368000.0};
 
 template <class T>
 struct Evaluator {
@@ -221,10 +233,6 @@ struct Evaluator {
     double Point(int64_t j) const {
         return uniform ? x0 + static_cast<double>(j) * h : static_cast<double>(x[j]);
     }
-    T *Out(int64_t i, int64_t k) const {
-        return q.rhint == DfResultSitesFuncsDerivs ? q.r + (k * nf + i) * nd
-                                                   : q.r + (i * q.nsite + k) * nd;
-    }
     T Value(int64_t i, int64_t j) const {
         if (t->yhint == 32) return static_cast<const T *>(t->yTable[0])[j * nf + i];
         return static_cast<const T *>(t->yTable[i])[j];
@@ -232,20 +240,32 @@ struct Evaluator {
 
     template <int Order>
     void Polynomials(int64_t b, int64_t e, const T *s, const int64_t *cells) const {
-        const int order = static_cast<int>(t->splineOrder);
-        const int64_t stride = order;
+        const int order = Order > 0 ? Order : (t->splineOrder < 16 ? static_cast<int>(t->splineOrder) : 16);
+        const int64_t stride = t->splineOrder;
+        // Results of site k, function i start at k*site_step + i*func_step.
+        const bool by_site = q.rhint == DfResultSitesFuncsDerivs;
+        const int64_t site_step = by_site ? nf * nd : nd, func_step = by_site ? nd : q.nsite * nd;
+        double scale[64];
+        for (int64_t d = 0; d < nd; ++d) scale[d] = ders[d] < 16 ? kFactorial[ders[d]] : 0.0;
         for (int64_t i = 0; i < nf; ++i) {
             const T *coeff = static_cast<const T *>(t->coeffTable[i]);
-            for (int64_t k = b; k < e; ++k) {
+            T *out = q.r + i * func_step + b * site_step;
+            for (int64_t k = b; k < e; ++k, out += site_step) {
                 int64_t j = cells[k - b] - 1;
                 j = j < 0 ? 0 : (j > nx - 2 ? nx - 2 : j);
                 double u = static_cast<double>(s[k]) - Point(j);
-                double c[Order > 0 ? Order : 16];
                 const T *src = coeff + j * stride;
-                for (int p = 0; p < order && p < 16; ++p) c[p] = static_cast<double>(src[p]);
-                T *out = Out(i, k);
+                if (nd == 1 && ders[0] == 0) {  // value alone: plain Horner
+                    double acc = static_cast<double>(src[order - 1]);
+                    for (int p = order - 2; p >= 0; --p) acc = acc * u + static_cast<double>(src[p]);
+                    out[0] = static_cast<T>(acc);
+                    continue;
+                }
+                double c[Order > 0 ? Order : 16];
+                for (int p = 0; p < order; ++p) c[p] = static_cast<double>(src[p]);
+                TaylorShift<Order>(c, order, u);
                 for (int64_t d = 0; d < nd; ++d)
-                    out[d] = static_cast<T>(EvalDerivative<Order>(c, order < 16 ? order : 16, ders[d], u));
+                    out[d] = static_cast<T>(ders[d] < order ? c[ders[d]] * scale[d] : 0.0);
             }
         }
     }
@@ -267,7 +287,8 @@ struct Evaluator {
                     int64_t idx = on_point ? c - 1 : c;
                     v = Value(i, idx > nx - 1 ? nx - 1 : idx);
                 }
-                T *out = Out(i, k);
+                T *out = q.rhint == DfResultSitesFuncsDerivs ? q.r + (k * nf + i) * nd
+                                                             : q.r + (i * q.nsite + k) * nd;
                 for (int64_t d = 0; d < nd; ++d)
                     out[d] = ders[d] == 0 ? v : (type == 6 ? nan : T(0));
             }
@@ -291,7 +312,7 @@ int Interpolate(const InterpRequest<T> &q) {
         int64_t cells[kBlock];
         for (int64_t kb = b; kb < e; kb += kBlock) {
             int64_t ke = kb + kBlock < e ? kb + kBlock : e;
-            for (int64_t k = kb; k < ke; ++k) cells[k - kb] = find(sites.p[k]);
+            find.Block(sites.p + kb, ke - kb, cells);
             if (want_cells)
                 for (int64_t k = kb; k < ke; ++k) q.cell[k] = static_cast<int32_t>(cells[k - kb]);
             if (ev.nd == 0) continue;
