@@ -35,8 +35,10 @@
  *     2, zero second derivative on cell 0; codes with bit 4 (12, 36), first
  *     derivative bc[0] at x_0; codes with bit 16 (24, 48), second
  *     derivative bc[0] on cell 0. Other codes (64 included): -1014.
- *   order 3 type 1 (Subbotin): passes the checks (ic_type must have bit 8,
- *     ic holds nx+1 knots) but is not constructed yet: -1011.
+ *   order 3 type 1 (Subbotin): ic_type must have bit 8 (else -1012), ic
+ *     holds nx+1 knots, bc_type must be a known code; the construction is
+ *     not available yet and then returns -1011. Its coefficient blocks are
+ *     order*nx elements apart.
  *   order 4: the cubic types below. For each, h_j = x_{j+1}-x_j,
  *     s_j = (v_{j+1}-v_j)/h_j, m_j the first derivative at x_j; a piece is
  *     the cubic Hermite interpolant of (v_j, m_j, v_{j+1}, m_{j+1}).
@@ -67,6 +69,9 @@
  *       when the denominator is 0; Akima's end rule extends the slopes
  *       linearly: s_{-1} = 2s_0-s_1, s_{-2} = 2s_{-1}-s_0, and likewise on
  *       the right. Every accepted bc_type gives the same spline.
+ *   With several functions, ic holds one block per function (function i's
+ *   nx-2 values at ic + i*(nx-2)) and bc one pair per function (bc[2i]
+ *   left, bc[2i+1] right).
  *   Boundary-condition codes (bc_type) for orders 3 and 4, values in bc in
  *   the order left, right: 1 not-a-knot; 2 free end (zero second
  *   derivative at both ends); 12 first derivatives (bc[0] at x_0, bc[1] at
