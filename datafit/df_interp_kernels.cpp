@@ -52,7 +52,7 @@ public:
     void Block(const T *site, int64_t n, int64_t *out) {
         switch (strategy_) {
         case kUniform: for (int64_t k = 0; k < n; ++k) out[k] = Uniform(site[k]); break;
-        case kBinary: for (int64_t k = 0; k < n; ++k) out[k] = Binary(site[k]); break;
+        case kBinary: BinaryBlock(site, n, out); break;
         default: for (int64_t k = 0; k < n; ++k) out[k] = (*this)(site[k]); break;
         }
     }
@@ -97,6 +97,27 @@ private:
         }
         return (base - x_) + (base[0] <= s ? 1 : 0);
     }
+    // Eight binary searches in lockstep: their loads are independent, so
+    // the memory latency of one step overlaps that of the others.
+    void BinaryBlock(const T *site, int64_t n, int64_t *out) const {
+        constexpr int kLanes = 8;
+        int64_t k = 0;
+        for (; k + kLanes <= n; k += kLanes) {
+            const T *base[kLanes];
+            for (int l = 0; l < kLanes; ++l) base[l] = x_;
+            int64_t len = nx_;
+            while (len > 1) {
+                int64_t half = len / 2;
+                for (int l = 0; l < kLanes; ++l)
+                    base[l] = (base[l][half] <= site[k + l]) ? base[l] + half : base[l];
+                len -= half;
+            }
+            for (int l = 0; l < kLanes; ++l)
+                out[k + l] = (base[l] - x_) + (base[l][0] <= site[k + l] ? 1 : 0);
+        }
+        for (; k < n; ++k) out[k] = Binary(site[k]);
+    }
+
     // Search outward from cell c with doubling steps, then bisect.
     int64_t Gallop(T s, int64_t c) const {
         const T *x = x_;
