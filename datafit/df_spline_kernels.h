@@ -197,8 +197,8 @@ int CubicC2Kernel(const DfTask *t) {
             di[n - 1] = 2.0;
         }
     }
-    // A zero pivot leaves the scratch area allocated; callers rely on the
-    // failing call touching nothing else, and the area is not reused.
+    // On a zero pivot the scratch area is deliberately not released: the
+    // failing call returns at once and writes no coefficient.
     if (!FactorTridiagonal(n, lo, di, up)) return DfStatusSingularSystem;
     double zcorr = 0.0;
     if (periodic && n > 2) {

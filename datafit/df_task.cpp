@@ -34,8 +34,10 @@ int NewTask(DfTask **task, int64_t nx, const T *x, int64_t xhint, int64_t ny,
     }
     if (yhint != 0 && yhint != 16 && yhint != 32 && yhint != 128) return DfStatusBadFunctionHint;
 
+    // Without a handle the record could never be released.
+    if (!task) return DfStatusNullTask;
     DfTask *t = static_cast<DfTask *>(ServAlloc(sizeof(DfTask), kAlign));
-    if (task) *task = t;
+    *task = t;
     if (!t) return DfStatusNoMemory;
     std::memset(static_cast<void *>(t), 0, sizeof(DfTask));
     t->nx = nx;

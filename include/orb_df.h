@@ -113,6 +113,8 @@ extern "C" {
 #endif
 
 typedef struct DfTask DfTask;
+/* df?NewTask1D with a null handle (DfTask **) returns -1000 after the
+ * argument checks, before anything is allocated. */
 
 /* Status codes. */
 enum {

@@ -45,6 +45,7 @@ TEST(DfStatus, Creation) {
         {"yhint 8", [] { return New(6, X, 0, 1, Y, 8); }, DfStatusBadFunctionHint},
         {"every xhint", [] { return New(6, X, 1, 1, Y, 0) | New(6, X, 2, 1, Y, 0) | New(6, X, 4, 1, Y, 0); }, DfStatusOk},
         {"every yhint", [] { return New(6, X, 0, 2, Y, 16) | New(6, X, 0, 2, Y, 32) | New(6, X, 0, 2, Y, 128); }, DfStatusOk},
+        {"null handle", [] { return dfdNewTask1D(nullptr, 6, X, 0, 1, Y, 0); }, DfStatusNullTask},
         {"negative ny passes", [] { return New(6, X, 0, -1, Y, 0); }, DfStatusOk},
         {"single precision", [] {
              DfTask *t = nullptr;
