@@ -1,0 +1,145 @@
+// Cell search: every strategy (uniform formula, quasi-uniform guess,
+// sorted walk, most-likely cell, binary search) at every level's kernel
+// gives the cells of a brute-force count on random, sorted, uniform and
+// hinted sites, including partition points and sites outside.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "datafit/df_interp_request.h"
+#include "orb_df.h"
+
+namespace orb::df {
+namespace {
+
+struct LevelKernels {
+    const char *name;
+    InterpKernelD search_d;
+    InterpKernelS search_s;
+};
+#define ORB_DF_LEVEL_ROW(ns) {#ns, ns::CellSearchD, ns::CellSearchS},
+const LevelKernels kLevels[] = {ORB_DF_INTERP_LEVELS(ORB_DF_LEVEL_ROW)};
+#undef ORB_DF_LEVEL_ROW
+
+int32_t Threads(int32_t) { return 2; }
+const ThreadServices kTwoThreads = {Threads};
+
+template <class T>
+int64_t BruteCell(const std::vector<T> &x, T t) {
+    // The count of partition points not above t (the standard library's
+    // upper bound stands in for the linear count on long partitions).
+    if (x.size() <= 64) {
+        int64_t c = 0;
+        for (T v : x) c += v <= t;
+        return c;
+    }
+    return std::upper_bound(x.begin(), x.end(), t) - x.begin();
+}
+
+struct Scenario {
+    const char *name;
+    int xhint, sitehint;
+    double hint_kind, likely;  // datahint[1], datahint[4]; kind < 0: no hint
+    bool sorted;
+};
+const Scenario kScenarios[] = {
+    {"binary", 0, 0, -1, 0, false},
+    {"binary, hint kind 0", 1, 1, 0.0, 0, false},
+    {"quasi-uniform", 2, 0, -1, 0, false},
+    {"sorted walk", 0, 64, -1, 0, true},
+    {"likely cell 0", 0, 0, 1.0, 0, false},
+    {"likely cell middle", 0, 0, 1.0, 0.5, false},
+    {"likely cell nx", 0, 0, 1.0, 1.0, false},
+    {"sorted, uniform sites", 0, 4, -1, 0, true},
+    {"uniform partition", 4, 0, -1, 0, false},
+    {"uniform partition, uniform sites", 4, 4, -1, 0, true},
+};
+
+template <class T>
+void Check(InterpKernelD, InterpKernelS, const char *level, int64_t nx, int64_t nsite, unsigned seed,
+           int (*kernel)(const InterpRequest<T> &)) {
+    std::mt19937_64 rng(seed);
+    std::uniform_real_distribution<double> w(0.01, 2.0);
+    for (const Scenario &sc : kScenarios) {
+        std::vector<T> full, given;
+        double x0 = -3.0, span = 0;
+        if (sc.xhint == 4) {
+            span = static_cast<double>(nx - 1) * 0.5;
+            given = {static_cast<T>(x0), static_cast<T>(x0 + span)};
+            double h = (static_cast<double>(given[1]) - static_cast<double>(given[0])) / static_cast<double>(nx - 1);
+            for (int64_t j = 0; j < nx; ++j) full.push_back(static_cast<T>(static_cast<double>(given[0]) + j * h));
+        } else {
+            double xv = x0;
+            for (int64_t j = 0; j < nx; ++j) { full.push_back(static_cast<T>(xv)); xv += w(rng); }
+            given = full;
+        }
+        double lo = static_cast<double>(full.front()) - 1.5, hi = static_cast<double>(full.back()) + 1.5;
+        std::uniform_real_distribution<double> u(lo, hi);
+        std::vector<T> sites;
+        if (sc.sitehint == 4) {
+            sites = {static_cast<T>(lo), static_cast<T>(hi)};
+        } else {
+            for (int64_t k = 0; k < nsite; ++k) sites.push_back(static_cast<T>(u(rng)));
+            // Partition points (exact on a half-integer uniform grid), ends, outside.
+            for (int64_t j = 0; j < nx && static_cast<int64_t>(sites.size()) < nsite + nx; ++j)
+                sites.push_back(full[j]);
+            sites.push_back(static_cast<T>(lo - 100));
+            sites.push_back(static_cast<T>(hi + 100));
+            if (sc.sorted) std::sort(sites.begin(), sites.end());
+        }
+        int64_t n = sc.sitehint == 4 ? nsite : static_cast<int64_t>(sites.size());
+        std::vector<T> expanded = sites;
+        if (sc.sitehint == 4) {
+            expanded.clear();
+            double a = static_cast<double>(sites[0]), d = n > 1 ? (static_cast<double>(sites[1]) - a) / static_cast<double>(n - 1) : 0.0;
+            for (int64_t k = 0; k < n; ++k) expanded.push_back(static_cast<T>(a + static_cast<double>(k) * d));
+        }
+        DfTask task{};
+        task.nx = nx;
+        task.x = given.data();
+        task.xhint = sc.xhint;
+        double datahint[5] = {1, sc.hint_kind, 0, 1, sc.likely * static_cast<double>(nx)};
+        std::vector<int32_t> cell(static_cast<size_t>(n), -7);
+        InterpRequest<T> q{&task, 2, 1, n, sites.data(), sc.sitehint, 0, nullptr,
+                           sc.hint_kind < 0 ? nullptr : datahint, nullptr, 0, cell.data(), {}, &kTwoThreads};
+        ASSERT_EQ(kernel(q), 0) << sc.name;
+        int bad = 0;
+        for (int64_t k = 0; k < n && bad < 5; ++k) {
+            int64_t want = BruteCell(full, expanded[k]);
+            if (cell[k] != want) {
+                ++bad;
+                ADD_FAILURE() << level << " " << sc.name << " nx " << nx << " site " << k << " = "
+                              << expanded[k] << ": cell " << cell[k] << ", want " << want;
+            }
+        }
+    }
+}
+
+TEST(DfCellSearch, EveryStrategyEveryLevelMatchesBruteForce) {
+    unsigned seed = 11;
+    for (const LevelKernels &lv : kLevels) {
+        for (int64_t nx : {2, 3, 7, 100, 3000}) {
+            for (int64_t nsite : {1, 50, 10000}) {
+                Check<double>(lv.search_d, lv.search_s, lv.name, nx, nsite, seed++, lv.search_d);
+                Check<float>(lv.search_d, lv.search_s, lv.name, nx, nsite, seed++, lv.search_s);
+            }
+        }
+    }
+}
+
+TEST(DfCellSearch, UniformPartitionExample) {
+    double x[2] = {0, 10}, y[11] = {};
+    double s[5] = {-0.5, 0, 3.7, 10, 25};
+    int32_t cell[5];
+    DfTask *t = nullptr;
+    ASSERT_EQ(dfdNewTask1D(&t, 11, x, DfUniform, 1, y, 0), 0);
+    ASSERT_EQ(dfdInterpolate1D(t, DfCellSearch, 1, 5, s, 0, 0, nullptr, nullptr, nullptr, 0, cell), 0);
+    EXPECT_EQ(std::vector<int32_t>(cell, cell + 5), (std::vector<int32_t>{0, 1, 4, 11, 11}));
+    dfDeleteTask(&t);
+}
+
+}  // namespace
+}  // namespace orb::df
