@@ -103,9 +103,9 @@ Outcome Run(const Case &c) {
     std::vector<LCx> x = RandomComplex(total, 0x9e3779b97f4a7c15ull ^ (uint64_t)total);
     if (c.kind != EngineKind::C2C)
         for (auto &v : x) v = {v.real(), 0};
-    std::vector<LCx> spec = x;
+    std::vector<LCx> spectrum = x;
     const int sign = c.kind == EngineKind::C2R ? 1 : c.kind == EngineKind::R2C ? -1 : c.sign;
-    for (size_t ax = nb; ax < full.size(); ++ax) NaiveAxis(spec, full, int(ax), c.kind == EngineKind::C2C ? sign : -1);
+    for (size_t ax = nb; ax < full.size(); ++ax) NaiveAxis(spectrum, full, int(ax), c.kind == EngineKind::C2C ? sign : -1);
     auto halve = [&](const std::vector<LCx> &f) {
         std::vector<LCx> h(Product(half));
         const int64_t nl = full.back(), hl = half.back();
@@ -114,11 +114,11 @@ Outcome Run(const Case &c) {
     };
     std::vector<LCx> input, expect;
     if (c.kind == EngineKind::C2C) {
-        input = x, expect = spec;
+        input = x, expect = spectrum;
     } else if (c.kind == EngineKind::R2C) {
-        input = x, expect = halve(spec);
+        input = x, expect = halve(spectrum);
     } else {
-        input = halve(spec), expect = x;
+        input = halve(spectrum), expect = x;
         const long double n = (long double)Product(c.dims);
         for (auto &v : expect) v *= n;
     }

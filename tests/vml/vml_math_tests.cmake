@@ -2,7 +2,7 @@
 find_library(ORB_MPFR_LIB mpfr REQUIRED)
 find_library(ORB_GMP_LIB gmp REQUIRED)
 orb_add_test(vml_math_accuracy_test
-  SOURCES vml_math_accuracy_test.cpp vml_math_special_test.cpp vml_math_entry_test.cpp
+  SOURCES vml_math_accuracy_test.cpp vml_math_exceptional_test.cpp vml_math_entry_test.cpp
     vml_math_oracle.cpp
     vml_math_reports.cpp
   LIBS ${ORB_MPFR_LIB} ${ORB_GMP_LIB})
