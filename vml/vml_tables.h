@@ -29,15 +29,20 @@
 #define VML_TABLE_SIZE 32
 
 #ifdef __cplusplus
-/* X-macro of every export: (name, kernel type, shape tag). */
-#define VML_FOR_EACH_EXPORT(X)                                 \
+/* X-macro of the arithmetic exports: (name, kernel type). */
+#define VML_ARITH_KERNELS(X)                                   \
     X(vsAdd, VmlBinaryKernelS) X(vdAdd, VmlBinaryKernelD)      \
     X(vsSub, VmlBinaryKernelS) X(vdSub, VmlBinaryKernelD)      \
     X(vsMul, VmlBinaryKernelS) X(vdMul, VmlBinaryKernelD)      \
     X(vsDiv, VmlBinaryKernelS) X(vdDiv, VmlBinaryKernelD)      \
     X(vsSqr, VmlUnaryKernelS) X(vdSqr, VmlUnaryKernelD)        \
     X(vsAbs, VmlUnaryKernelS) X(vdAbs, VmlUnaryKernelD)        \
-    X(vsRound, VmlUnaryKernelS) X(vdRound, VmlUnaryKernelD)    \
+    X(vsRound, VmlUnaryKernelS) X(vdRound, VmlUnaryKernelD)
+
+
+/* X-macro of every export: (name, kernel type). */
+#define VML_FOR_EACH_EXPORT(X)                                 \
+    VML_ARITH_KERNELS(X)                                       \
     X(vsSqrt, VmlUnaryKernelS) X(vdSqrt, VmlUnaryKernelD)      \
     X(vsCbrt, VmlUnaryKernelS) X(vdCbrt, VmlUnaryKernelD)      \
     X(vsInvCbrt, VmlUnaryKernelS) X(vdInvCbrt, VmlUnaryKernelD) \

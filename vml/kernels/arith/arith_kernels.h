@@ -5,16 +5,7 @@
 
 #include <type_traits>
 
-#include "vml/vml_frame.h"
-
-#define VML_ARITH_KERNELS(X)                                   \
-    X(vsAdd, VmlBinaryKernelS) X(vdAdd, VmlBinaryKernelD)      \
-    X(vsSub, VmlBinaryKernelS) X(vdSub, VmlBinaryKernelD)      \
-    X(vsMul, VmlBinaryKernelS) X(vdMul, VmlBinaryKernelD)      \
-    X(vsDiv, VmlBinaryKernelS) X(vdDiv, VmlBinaryKernelD)      \
-    X(vsSqr, VmlUnaryKernelS) X(vdSqr, VmlUnaryKernelD)        \
-    X(vsAbs, VmlUnaryKernelS) X(vdAbs, VmlUnaryKernelD)        \
-    X(vsRound, VmlUnaryKernelS) X(vdRound, VmlUnaryKernelD)
+#include "vml/vml_tables.h"  // VML_ARITH_KERNELS
 
 #define VML_DECLARE_KERNEL(name, type) \
     std::remove_pointer_t<type> name; std::remove_pointer_t<type> name##_plain;
