@@ -1,0 +1,11 @@
+#!/usr/bin/env bash
+# Runs the engine-vs-FFTW benchmark at the forced top level and at this
+# machine's default level. Argument: the build directory.
+set -euo pipefail
+BUILD=${1:-build-bench}
+BIN="$BUILD/bench/dft/bench_dft_engine"
+[ -x "$BIN" ] || { echo "bench/dft: $BIN not built (libfftw3-dev missing?)"; exit 0; }
+echo "-- level forced: ORB_DEBUG_CPU_TYPE=7"
+ORB_DEBUG_CPU_TYPE=7 "$BIN" "${@:2}"
+echo "-- default level"
+env -u ORB_DEBUG_CPU_TYPE "$BIN" "${@:2}"

@@ -1,0 +1,90 @@
+// Cache sizes for the planners: argument 1 the first-level data cache,
+// argument 0 the largest cache, in bytes. Read once from the processor's
+// deterministic cache leaves, with the operating system's figures as the
+// fallback, and kept for the process.
+#include <atomic>
+
+#include "dft/dfti_descriptor.h"
+#include "service/serv.h"
+
+#if defined(__i386__) || defined(__x86_64__)
+#include <cpuid.h>
+#endif
+#if defined(__unix__)
+#include <unistd.h>
+#endif
+
+namespace orb::dft {
+
+namespace {
+
+struct CacheSizes {
+    int64_t l1d = 0, largest = 0;
+};
+
+#if defined(__i386__) || defined(__x86_64__)
+// Leaf 4 (and the 0x8000001D mirror): one sub-leaf per cache, type in
+// EAX[4:0] (1 data, 3 unified), level in EAX[7:5].
+void FromCpuidLeaf(unsigned leaf, CacheSizes *c) {
+    unsigned max = __get_cpuid_max(leaf & 0x80000000u, nullptr);
+    if (max < leaf) return;
+    for (unsigned sub = 0; sub < 16; ++sub) {
+        unsigned a, b, cx, d;
+        __cpuid_count(leaf, sub, a, b, cx, d);
+        unsigned type = a & 31u;
+        if (type == 0) break;
+        unsigned level = (a >> 5) & 7u;
+        int64_t ways = ((b >> 22) & 0x3FFu) + 1, parts = ((b >> 12) & 0x3FFu) + 1;
+        int64_t line = (b & 0xFFFu) + 1, sets = int64_t(cx) + 1;
+        int64_t size = ways * parts * line * sets;
+        if (level == 1 && type == 1) c->l1d = size;
+        if (type != 2 && size > c->largest) c->largest = size;
+    }
+}
+#endif
+
+CacheSizes Detect() {
+    CacheSizes c;
+#if defined(__i386__) || defined(__x86_64__)
+    unsigned a, b, cx, d;
+    if (__get_cpuid(0, &a, &b, &cx, &d)) {
+        const bool amd = b == 0x68747541u;  // "Auth"
+        FromCpuidLeaf(amd ? 0x8000001Du : 4u, &c);
+        if (!c.l1d && !amd) FromCpuidLeaf(0x8000001Du, &c);
+    }
+#endif
+#if defined(__unix__) && defined(_SC_LEVEL1_DCACHE_SIZE)
+    if (c.l1d <= 0) c.l1d = sysconf(_SC_LEVEL1_DCACHE_SIZE);
+    if (c.largest <= 0) {
+        const int names[] = {_SC_LEVEL3_CACHE_SIZE, _SC_LEVEL2_CACHE_SIZE};
+        for (int name : names) {
+            long v = sysconf(name);
+            if (v > c.largest) c.largest = v;
+        }
+    }
+#endif
+    if (c.l1d < 0) c.l1d = 0;
+    if (c.largest < c.l1d) c.largest = c.l1d;
+    return c;
+}
+
+std::atomic<int64_t> g_l1d{-1};
+std::atomic<int64_t> g_largest{-1};
+
+}  // namespace
+
+int64_t DftiCacheSize(int level) {
+    std::atomic<int64_t> &slot = level == 1 ? g_l1d : g_largest;
+    int64_t v = slot.load(std::memory_order_acquire);
+    if (v >= 0) return v;
+    ServLock();
+    if (g_l1d.load(std::memory_order_relaxed) < 0) {
+        CacheSizes c = Detect();
+        g_largest.store(c.largest, std::memory_order_relaxed);
+        g_l1d.store(c.l1d, std::memory_order_release);
+    }
+    ServUnlock();
+    return slot.load(std::memory_order_acquire);
+}
+
+}  // namespace orb::dft

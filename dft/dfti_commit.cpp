@@ -1,0 +1,107 @@
+// Commit: working copies of the dimension and transform tables, their
+// normalisation, scales and thread count, then the ordered planner list.
+#include "dft/dfti_descriptor.h"
+
+namespace orb::dft {
+
+namespace {
+
+int32_t CopyTable(const DftiTable &from, DftiTable *to, bool in_place) {
+    if (int32_t s = DftiTableReserve(to, from.count)) return s;
+    to->count = from.count;
+    for (int32_t i = 0; i < from.count; ++i) {
+        to->rows[i] = from.rows[i];
+        // In place the output is written with the input's layout.
+        if (in_place) to->rows[i].os = to->rows[i].is;
+    }
+    return DftiStatusNoError;
+}
+
+void EraseRow(DftiTable *t, int32_t i) {
+    for (int32_t j = i + 1; j < t->count; ++j) t->rows[j - 1] = t->rows[j];
+    --t->count;
+}
+
+// A length-1 dimension is the identity: drop it (one row always stays).
+void DropUnitDimensions(DftiTable *dims) {
+    for (int32_t i = dims->count - 1; i >= 0 && dims->count > 1; --i)
+        if (dims->rows[i].n == 1) EraseRow(dims, i);
+    if (dims->count == 1 && dims->rows[0].n == 1) dims->rows[0].is = dims->rows[0].os = 1;
+}
+
+// Batch rows whose outer row continues the inner one in both arrays describe
+// one run of transforms: merge them. Rows of count 1 carry nothing.
+void MergeBatchRows(DftiTable *t) {
+    for (int32_t i = t->count - 1; i >= 0 && t->count > 1; --i)
+        if (t->rows[i].n == 1) EraseRow(t, i);
+    for (int32_t i = 0; i + 1 < t->count;) {
+        DftiRow &a = t->rows[i], &b = t->rows[i + 1];
+        if (int64_t(b.is) == int64_t(a.is) * a.n && int64_t(b.os) == int64_t(a.os) * a.n) {
+            a.n *= b.n;
+            EraseRow(t, i + 1);
+        } else {
+            ++i;
+        }
+    }
+}
+
+// A single transform has no distance.
+void ClearSingleDistances(DftiTable *t) {
+    if (t->count == 1 && t->rows[0].n == 1) t->rows[0].is = t->rows[0].os = 0;
+}
+
+}  // namespace
+
+void DftiNormaliseTables(DftiTable *dims, DftiTable *transforms) {
+    DropUnitDimensions(dims);
+    MergeBatchRows(transforms);
+    ClearSingleDistances(transforms);
+}
+
+int32_t DftiCommitOp(DftiDescriptor *d) {
+    const bool in_place = d->placement == DftiValuePlacement43 && d->domain == DftiValueComplex;
+    if (int32_t s = CopyTable(d->dims, &d->work_dims, in_place)) return s;
+    if (int32_t s = CopyTable(d->transforms, &d->work_transforms, in_place)) return s;
+    if (d->domain == DftiValueComplex) DftiNormaliseTables(&d->work_dims, &d->work_transforms);
+
+    d->work_rank = d->work_dims.count;
+    d->work_n = d->work_dims.rows[0].n;
+    d->work_is = d->work_dims.rows[0].is;
+    d->work_os = d->work_dims.rows[0].os;
+    d->work_count = d->work_transforms.rows[0].n;
+    d->work_idist = d->work_transforms.rows[0].is;
+    d->work_odist = d->work_transforms.rows[0].os;
+    d->work_fscale = d->fscale;
+    d->work_bscale = d->bscale;
+    d->work_fscale_f = float(d->fscale);
+    d->work_bscale_f = float(d->bscale);
+
+    d->threads = d->thread_limit != 0 ? d->thread_limit : d->hooks->fft_threads();
+    if (d->threads < 1) d->threads = 1;
+    d->hook_answer = d->hooks->max_threads();
+
+    if (!d->planners || !d->planners[0]) return DftiStatusNoError;
+    int32_t last = DftiPlannerDeclined;
+    for (const DftiPlanner *const *p = d->planners; *p; ++p) {
+        last = (*p)->plan(*p, d);
+        if (last == DftiStatusNoError) return DftiStatusNoError;
+    }
+    return last == DftiPlannerDeclined ? DftiStatusInconsistentConfiguration : last;
+}
+
+int32_t DftiReleasePlan(DftiDescriptor *d) {
+    if (d->chain) {
+        DftiDescriptor *sub = d->chain;
+        d->chain = nullptr;
+        sub->free_op(sub);
+    }
+    int32_t status = DftiStatusNoError;
+    if (d->current_planner) status = d->current_planner->release(d->current_planner, d);
+    d->commit_status = DftiValueUncommitted;
+    d->compute_forward = nullptr;
+    d->compute_backward = nullptr;
+    d->flags &= ~DftiFlagCommitted;
+    return status;
+}
+
+}  // namespace orb::dft

@@ -1,0 +1,56 @@
+// The plan record shared by the planners: the engine plans of both
+// directions plus what the compute entries need for the packed real
+// formats, and each planner's own numbers.
+#ifndef ORB_DFT_DFTI_PLAN_H
+#define ORB_DFT_DFTI_PLAN_H
+
+#include "dft/dfti_descriptor.h"
+#include "dft/engine/engine.h"
+
+namespace orb::dft {
+
+// Packed real path: the engine works on a contiguous conjugate-even
+// scratch of h = n/2+1 complex elements per transform; the compute entry
+// repacks between it and the caller's real array.
+struct DftiPackedSide {
+    int32_t format = 0;  // 0: none, else 54/55/56
+    int64_t n = 0, h = 0, count = 1;
+    int64_t stride = 1, distance = 0;  // caller's packed array, real elements
+};
+
+struct DftiSplit1DBlocking {
+    int32_t v = 0, p = 0, b = 0;
+};
+
+struct DftiPlanRecord {
+    EnginePlan *forward = nullptr;
+    EnginePlan *backward = nullptr;
+    DftiPackedSide packed_forward;   // forward output side
+    DftiPackedSide packed_backward;  // backward input side
+    int32_t threads = 1;
+    int32_t cube_n = 0;                // small-cube planner
+    DftiSplit1DBlocking blocking;      // split 1-D planner
+};
+
+// Builds both engine plans for the committed working tables. Returns 0,
+// DftiPlannerDeclined for a configuration no plan fits, or a status.
+int32_t DftiBindEngine(DftiDescriptor *d, DftiPlanRecord *r);
+void DftiUnbindEngine(DftiPlanRecord *r);
+
+// Compute entries (dfti_compute.cpp): in place and out of place pairs.
+int32_t DftiForwardInPlace(DftiDescriptor *, void *, void *, void *, void *);
+int32_t DftiBackwardInPlace(DftiDescriptor *, void *, void *, void *, void *);
+int32_t DftiForwardOutOfPlace(DftiDescriptor *, void *, void *, void *, void *);
+int32_t DftiBackwardOutOfPlace(DftiDescriptor *, void *, void *, void *, void *);
+
+// Position of R(k) (part 0) or I(k) (part 1) in a packed real array of
+// length-n transforms, or -1 when the format does not store it.
+int64_t DftiPackedPosition(int32_t format, int64_t n, int64_t k, int part);
+
+// Split 1-D blocking numbers for length n, T transforms and the strides.
+DftiSplit1DBlocking DftiSplit1DBlock(int32_t n, int32_t count, bool in_place, int32_t is,
+                                     int32_t os, int32_t idist, int32_t odist);
+
+}  // namespace orb::dft
+
+#endif

@@ -1,0 +1,176 @@
+// Straight-line DFT butterflies written once as templates over the radix,
+// the direction S (-1 forward, +1 backward) and the pack type:
+//  - powers of two (2, 4, 8, 16) by compile-time radix-2 splitting with
+//    the trivial twiddles (1, i, (1+i)/sqrt 2) special-cased;
+//  - odd radices (3, 5, 7, 11, 13) by the symmetric sum/difference form;
+//  - any other odd radix at run time from a table of its roots.
+#ifndef ORB_DFT_ENGINE_BUTTERFLIES_H
+#define ORB_DFT_ENGINE_BUTTERFLIES_H
+
+#include <utility>
+
+#include "dft/engine/cx_pack.h"
+
+namespace orb::dft::bfly {
+
+using pack::MulSI;
+
+// Compile-time sine/cosine of 2*pi*num/den in long double (series on a
+// reduced argument), so butterfly constants are exact to the last bit.
+constexpr long double kPi = 3.141592653589793238462643383279502884L;
+
+constexpr long double SinSeries(long double x) {
+    long double term = x, sum = x;
+    for (int k = 1; k < 30; ++k) {
+        term *= -x * x / ((2 * k) * (2 * k + 1));
+        sum += term;
+    }
+    return sum;
+}
+constexpr long double CosSeries(long double x) {
+    long double term = 1, sum = 1;
+    for (int k = 1; k < 30; ++k) {
+        term *= -x * x / ((2 * k - 1) * (2 * k));
+        sum += term;
+    }
+    return sum;
+}
+// cos and sin of 2*pi*num/den via octant symmetry.
+constexpr long double CosTurn(long long num, long long den) {
+    num %= den;
+    if (num < 0) num += den;
+    // cos(2 pi - x) = cos x, then cos(pi - x) = -cos x.
+    if (2 * num > den) num = den - num;
+    if (4 * num > den) return -CosTurn(den - 2 * num, 2 * den);
+    return CosSeries(2 * kPi * num / den);
+}
+constexpr long double SinTurn(long long num, long long den) {
+    // sin(x) = cos(pi/2 - x) = cos(2 pi (den - 4 num) / (4 den))
+    return CosTurn(den - 4 * num, 4 * den);
+}
+
+#define ORB_BFLY_INLINE __attribute__((always_inline)) inline
+
+template <int N, class F>
+ORB_BFLY_INLINE constexpr void StaticFor(F &&f) {
+    [&]<int... I>(std::integer_sequence<int, I...>) __attribute__((always_inline)) {
+        (f(std::integral_constant<int, I>{}), ...);
+    }(std::make_integer_sequence<int, N>{});
+}
+
+// x * exp(S * 2 pi i * t / R), trivial angles without multiplies.
+template <int R, int t, int S, class P, class T>
+ORB_BFLY_INLINE P TwiddleConst(P x) {
+    constexpr int tt = t % R;
+    if constexpr (tt == 0) {
+        return x;
+    } else if constexpr (4 * tt == R) {
+        return MulSI<S>(x);
+    } else if constexpr (2 * tt == R) {
+        return P{} - x;
+    } else if constexpr (8 * tt == R) {
+        // (1 + S i) / sqrt 2
+        constexpr T h = T(0.707106781186547524400844362104849039L);
+        return (x + MulSI<S>(x)) * h;
+    } else if constexpr (8 * tt == 3 * R) {
+        // (-1 + S i) / sqrt 2
+        constexpr T h = T(0.707106781186547524400844362104849039L);
+        return (MulSI<S>(x) - x) * h;
+    } else {
+        constexpr T c = T(CosTurn(tt, R));
+        constexpr T s = T(S * SinTurn(tt, R));
+        return x * c + MulSI<1>(x) * s;
+    }
+}
+
+// In-place DFT of a[0..R-1] for R a power of two.
+template <int R, int S, class T, class P>
+ORB_BFLY_INLINE void Pow2(P *a) {
+    if constexpr (R == 2) {
+        P t = a[0];
+        a[0] = t + a[1];
+        a[1] = t - a[1];
+    } else if constexpr (R > 2) {
+        constexpr int H = R / 2;
+        P e[H], o[H];
+        StaticFor<H>([&](auto k) __attribute__((always_inline)) {
+            e[k] = a[2 * k];
+            o[k] = a[2 * k + 1];
+        });
+        Pow2<H, S, T>(e);
+        Pow2<H, S, T>(o);
+        StaticFor<H>([&](auto t) __attribute__((always_inline)) {
+            P w = TwiddleConst<R, t, S, P, T>(o[t]);
+            a[t] = e[t] + w;
+            a[t + H] = e[t] - w;
+        });
+    }
+}
+
+// In-place DFT of a[0..R-1] for small odd R.
+template <int R, int S, class T, class P>
+ORB_BFLY_INLINE void Odd(P *a) {
+    constexpr int H = (R - 1) / 2;
+    P s[H], d[H];
+    P y0 = a[0];
+    StaticFor<H>([&](auto k) __attribute__((always_inline)) {
+        s[k] = a[k + 1] + a[R - 1 - k];
+        d[k] = a[k + 1] - a[R - 1 - k];
+        y0 = y0 + s[k];
+    });
+    P out[R];
+    out[0] = y0;
+    StaticFor<H>([&](auto tm) __attribute__((always_inline)) {
+        constexpr int t = tm + 1;
+        P c = a[0], u{};
+        StaticFor<H>([&](auto km) __attribute__((always_inline)) {
+            constexpr int k = km + 1;
+            constexpr T cc = T(CosTurn((long long)t * k, R));
+            constexpr T ss = T(SinTurn((long long)t * k, R));
+            c = c + s[km] * cc;
+            u = u + d[km] * ss;
+        });
+        P iu = MulSI<S>(u);
+        out[t] = c + iu;
+        out[R - t] = c - iu;
+    });
+    StaticFor<R>([&](auto k) __attribute__((always_inline)) { a[k] = out[k]; });
+}
+
+template <int R, int S, class T, class P>
+ORB_BFLY_INLINE void Butterfly(P *a) {
+    if constexpr ((R & (R - 1)) == 0) Pow2<R, S, T>(a);
+    else Odd<R, S, T>(a);
+}
+
+// Run-time odd radix r with roots w[j] = exp(S 2 pi i j / r); a and out
+// hold r packs, scratch s/d (r-1)/2 packs each.
+template <class T, class P>
+inline void Generic(int r, const Cx<T> *w, const P *a, P *out, P *s, P *d) {
+    int h = (r - 1) / 2;
+    P y0 = a[0];
+    for (int k = 1; k <= h; ++k) {
+        s[k - 1] = a[k] + a[r - k];
+        d[k - 1] = a[k] - a[r - k];
+        y0 = y0 + s[k - 1];
+    }
+    out[0] = y0;
+    for (int t = 1; t <= h; ++t) {
+        P c = a[0], u{};
+        int idx = 0;
+        for (int k = 1; k <= h; ++k) {
+            idx += t;
+            if (idx >= r) idx -= r;
+            c = c + s[k - 1] * w[idx].re;
+            u = u + d[k - 1] * w[idx].im;
+        }
+        // w already carries the direction: u * i gives S i sin terms.
+        P iu = MulSI<1>(u);
+        out[t] = c + iu;
+        out[r - t] = c - iu;
+    }
+}
+
+}  // namespace orb::dft::bfly
+
+#endif

@@ -1,0 +1,107 @@
+// Complex packs for the kernels: Pack<T, L> holds L interleaved complex
+// numbers in one compiler vector (the level's flags decide the
+// instructions), Pack<T, 1> is a plain complex scalar. Both offer the same
+// operations so every butterfly is written once.
+#ifndef ORB_DFT_ENGINE_CX_PACK_H
+#define ORB_DFT_ENGINE_CX_PACK_H
+
+#include <string.h>
+
+#include "dft/engine/stage_plan.h"
+
+namespace orb::dft::pack {
+
+template <class T, int L>
+struct Pack;
+
+// ---- scalar complex ----
+template <class T>
+struct Pack<T, 1> {
+    T re, im;
+    static Pack Load(const Cx<T> *p) { return {p->re, p->im}; }
+    static Pack Bcast(const Cx<T> &w) { return {w.re, w.im}; }
+    void Store(Cx<T> *p) const { p->re = re, p->im = im; }
+    __attribute__((always_inline)) friend Pack operator+(Pack a, Pack b) { return {a.re + b.re, a.im + b.im}; }
+    __attribute__((always_inline)) friend Pack operator-(Pack a, Pack b) { return {a.re - b.re, a.im - b.im}; }
+    __attribute__((always_inline)) friend Pack operator*(Pack a, T k) { return {a.re * k, a.im * k}; }
+    // a * w (complex)
+    __attribute__((always_inline)) friend Pack Mul(Pack a, Pack w) {
+        return {a.re * w.re - a.im * w.im, a.re * w.im + a.im * w.re};
+    }
+    // a * i
+    __attribute__((always_inline)) friend Pack MulI(Pack a) { return {-a.im, a.re}; }
+    // a * (-i)
+    __attribute__((always_inline)) friend Pack MulNegI(Pack a) { return {a.im, -a.re}; }
+};
+
+// ---- vector of L complex numbers ----
+template <class T, int L>
+struct Pack {
+    typedef T V __attribute__((vector_size(2 * L * sizeof(T)), aligned(sizeof(T))));
+    V v;
+
+    static Pack Load(const Cx<T> *p) {
+        Pack r;
+        memcpy(&r.v, p, sizeof(V));
+        return r;
+    }
+    static Pack Bcast(const Cx<T> &w) {
+        Pack r;
+        for (int i = 0; i < L; ++i) r.v[2 * i] = w.re, r.v[2 * i + 1] = w.im;
+        return r;
+    }
+    // Lanes from L separate complex numbers (p[0], p[stride], ...).
+    static Pack Gather(const Cx<T> *p, int64_t stride) {
+        Pack r;
+        for (int i = 0; i < L; ++i) memcpy(reinterpret_cast<T *>(&r.v) + 2 * i, p + i * stride, sizeof(Cx<T>));
+        return r;
+    }
+    void Store(Cx<T> *p) const { memcpy(p, &v, sizeof(V)); }
+    // Two-lane packs only: {a0, b0} and {a1, b1} (a 2x2 transpose).
+    static Pack Lo(Pack a, Pack b) { return {__builtin_shufflevector(a.v, b.v, 0, 1, 4, 5)}; }
+    static Pack Hi(Pack a, Pack b) { return {__builtin_shufflevector(a.v, b.v, 2, 3, 6, 7)}; }
+    void Scatter(Cx<T> *p, int64_t stride) const {
+        for (int i = 0; i < L; ++i) memcpy(p + i * stride, reinterpret_cast<const T *>(&v) + 2 * i, sizeof(Cx<T>));
+    }
+    __attribute__((always_inline)) friend Pack operator+(Pack a, Pack b) { return {a.v + b.v}; }
+    __attribute__((always_inline)) friend Pack operator-(Pack a, Pack b) { return {a.v - b.v}; }
+    __attribute__((always_inline)) friend Pack operator*(Pack a, T k) { return {a.v * k}; }
+
+    static V Swap(V a) {
+        if constexpr (L == 1) return __builtin_shufflevector(a, a, 1, 0);
+        else if constexpr (L == 2) return __builtin_shufflevector(a, a, 1, 0, 3, 2);
+        else return __builtin_shufflevector(a, a, 1, 0, 3, 2, 5, 4, 7, 6);
+    }
+    static V DupRe(V a) {
+        if constexpr (L == 1) return __builtin_shufflevector(a, a, 0, 0);
+        else if constexpr (L == 2) return __builtin_shufflevector(a, a, 0, 0, 2, 2);
+        else return __builtin_shufflevector(a, a, 0, 0, 2, 2, 4, 4, 6, 6);
+    }
+    static V DupIm(V a) {
+        if constexpr (L == 1) return __builtin_shufflevector(a, a, 1, 1);
+        else if constexpr (L == 2) return __builtin_shufflevector(a, a, 1, 1, 3, 3);
+        else return __builtin_shufflevector(a, a, 1, 1, 3, 3, 5, 5, 7, 7);
+    }
+    // (-1, +1, -1, +1, ...)
+    static V AltSign() {
+        V s;
+        for (int i = 0; i < L; ++i) s[2 * i] = T(-1), s[2 * i + 1] = T(1);
+        return s;
+    }
+    __attribute__((always_inline)) friend Pack Mul(Pack a, Pack w) {
+        return {a.v * DupRe(w.v) + Swap(a.v) * DupIm(w.v) * AltSign()};
+    }
+    __attribute__((always_inline)) friend Pack MulI(Pack a) { return {Swap(a.v) * AltSign()}; }
+    __attribute__((always_inline)) friend Pack MulNegI(Pack a) { return {-(Swap(a.v) * AltSign())}; }
+};
+
+// a * (S i): S = -1 forward, +1 backward.
+template <int S, class P>
+inline P MulSI(P a) {
+    if constexpr (S > 0) return MulI(a);
+    else return MulNegI(a);
+}
+
+}  // namespace orb::dft::pack
+
+#endif

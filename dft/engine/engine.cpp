@@ -1,0 +1,452 @@
+// The engine's plan: a problem becomes a short list of passes, each a
+// one-dimensional transform along one dimension repeated over every other
+// dimension and batch index. Rows are gathered into contiguous scratch
+// (or used in place when already contiguous), transformed, and scattered;
+// with several threads the rows of a pass, or the stages of a single long
+// row, are shared out.
+#include "dft/engine/engine.h"
+
+#include <omp.h>
+
+#include <algorithm>
+#include <atomic>
+
+#include "dft/engine/engine_internal.h"
+#include "dft/engine/engine_memory.h"
+#include "dft/engine/fft1d.h"
+
+namespace orb::dft {
+namespace {
+
+enum Buf { kIn = 0, kOut = 1, kTemp = 2 };
+
+constexpr int kMaxLoops = 9;
+
+struct Pass {
+    EngineKind kind;  // transform along this pass's dimension
+    int64_t n;        // logical length
+    int64_t is, os;   // strides along it (source units / destination units)
+    int nloop = 0;
+    int64_t ln[kMaxLoops], lis[kMaxLoops], los[kMaxLoops];
+    int src, dst;
+    bool scaled;
+    int block = 1;  // columns transformed together (adjacent along the innermost loop)
+};
+
+// Adjacent columns gathered together by a column pass.
+constexpr int64_t kColumnBlock = 8;
+
+// Rows up to this length run interleaved in blocks (vectorised across rows).
+constexpr int64_t kInterleaveMaxN = 4096;
+
+// A single row long enough to split its stages over threads.
+constexpr int64_t kThreadedRowMin = 1 << 14;
+
+struct Side {
+    void *re;
+    void *im;  // null for an interleaved or real side
+};
+
+template <class T>
+struct PlanT {
+    EngineProblem pb;
+    const StageKernels *kern;
+    int npass = 0;
+    Pass pass[8];
+    Fft1D<T> *c[8] = {};
+    RealFft1D<T> *r[8] = {};
+    int64_t temp_elems = 0;  // complex scratch array for C2R with rank > 1
+    int64_t row_elems = 0;   // per-thread row scratch (complex elements)
+    int team = 1;            // threads that run rows at once
+    // Workspace kept with the plan for large problems, lent to one Execute
+    // at a time (a concurrent caller allocates its own).
+    void *cache = nullptr;
+    int64_t cache_bytes = 0;
+    mutable std::atomic<bool> cache_busy{false};
+
+    ~PlanT() {
+        MemFree(cache);
+        for (int i = 0; i < 8; ++i) {
+            if (c[i]) MemDelete(c[i]);
+            if (r[i]) MemDelete(r[i]);
+        }
+    }
+};
+
+}  // namespace
+
+struct EnginePlan {
+    bool is_double;
+    void *impl;
+};
+
+namespace {
+
+// ---- building ----
+
+void AddLoop(Pass &p, int64_t n, int64_t is, int64_t os) {
+    if (n == 1) return;
+    p.ln[p.nloop] = n, p.lis[p.nloop] = is, p.los[p.nloop] = os;
+    ++p.nloop;
+}
+
+template <class T>
+bool BuildPasses(PlanT<T> &pl) {
+    const EngineProblem &pb = pl.pb;
+    const int r = pb.rank;
+    const EngineDim *d = pb.dims;
+    const int64_t h = d[r - 1].n / 2 + 1;  // complex length of a real last dimension
+    auto clen = [&](int j) { return (pb.kind != EngineKind::C2C && j == r - 1) ? h : d[j].n; };
+    auto add = [&](EngineKind kind, int dim, int src, int dst, const int64_t *sis, const int64_t *sos,
+                   const int64_t *his, const int64_t *hos, bool scaled) {
+        Pass &p = pl.pass[pl.npass++];
+        p.kind = kind, p.n = d[dim].n, p.src = src, p.dst = dst, p.scaled = scaled;
+        p.is = sis[dim], p.os = sos[dim];
+        for (int k = 0; k < pb.howmany_rank; ++k) AddLoop(p, pb.howmany[k].n, his[k], hos[k]);
+        for (int j = 0; j < r; ++j)
+            if (j != dim) AddLoop(p, clen(j), sis[j], sos[j]);
+    };
+    int64_t is[7], os[7], his[2], hos[2];
+    for (int j = 0; j < r; ++j) is[j] = d[j].is, os[j] = d[j].os;
+    for (int k = 0; k < pb.howmany_rank; ++k) his[k] = pb.howmany[k].is, hos[k] = pb.howmany[k].os;
+
+    if (pb.kind != EngineKind::C2R) {
+        add(pb.kind, r - 1, kIn, kOut, is, os, his, hos, true);
+        for (int j = r - 2; j >= 0; --j) add(EngineKind::C2C, j, kOut, kOut, os, os, hos, hos, false);
+    } else if (r == 1) {
+        add(EngineKind::C2R, 0, kIn, kOut, is, os, his, hos, true);
+    } else {
+        // The complex dimensions are transformed into a contiguous scratch
+        // array first, so the caller's input stays untouched.
+        int64_t ts[7], ths[2], stride = 1;
+        for (int j = r - 1; j >= 0; --j) ts[j] = stride, stride *= clen(j);
+        for (int k = pb.howmany_rank - 1; k >= 0; --k) ths[k] = stride, stride *= pb.howmany[k].n;
+        pl.temp_elems = stride;
+        add(EngineKind::C2C, r - 2, kIn, kTemp, is, ts, his, ths, false);
+        for (int j = r - 3; j >= 0; --j) add(EngineKind::C2C, j, kTemp, kTemp, ts, ts, ths, ths, false);
+        add(EngineKind::C2R, r - 1, kTemp, kOut, ts, os, ths, hos, true);
+    }
+    for (int i = 0; i < pl.npass; ++i) {
+        const Pass &p = pl.pass[i];
+        const int sign = pb.kind == EngineKind::R2C ? -1 : pb.kind == EngineKind::C2R ? 1 : pb.sign;
+        int64_t need;
+        if (p.kind == EngineKind::C2C) {
+            pl.c[i] = Fft1D<T>::Create(p.n, sign, *pl.kern);
+            if (!pl.c[i]) return false;
+            // Column passes: gather a few adjacent columns at once so that
+            // every cache line read serves several transforms.
+            Pass &pm = pl.pass[i];
+            if (pm.nloop > 0 && pm.n > 1 && pl.c[i]->Interleavable() && pm.n <= kInterleaveMaxN) {
+                // Short rows: several rows interleaved run as one vector
+                // transform.
+                pm.block = int(pm.ln[pm.nloop - 1] < kColumnBlock ? pm.ln[pm.nloop - 1] : kColumnBlock);
+            } else if (pm.nloop > 0 && pm.n > 1 && (pm.is != 1 || pm.os != 1)) {
+                const int64_t nl = pm.ln[pm.nloop - 1], ls = pm.lis[pm.nloop - 1], lo = pm.los[pm.nloop - 1];
+                const int64_t ais = pm.is < 0 ? -pm.is : pm.is, aos = pm.os < 0 ? -pm.os : pm.os;
+                const int64_t als = ls < 0 ? -ls : ls, alo = lo < 0 ? -lo : lo;
+                if (nl > 1 && als < ais && alo < aos && pm.n <= (int64_t(1) << 16))
+                    pm.block = int(nl < kColumnBlock ? nl : kColumnBlock);
+            }
+            need = 2 * pm.block * (p.n + 2) + pm.block * pl.c[i]->WorkElems();
+        } else {
+            pl.r[i] = RealFft1D<T>::Create(p.n, sign, *pl.kern);
+            if (!pl.r[i]) return false;
+            need = 2 * (p.n + 2) + pl.r[i]->WorkElems();
+        }
+        if (need > pl.row_elems) pl.row_elems = need;
+    }
+    return true;
+}
+
+// ---- running ----
+
+template <class T>
+void GatherComplex(const Side &s, bool split, int64_t off, int64_t st, int64_t n, Cx<T> *dst) {
+    if (split) {
+        const T *re = static_cast<const T *>(s.re) + off, *im = static_cast<const T *>(s.im) + off;
+        for (int64_t j = 0; j < n; ++j) dst[j] = {re[j * st], im[j * st]};
+    } else {
+        const Cx<T> *x = static_cast<const Cx<T> *>(s.re) + off;
+        for (int64_t j = 0; j < n; ++j) dst[j] = x[j * st];
+    }
+}
+
+template <class T>
+void ScatterComplex(const Side &s, bool split, int64_t off, int64_t st, int64_t n, const Cx<T> *src) {
+    if (split) {
+        T *re = static_cast<T *>(s.re) + off, *im = static_cast<T *>(s.im) + off;
+        for (int64_t j = 0; j < n; ++j) re[j * st] = src[j].re, im[j * st] = src[j].im;
+    } else {
+        Cx<T> *y = static_cast<Cx<T> *>(s.re) + off;
+        for (int64_t j = 0; j < n; ++j) y[j * st] = src[j];
+    }
+}
+
+template <class T>
+void RunRow(const PlanT<T> &pl, int pi, const Side &src, bool ssplit, int64_t soff, const Side &dst,
+            bool dsplit, int64_t doff, Cx<T> *scratch, int nthreads) {
+    const Pass &p = pl.pass[pi];
+    const int64_t n = p.n, h = n / 2 + 1;
+    const T scale = p.scaled ? T(pl.pb.scale) : T(1);
+    Cx<T> *a = scratch, *b = scratch + (n + 2), *work = scratch + 2 * (n + 2);
+    if (p.kind == EngineKind::C2C) {
+        const Cx<T> *x;
+        if (!ssplit && p.is == 1) {
+            x = static_cast<const Cx<T> *>(src.re) + soff;
+        } else {
+            GatherComplex<T>(src, ssplit, soff, p.is, n, a);
+            x = a;
+        }
+        const bool direct = !dsplit && p.os == 1;
+        Cx<T> *y = direct ? static_cast<Cx<T> *>(dst.re) + doff : b;
+        const Fft1D<T> *f = pl.c[pi];
+        f->Exec(x, y, work, scale, nthreads);
+        if (!direct) ScatterComplex<T>(dst, dsplit, doff, p.os, n, b);
+    } else if (p.kind == EngineKind::R2C) {
+        const T *x;
+        if (p.is == 1) {
+            x = static_cast<const T *>(src.re) + soff;
+        } else {
+            T *ar = reinterpret_cast<T *>(a);
+            const T *s = static_cast<const T *>(src.re) + soff;
+            for (int64_t j = 0; j < n; ++j) ar[j] = s[j * p.is];
+            x = ar;
+        }
+        const bool direct = !dsplit && p.os == 1;
+        Cx<T> *y = direct ? static_cast<Cx<T> *>(dst.re) + doff : b;
+        pl.r[pi]->Forward(x, y, work, scale, nthreads);
+        if (!direct) ScatterComplex<T>(dst, dsplit, doff, p.os, h, b);
+    } else {
+        const Cx<T> *x;
+        if (!ssplit && p.is == 1) {
+            x = static_cast<const Cx<T> *>(src.re) + soff;
+        } else {
+            GatherComplex<T>(src, ssplit, soff, p.is, h, a);
+            x = a;
+        }
+        const bool direct = p.os == 1;
+        T *y = direct ? static_cast<T *>(dst.re) + doff : reinterpret_cast<T *>(b);
+        pl.r[pi]->Backward(x, y, work, scale, nthreads);
+        if (!direct) {
+            T *o = static_cast<T *>(dst.re) + doff;
+            for (int64_t j = 0; j < n; ++j) o[j * p.os] = y[j];
+        }
+    }
+}
+
+// `nb` adjacent columns of a complex pass (neighbours along the innermost
+// loop): gathered row by row, transformed, scattered row by row.
+template <class T>
+void RunColumns(const PlanT<T> &pl, int pi, const Side &src, bool ssplit, int64_t soff, const Side &dst, bool dsplit,
+                int64_t doff, int64_t nb, Cx<T> *scratch) {
+    const Pass &p = pl.pass[pi];
+    const int64_t n = p.n, ls = p.lis[p.nloop - 1], lo = p.los[p.nloop - 1];
+    const T scale = p.scaled ? T(pl.pb.scale) : T(1);
+    Cx<T> *a = scratch, *b = scratch + p.block * (n + 2), *work = scratch + 2 * p.block * (n + 2);
+    const Fft1D<T> *f = pl.c[pi];
+    // Element j of column c: at [j*nb + c] when interleaved, else [c*(n+2) + j].
+    const bool il = f->Interleavable();
+    const int64_t sj = il ? nb : 1, sc = il ? 1 : n + 2;
+    if (ssplit) {
+        const T *re = static_cast<const T *>(src.re) + soff, *im = static_cast<const T *>(src.im) + soff;
+        for (int64_t j = 0; j < n; ++j)
+            for (int64_t c = 0; c < nb; ++c) a[j * sj + c * sc] = {re[j * p.is + c * ls], im[j * p.is + c * ls]};
+    } else {
+        const Cx<T> *x = static_cast<const Cx<T> *>(src.re) + soff;
+        for (int64_t j = 0; j < n; ++j)
+            for (int64_t c = 0; c < nb; ++c) a[j * sj + c * sc] = x[j * p.is + c * ls];
+    }
+    if (il) {
+        f->ExecInterleaved(a, b, work, scale, nb);
+    } else {
+        for (int64_t c = 0; c < nb; ++c) f->Exec(a + c * sc, b + c * sc, work, scale, 1);
+    }
+    if (dsplit) {
+        T *re = static_cast<T *>(dst.re) + doff, *im = static_cast<T *>(dst.im) + doff;
+        for (int64_t j = 0; j < n; ++j)
+            for (int64_t c = 0; c < nb; ++c)
+                re[j * p.os + c * lo] = b[j * sj + c * sc].re, im[j * p.os + c * lo] = b[j * sj + c * sc].im;
+    } else {
+        Cx<T> *y = static_cast<Cx<T> *>(dst.re) + doff;
+        for (int64_t j = 0; j < n; ++j)
+            for (int64_t c = 0; c < nb; ++c) y[j * p.os + c * lo] = b[j * sj + c * sc];
+    }
+}
+
+// Rows of one pass shared over the team; out of line so that serial calls
+// never touch the OpenMP runtime.
+template <class T>
+void RunRowRange(const PlanT<T> &pl, int pi, const Side *bufs, const bool *split, int64_t r0, int64_t r1,
+                 Cx<T> *scratch) {
+    const Pass &p = pl.pass[pi];
+    const int64_t nl = p.nloop > 0 ? p.ln[p.nloop - 1] : 1;
+    for (int64_t row = r0; row < r1;) {
+        int64_t so = 0, dof = 0, rest = row;
+        for (int k = p.nloop - 1; k >= 0; --k) {
+            int64_t i = rest % p.ln[k];
+            rest /= p.ln[k];
+            so += i * p.lis[k], dof += i * p.los[k];
+        }
+        int64_t nb = p.block;
+        if (nb > 1) {
+            nb = std::min(nb, nl - row % nl);
+            nb = std::min(nb, r1 - row);
+        }
+        if (nb > 1) RunColumns<T>(pl, pi, bufs[p.src], split[p.src], so, bufs[p.dst], split[p.dst], dof, nb, scratch);
+        else RunRow<T>(pl, pi, bufs[p.src], split[p.src], so, bufs[p.dst], split[p.dst], dof, scratch, 1);
+        row += nb > 1 ? nb : 1;
+    }
+}
+
+template <class T>
+__attribute__((noinline)) void RunRowsParallel(const PlanT<T> &pl, int pi, const Side *bufs, const bool *split,
+                                               int64_t rows, Cx<T> *scratch) {
+    const int team = int(rows < pl.team ? rows : pl.team);
+#pragma omp parallel num_threads(team)
+    {
+        const int id = omp_get_thread_num(), nth = omp_get_num_threads();
+        RunRowRange<T>(pl, pi, bufs, split, rows * id / nth, rows * (id + 1) / nth, scratch + id * pl.row_elems);
+    }
+}
+
+template <class T>
+int64_t PassRows(const Pass &p) {
+    int64_t rows = 1;
+    for (int k = 0; k < p.nloop; ++k) rows *= p.ln[k];
+    return rows;
+}
+
+// Runs pass `pi`; `scratch` holds pl.team row workspaces of row_elems each.
+template <class T>
+void RunPass(const PlanT<T> &pl, int pi, const Side *bufs, const bool *split, Cx<T> *scratch) {
+    const Pass &p = pl.pass[pi];
+    const int64_t rows = PassRows<T>(p);
+    const int nth = pl.pb.nthreads;
+    if (nth <= 1 || (rows == 1 && p.n < kThreadedRowMin)) {
+        RunRowRange<T>(pl, pi, bufs, split, 0, rows, scratch);
+        return;
+    }
+    if (rows == 1) {
+        RunRow<T>(pl, pi, bufs[p.src], split[p.src], 0, bufs[p.dst], split[p.dst], 0, scratch, nth);
+        return;
+    }
+    RunRowsParallel<T>(pl, pi, bufs, split, rows, scratch);
+}
+
+template <class T>
+int64_t WorkspaceBytes(const PlanT<T> &pl) {
+    return (pl.temp_elems + pl.team * pl.row_elems) * int64_t(sizeof(Cx<T>));
+}
+
+template <class T>
+int Execute(const PlanT<T> &pl, const void *in_re, const void *in_im, void *out_re, void *out_im) {
+    Side bufs[3] = {{const_cast<void *>(in_re), const_cast<void *>(in_im)}, {out_re, out_im}, {nullptr, nullptr}};
+    const bool cin = pl.pb.kind != EngineKind::R2C, cout = pl.pb.kind != EngineKind::C2R;
+    bool split[3] = {cin && pl.pb.split_in, cout && pl.pb.split_out, false};
+    // Workspace: the stack for small problems, else the plan's own buffer
+    // when no other call holds it, else a fresh allocation.
+    const int64_t bytes = WorkspaceBytes(pl);
+    alignas(64) unsigned char local[16384];
+    void *heap = nullptr, *ws = nullptr;
+    bool borrowed = false;
+    if (bytes <= int64_t(sizeof(local))) {
+        ws = local;
+    } else {
+        bool expected = false;
+        if (pl.cache && pl.cache_busy.compare_exchange_strong(expected, true, std::memory_order_acquire)) {
+            ws = pl.cache, borrowed = true;
+        } else {
+            ws = heap = MemRaw(bytes);
+            if (!ws) return EngineNoMemory;
+        }
+    }
+    Cx<T> *temp = static_cast<Cx<T> *>(ws);
+    bufs[kTemp].re = temp;
+    for (int i = 0; i < pl.npass; ++i) RunPass<T>(pl, i, bufs, split, temp + pl.temp_elems);
+    if (borrowed) pl.cache_busy.store(false, std::memory_order_release);
+    MemFree(heap);
+    return EngineOk;
+}
+
+bool ValidProblem(const EngineProblem &pb) {
+    if (pb.rank < 1 || pb.rank > 7 || pb.howmany_rank < 0 || pb.howmany_rank > 2) return false;
+    if (pb.nthreads < 1) return false;
+    for (int j = 0; j < pb.rank; ++j)
+        if (pb.dims[j].n < 1) return false;
+    for (int k = 0; k < pb.howmany_rank; ++k)
+        if (pb.howmany[k].n < 1) return false;
+    if (pb.kind == EngineKind::R2C && pb.sign != -1) return false;
+    if (pb.kind == EngineKind::C2R && pb.sign != 1) return false;
+    if (pb.kind == EngineKind::C2C && pb.sign != 1 && pb.sign != -1) return false;
+    return true;
+}
+
+template <class T>
+EnginePlan *Create(const EngineProblem &pb, int level, int *status) {
+    PlanT<T> *pl = MemNew<PlanT<T>>();
+    EnginePlan *plan = MemNew<EnginePlan>();
+    if (!pl || !plan) {
+        MemDelete(pl);
+        MemDelete(plan);
+        *status = EngineNoMemory;
+        return nullptr;
+    }
+    pl->pb = pb;
+    pl->kern = &KernelsForLevel(level);
+    if (!BuildPasses<T>(*pl)) {
+        MemDelete(pl);
+        MemDelete(plan);
+        *status = EngineNoMemory;
+        return nullptr;
+    }
+    // Rows of a pass run on up to nthreads threads, each with its own row
+    // workspace; a single long row uses one workspace.
+    pl->team = pb.nthreads;
+    pl->cache_bytes = WorkspaceBytes(*pl);
+    if (pl->cache_bytes > 16384) pl->cache = MemRaw(pl->cache_bytes);  // optional: Execute copes without
+    plan->is_double = pb.is_double;
+    plan->impl = pl;
+    *status = EngineOk;
+    return plan;
+}
+
+}  // namespace
+
+EnginePlan *EnginePlanCreateForLevel(const EngineProblem &problem, int level, int *status) {
+    int dummy;
+    if (!status) status = &dummy;
+    if (!ValidProblem(problem)) {
+        *status = EngineInvalid;
+        return nullptr;
+    }
+    return problem.is_double ? Create<double>(problem, level, status) : Create<float>(problem, level, status);
+}
+
+EnginePlan *EnginePlanCreate(const EngineProblem &problem, int *status) {
+    return EnginePlanCreateForLevel(problem, ServGetCpuLevel(), status);
+}
+
+int EngineExecute(const EnginePlan *plan, const void *in_re, const void *in_im, void *out_re, void *out_im) {
+    if (!plan || !in_re || !out_re) return EngineInvalid;
+    if (plan->is_double) {
+        const auto &pl = *static_cast<const PlanT<double> *>(plan->impl);
+        if ((pl.pb.split_in && pl.pb.kind != EngineKind::R2C && !in_im) ||
+            (pl.pb.split_out && pl.pb.kind != EngineKind::C2R && !out_im))
+            return EngineInvalid;
+        return Execute<double>(pl, in_re, in_im, out_re, out_im);
+    }
+    const auto &pl = *static_cast<const PlanT<float> *>(plan->impl);
+    if ((pl.pb.split_in && pl.pb.kind != EngineKind::R2C && !in_im) ||
+        (pl.pb.split_out && pl.pb.kind != EngineKind::C2R && !out_im))
+        return EngineInvalid;
+    return Execute<float>(pl, in_re, in_im, out_re, out_im);
+}
+
+void EnginePlanDestroy(EnginePlan *plan) {
+    if (!plan) return;
+    if (plan->is_double) MemDelete(static_cast<PlanT<double> *>(plan->impl));
+    else MemDelete(static_cast<PlanT<float> *>(plan->impl));
+    MemDelete(plan);
+}
+
+}  // namespace orb::dft

@@ -1,0 +1,472 @@
+// Planning and running of the one-dimensional complex and real transforms:
+// factorisation into butterfly radices, twiddle tables, Bluestein set-up,
+// and the even-length real pre/post passes.
+#include "dft/engine/fft1d.h"
+
+#include <math.h>
+#include <omp.h>
+#include <string.h>
+
+#include <algorithm>
+#include <new>
+
+#include "dft/engine/engine_memory.h"
+
+namespace orb::dft {
+
+template <class T>
+Cx<T> Root(int sign, int64_t num, int64_t den) {
+    num %= den;
+    if (num < 0) num += den;
+    // Reduce to the first half turn with exact integer arithmetic.
+    bool flip = false;
+    if (2 * num > den) num = den - num, flip = true;  // conjugate
+    const long double pi = 3.141592653589793238462643383279502884L;
+    long double c, s;
+    if (4 * num <= den) {
+        const long double a = 2 * pi * (long double)num / (long double)den;
+        c = cosl(a), s = sinl(a);
+    } else {
+        // angle = pi - b: cos = -cos b, sin = sin b
+        const long double b = 2 * pi * (long double)(den - 2 * num) / (long double)(2 * den);
+        c = -cosl(b), s = sinl(b);
+    }
+    if (flip) s = -s;
+    return {T(c), T(sign * s)};
+}
+
+namespace {
+
+// Radices for n in stage order, or false if a prime factor exceeds the
+// largest butterfly (then Bluestein takes the whole length).
+bool Factor(int64_t n, int *radix, int *count) {
+    int k = 0;
+    int e2 = 0;
+    while (n % 2 == 0) n /= 2, ++e2;
+    // Powers of two: radix 8 stages, the remainder as 16 or 4 or 2.
+    if (e2 % 3 == 1 && e2 >= 4) radix[k++] = 4, radix[k++] = 4, e2 -= 4;
+    if (e2 % 3 == 2) radix[k++] = 4, e2 -= 2;
+    while (e2 >= 3) radix[k++] = 8, e2 -= 3;
+    if (e2 == 1) radix[k++] = 2;
+    for (int64_t p = 3; n > 1; p += 2) {
+        if (p * p > n) p = n;  // n itself is prime
+        while (n % p == 0) {
+            if (p > kMaxGenericRadix) return false;
+            radix[k++] = int(p);
+            n /= p;
+        }
+    }
+    // Largest radix first: the first stage (s == 1) vectorises across its
+    // butterflies, later ones across s.
+    std::sort(radix, radix + k, [](int a, int b) { return a > b; });
+    *count = k;
+    return true;
+}
+
+// Smallest 2^a 3^b 5^c >= n.
+int64_t SmoothAtLeast(int64_t n) {
+    int64_t best = 1;
+    while (best < n) best *= 2;
+    for (int64_t p5 = 1; p5 < 2 * n; p5 *= 5)
+        for (int64_t p3 = p5; p3 < 2 * n; p3 *= 3) {
+            int64_t v = p3;
+            while (v < n) v *= 2;
+            best = std::min(best, v);
+        }
+    return best;
+}
+
+// Powers of w_n = exp(sign 2 pi i / n). For n a multiple of 8 they come
+// from one table of the first octant (exact reflections give the rest), so
+// a plan costs n/8 sine/cosine evaluations; other n evaluate each power.
+class PowerTable {
+public:
+    bool Init(int64_t n, int sign) {
+        n_ = n, sign_ = sign;
+        if (n % 8 != 0) return true;
+        e_ = n / 8;
+        base_ = MemArray<Cx<long double>>(e_ + 1);
+        if (!base_) return false;
+        const long double pi = 3.141592653589793238462643383279502884L;
+        for (int64_t j = 0; j <= e_; ++j) {
+            const long double a = 2 * pi * (long double)j / (long double)n;
+            base_[j] = {cosl(a), sinl(a)};
+        }
+        return true;
+    }
+    ~PowerTable() { MemFree(base_); }
+
+    template <class T>
+    Cx<T> Get(int64_t j) const {
+        j %= n_;
+        if (!base_) return Root<T>(sign_, j, n_);
+        // angle = q pi/4 + x (even q) or (q+1) pi/4 - y (odd q).
+        const int64_t q = j / e_, r = j % e_;
+        const Cx<long double> a = (q % 2 == 0) ? base_[r] : base_[e_ - r];
+        long double c, sn;
+        switch (q) {
+        case 0: c = a.re, sn = a.im; break;    // x
+        case 1: c = a.im, sn = a.re; break;    // pi/2 - y
+        case 2: c = -a.im, sn = a.re; break;   // pi/2 + x
+        case 3: c = -a.re, sn = a.im; break;   // pi - y
+        case 4: c = -a.re, sn = -a.im; break;  // pi + x
+        case 5: c = -a.im, sn = -a.re; break;  // 3pi/2 - y
+        case 6: c = a.im, sn = -a.re; break;   // 3pi/2 + x
+        default: c = a.re, sn = -a.im; break;  // 2pi - y
+        }
+        return {T(c), T(sign_ * sn)};
+    }
+
+private:
+    int64_t n_ = 1, e_ = 0;
+    int sign_ = -1;
+    Cx<long double> *base_ = nullptr;
+};
+
+// Lengths from which the four-step split beats the streaming stages (the
+// data no longer fits the second-level cache).
+constexpr int64_t kFourStepMin = int64_t(1) << 18;
+
+// Columns or rows handled together: 128 bytes of each.
+template <class T>
+constexpr int64_t kBlock = 128 / int64_t(2 * sizeof(T));
+
+}  // namespace
+
+template <class T>
+Fft1D<T> *Fft1D<T>::Create(int64_t n, int sign, const StageKernels &kern) {
+    Fft1D *f = MemNew<Fft1D>();
+    if (!f) return nullptr;
+    f->n_ = n;
+    f->sign_ = sign;
+    f->kern_ = &kern;
+    int radix[kMaxStages], count = 0;
+    bool ok;
+    if (!Factor(n, radix, &count)) {
+        ok = f->BuildBluestein();
+    } else if (n >= kFourStepMin) {
+        int64_t n1 = 1;
+        for (int64_t d = 2; d * d <= n; ++d)
+            if (n % d == 0) n1 = d;
+        ok = n1 >= 16 ? f->BuildFourStep(n1) : f->BuildStages();
+    } else {
+        ok = f->BuildStages();
+    }
+    if (!ok) {
+        MemDelete(f);
+        return nullptr;
+    }
+    return f;
+}
+
+template <class T>
+bool Fft1D<T>::BuildStages() {
+    int radix[kMaxStages], count = 0;
+    Factor(n_, radix, &count);
+    sp_.n = n_;
+    sp_.sign = sign_;
+    sp_.nstages = count;
+    int64_t total = 0, s = 1;
+    for (int i = 0; i < count; ++i) {
+        StageInfo &st = sp_.st[i];
+        st.radix = radix[i];
+        st.s = s;
+        st.m = n_ / (s * radix[i]);
+        st.tw = total;
+        total += st.m > 1 ? st.m * (radix[i] - 1) : 0;
+        st.rtab = total;
+        if (!HasFixedButterfly(radix[i])) total += radix[i];
+        s *= radix[i];
+    }
+    tw_ = MemArray<Cx<T>>(total > 0 ? total : 1);
+    if (!tw_) return false;
+    PowerTable power;
+    if (!power.Init(n_, sign_)) return false;
+    for (int i = 0; i < count; ++i) {
+        const StageInfo &st = sp_.st[i];
+        const int r = st.radix;
+        const int64_t step = n_ / (r * st.m);
+        if (st.m > 1)
+            for (int64_t p = 0; p < st.m; ++p)
+                for (int t = 1; t < r; ++t) {
+                    // t-major for the first stage (s == 1), p-major after.
+                    const int64_t at = st.s == 1 ? (t - 1) * st.m + p : p * (r - 1) + t - 1;
+                    tw_[st.tw + at] = power.Get<T>(p * t * step);
+                }
+        if (!HasFixedButterfly(r))
+            for (int j = 0; j < r; ++j) tw_[st.rtab + j] = Root<T>(sign_, j, r);
+    }
+    sp_.tw = tw_;
+    return true;
+}
+
+template <class T>
+bool Fft1D<T>::BuildBluestein() {
+    blue_ = true;
+    m_ = SmoothAtLeast(2 * n_ - 1);
+    fwd_ = Create(m_, -1, *kern_);
+    bwd_ = Create(m_, +1, *kern_);
+    chirp_ = MemArray<Cx<T>>(n_);
+    filter_ = MemArray<Cx<T>>(m_);
+    if (!fwd_ || !bwd_ || !chirp_ || !filter_) return false;
+    // j^2 mod 2n by exact integer steps ((j+1)^2 = j^2 + 2j + 1).
+    const int64_t n2 = 2 * n_;
+    for (int64_t j = 0, j2 = 0; j < n_; ++j) {
+        chirp_[j] = Root<T>(sign_, j2, n2);
+        j2 = (j2 + 2 * j + 1) % n2;
+    }
+    // The filter is transformed in double precision whatever T is.
+    Fft1D<double> *dfwd = Fft1D<double>::Create(m_, -1, *kern_);
+    Cx<double> *b = MemArray<Cx<double>>(3 * m_);
+    bool ok = dfwd && b;
+    if (ok) {
+        for (int64_t j = 0; j < m_; ++j) b[j] = {0.0, 0.0};
+        for (int64_t j = 0, j2 = 0; j < n_; j2 = (j2 + 2 * j + 1) % n2, ++j) {
+            Cx<double> c = Root<double>(-sign_, j2, n2);
+            b[j] = c;
+            if (j > 0) b[m_ - j] = c;
+        }
+        dfwd->Exec(b, b + m_, b + 2 * m_, 1.0 / double(m_), 1);
+        for (int64_t j = 0; j < m_; ++j) filter_[j] = {T(b[m_ + j].re), T(b[m_ + j].im)};
+    }
+    if (dfwd) MemDelete(dfwd);
+    MemFree(b);
+    return ok;
+}
+
+template <class T>
+bool Fft1D<T>::BuildFourStep(int64_t n1) {
+    four_ = true;
+    n1_ = n1, n2_ = n_ / n1;
+    f1_ = Create(n1_, sign_, *kern_);
+    f2_ = Create(n2_, sign_, *kern_);
+    tw4_ = MemArray<Cx<T>>(n_);
+    if (!f1_ || !f2_ || !tw4_) return false;
+    PowerTable power;
+    if (!power.Init(n_, sign_)) return false;
+    for (int64_t k1 = 0; k1 < n1_; ++k1)
+        for (int64_t j2 = 0; j2 < n2_; ++j2) tw4_[k1 * n2_ + j2] = power.Get<T>(j2 * k1);
+    return true;
+}
+
+template <class T>
+__attribute__((noinline)) void Fft1D<T>::ExecFourStep(const Cx<T> *in, Cx<T> *out, Cx<T> *tmp, T scale, int nthreads) const {
+    constexpr int64_t B = kBlock<T>;
+    const int64_t n1 = n1_, n2 = n2_;
+    const int64_t w1 = f1_->WorkElems(), w2 = f2_->WorkElems();
+    const int64_t per_thread = 2 * B * n1 + B * n2 + (w1 > w2 ? w1 : w2);
+    auto body = [&](int id, int nth) {
+        Cx<T> *buf = MemArray<Cx<T>>(per_thread);
+        if (!buf) return false;  // the caller's scratch check happens before
+        Cx<T> *cols = buf, *colf = buf + B * n1, *rows = buf + 2 * B * n1, *fw = rows + B * n2;
+        // Step 1: column blocks -> FFT over j1 -> twiddle -> tmp[k1 n2 + j2].
+        const int64_t nblk1 = (n2 + B - 1) / B;
+        for (int64_t blk = nblk1 * id / nth; blk < nblk1 * (id + 1) / nth; ++blk) {
+            const int64_t c0 = blk * B, nb = (n2 - c0 < B) ? n2 - c0 : B;
+            for (int64_t j1 = 0; j1 < n1; ++j1) {
+                const Cx<T> *src = in + j1 * n2 + c0;
+                for (int64_t b = 0; b < nb; ++b) cols[b * n1 + j1] = src[b];
+            }
+            for (int64_t b = 0; b < nb; ++b) f1_->Exec(cols + b * n1, colf + b * n1, fw, T(1), 1);
+            for (int64_t k1 = 0; k1 < n1; ++k1) {
+                Cx<T> *dst = tmp + k1 * n2 + c0;
+                const Cx<T> *w = tw4_ + k1 * n2 + c0;
+                for (int64_t b = 0; b < nb; ++b) {
+                    const Cx<T> a = colf[b * n1 + k1];
+                    dst[b] = {a.re * w[b].re - a.im * w[b].im, a.re * w[b].im + a.im * w[b].re};
+                }
+            }
+        }
+        if (nth > 1) {
+#pragma omp barrier
+        }
+        // Step 2: row blocks -> FFT over j2 -> out[k1 + n1 k2].
+        const int64_t nblk2 = (n1 + B - 1) / B;
+        for (int64_t blk = nblk2 * id / nth; blk < nblk2 * (id + 1) / nth; ++blk) {
+            const int64_t r0 = blk * B, nb = (n1 - r0 < B) ? n1 - r0 : B;
+            for (int64_t b = 0; b < nb; ++b) f2_->Exec(tmp + (r0 + b) * n2, rows + b * n2, fw, scale, 1);
+            for (int64_t k2 = 0; k2 < n2; ++k2) {
+                Cx<T> *dst = out + r0 + n1 * k2;
+                for (int64_t b = 0; b < nb; ++b) dst[b] = rows[b * n2 + k2];
+            }
+        }
+        MemFree(buf);
+        return true;
+    };
+    if (nthreads <= 1) {
+        body(0, 1);
+    } else {
+#pragma omp parallel num_threads(nthreads)
+        body(omp_get_thread_num(), omp_get_num_threads());
+    }
+}
+
+template <class T>
+Fft1D<T>::~Fft1D() {
+    MemFree(tw_);
+    MemFree(chirp_);
+    MemFree(filter_);
+    if (fwd_) MemDelete(fwd_);
+    if (bwd_) MemDelete(bwd_);
+    if (f1_) MemDelete(f1_);
+    if (f2_) MemDelete(f2_);
+    MemFree(tw4_);
+}
+
+template <class T>
+int64_t Fft1D<T>::WorkElems() const {
+    if (four_) return n_;
+    if (!blue_) return n_;
+    return 2 * m_ + std::max(fwd_->WorkElems(), bwd_->WorkElems());
+}
+
+template <class T>
+void Fft1D<T>::ExecInterleaved(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int64_t vb) const {
+    if constexpr (sizeof(T) == 8) kern_->exec_d(sp_, in, out, work, scale, 1, vb);
+    else kern_->exec_f(sp_, in, out, work, scale, 1, vb);
+}
+
+template <class T>
+void Fft1D<T>::Exec(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const {
+    if (four_) {
+        ExecFourStep(in, out, work, scale, nthreads);
+        return;
+    }
+    if (!blue_) {
+        if constexpr (sizeof(T) == 8) kern_->exec_d(sp_, in, out, work, scale, nthreads, 1);
+        else kern_->exec_f(sp_, in, out, work, scale, nthreads, 1);
+        return;
+    }
+    Cx<T> *a = work, *b = work + m_, *w = work + 2 * m_;
+    for (int64_t j = 0; j < n_; ++j) {
+        const Cx<T> x = in[j], c = chirp_[j];
+        a[j] = {x.re * c.re - x.im * c.im, x.re * c.im + x.im * c.re};
+    }
+    for (int64_t j = n_; j < m_; ++j) a[j] = {T(0), T(0)};
+    fwd_->Exec(a, b, w, T(1), nthreads);
+    for (int64_t j = 0; j < m_; ++j) {
+        const Cx<T> x = b[j], f = filter_[j];
+        b[j] = {x.re * f.re - x.im * f.im, x.re * f.im + x.im * f.re};
+    }
+    bwd_->Exec(b, a, w, T(1), nthreads);
+    for (int64_t k = 0; k < n_; ++k) {
+        const Cx<T> x = a[k], c = chirp_[k];
+        out[k] = {(x.re * c.re - x.im * c.im) * scale, (x.re * c.im + x.im * c.re) * scale};
+    }
+}
+
+// ---- real transforms ----
+
+template <class T>
+RealFft1D<T> *RealFft1D<T>::Create(int64_t n, int sign, const StageKernels &kern) {
+    RealFft1D *r = MemNew<RealFft1D>();
+    if (!r) return nullptr;
+    r->n_ = n;
+    bool ok;
+    if (n % 2 == 0) {
+        const int64_t h = n / 2;
+        r->fft_ = Fft1D<T>::Create(h, sign, kern);
+        r->w_ = MemArray<Cx<T>>(h + 1);
+        ok = r->fft_ && r->w_;
+        if (ok)
+            for (int64_t k = 0; k <= h; ++k) r->w_[k] = Root<T>(sign, k, n);
+    } else {
+        r->fft_ = Fft1D<T>::Create(n, sign, kern);
+        ok = r->fft_ != nullptr;
+    }
+    if (!ok) {
+        MemDelete(r);
+        return nullptr;
+    }
+    return r;
+}
+
+template <class T>
+RealFft1D<T>::~RealFft1D() {
+    if (fft_) MemDelete(fft_);
+    MemFree(w_);
+}
+
+template <class T>
+int64_t RealFft1D<T>::WorkElems() const {
+    // Room for the full-length complex buffers plus the FFT's own scratch.
+    return 2 * (n_ + 2) + fft_->WorkElems();
+}
+
+template <class T>
+void RealFft1D<T>::Forward(const T *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const {
+    const int64_t n = n_;
+    Cx<T> *z = work, *fw = work + 2 * (n + 2);
+    if (n % 2 == 1) {
+        Cx<T> *x = work + (n + 2);
+        for (int64_t j = 0; j < n; ++j) x[j] = {in[j], T(0)};
+        fft_->Exec(x, z, fw, scale, nthreads);
+        for (int64_t k = 0; k <= n / 2; ++k) out[k] = z[k];
+        return;
+    }
+    const int64_t h = n / 2;
+    // The real input read as h complex numbers x[2j] + i x[2j+1].
+    fft_->Exec(reinterpret_cast<const Cx<T> *>(in), z, fw, T(1), nthreads);
+    const T half = T(0.5) * scale;
+    const Cx<T> z0 = z[0];
+    out[0] = {(z0.re + z0.im) * scale, T(0)};
+    Cx<T> last = {(z0.re - z0.im) * scale, T(0)};
+    for (int64_t k = 1; k <= h / 2; ++k) {
+        const Cx<T> a = z[k], b = z[h - k], w = w_[k];
+        // e = (a + conj b)/2, o = -i (a - conj b)/2, X[k] = e + w o,
+        // X[h-k] = conj(e) - conj(w o) * ... via the mirrored pair.
+        const T er = a.re + b.re, ei = a.im - b.im;  // 2e
+        const T dr = a.re - b.re, di = a.im + b.im;  // a - conj b
+        const T or_ = di, oi = -dr;                   // -i (a - conj b)
+        const T tr = w.re * or_ - w.im * oi, ti = w.re * oi + w.im * or_;
+        out[k] = {(er + tr) * half, (ei + ti) * half};
+        out[h - k] = {(er - tr) * half, (-ei + ti) * half};
+    }
+    out[h] = last;
+}
+
+template <class T>
+void RealFft1D<T>::Backward(const Cx<T> *in, T *out, Cx<T> *work, T scale, int nthreads) const {
+    const int64_t n = n_;
+    Cx<T> *z = work, *fw = work + 2 * (n + 2);
+    if (n % 2 == 1) {
+        Cx<T> *y = work + (n + 2);
+        z[0] = {in[0].re, T(0)};
+        for (int64_t k = 1; k <= n / 2; ++k) {
+            z[k] = in[k];
+            z[n - k] = {in[k].re, -in[k].im};
+        }
+        fft_->Exec(z, y, fw, scale, nthreads);
+        for (int64_t j = 0; j < n; ++j) out[j] = y[j].re;
+        return;
+    }
+    const int64_t h = n / 2;
+    // Z[k] = (X[k] + conj X[h-k]) + i w^k (X[k] - conj X[h-k]).
+    for (int64_t k = 0; k <= h / 2; ++k) {
+        const Cx<T> a = in[k], b = in[h - k], w = w_[k];
+        const T sr = a.re + b.re, si = a.im - b.im;
+        const T dr = a.re - b.re, di = a.im + b.im;
+        const T tr = w.re * dr - w.im * di, ti = w.re * di + w.im * dr;  // w d
+        z[k] = {sr - ti, si + tr};
+        if (k != h - k) {
+            // Mirrored: a' = b, b' = a, w' = w^(h-k) = -conj(w).
+            const T sr2 = sr, si2 = -si;
+            const T dr2 = -dr, di2 = di;
+            const T wr2 = -w.re, wi2 = w.im;
+            const T tr2 = wr2 * dr2 - wi2 * di2, ti2 = wr2 * di2 + wi2 * dr2;
+            z[h - k] = {sr2 - ti2, si2 + tr2};
+        }
+    }
+    // The imaginary parts of X[0] and X[h] do not enter a real signal.
+    z[0] = {in[0].re + in[h].re, T(0) + (in[0].re - in[h].re)};
+    fft_->Exec(z, reinterpret_cast<Cx<T> *>(out), fw, scale, nthreads);
+}
+
+template class Fft1D<float>;
+template class Fft1D<double>;
+template class RealFft1D<float>;
+template class RealFft1D<double>;
+template Cx<float> Root<float>(int, int64_t, int64_t);
+template Cx<double> Root<double>(int, int64_t, int64_t);
+
+}  // namespace orb::dft

@@ -1,0 +1,87 @@
+// One-dimensional transforms on contiguous buffers: the complex FFT of any
+// length (mixed-radix Stockham stages, or Bluestein's chirp convolution when
+// a prime factor is too large for a butterfly) and the real-to-complex /
+// complex-to-real transforms built on it.
+#ifndef ORB_DFT_ENGINE_FFT1D_H
+#define ORB_DFT_ENGINE_FFT1D_H
+
+#include <stdint.h>
+
+#include "dft/engine/stage_kernels.h"
+
+namespace orb::dft {
+
+template <class T>
+class Fft1D {
+public:
+    // Null on allocation failure.
+    static Fft1D *Create(int64_t n, int sign, const StageKernels &kern);
+    Fft1D() = default;  // made by Create only
+    ~Fft1D();
+
+    int64_t n() const { return n_; }
+    // Scratch elements Exec needs in `work` (distinct from in and out).
+    int64_t WorkElems() const;
+    // out = scale * DFT(in); in may equal out.
+    void Exec(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
+    // Whether ExecInterleaved is available (plain mixed-radix stages).
+    bool Interleavable() const { return !four_ && !blue_; }
+    // vb sequences interleaved element by element ([j*vb + c]); work holds
+    // n*vb elements.
+    void ExecInterleaved(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int64_t vb) const;
+
+private:
+    bool BuildStages();
+    bool BuildBluestein();
+    bool BuildFourStep(int64_t n1);
+    void ExecFourStep(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
+
+    int64_t n_ = 0;
+    int sign_ = -1;
+    const StageKernels *kern_ = nullptr;
+    StagePlan<T> sp_;
+    Cx<T> *tw_ = nullptr;
+    // Bluestein: chirp c[j] = exp(sign pi i j^2 / n), filter = FFT(conj c)/m.
+    bool blue_ = false;
+    int64_t m_ = 0;
+    Fft1D *fwd_ = nullptr, *bwd_ = nullptr;
+    Cx<T> *chirp_ = nullptr, *filter_ = nullptr;
+    // Four-step for lengths beyond the caches: n = n1 * n2, column FFTs of
+    // length n1, twiddles w_n^(j2 k1) (table tw4_[k1 n2 + j2]), row FFTs of
+    // length n2, written transposed; columns and rows go in blocks.
+    bool four_ = false;
+    int64_t n1_ = 0, n2_ = 0;
+    Fft1D *f1_ = nullptr, *f2_ = nullptr;
+    Cx<T> *tw4_ = nullptr;
+};
+
+// Real transform of length n: R2C (sign -1) maps n reals to n/2+1 complex,
+// C2R (sign +1) the inverse shape. Even n runs a half-length complex FFT
+// with a pre/post pass; odd n a full-length complex FFT.
+template <class T>
+class RealFft1D {
+public:
+    static RealFft1D *Create(int64_t n, int sign, const StageKernels &kern);
+    RealFft1D() = default;  // made by Create only
+    ~RealFft1D();
+
+    int64_t WorkElems() const;  // complex elements of scratch
+    // R2C: in n reals, out n/2+1 complex. in may alias out (read first).
+    void Forward(const T *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
+    // C2R: in n/2+1 complex, out n reals. in may alias out.
+    void Backward(const Cx<T> *in, T *out, Cx<T> *work, T scale, int nthreads) const;
+
+private:
+    int64_t n_ = 0;
+    Fft1D<T> *fft_ = nullptr;  // length n/2 (even n) or n (odd n)
+    Cx<T> *w_ = nullptr;       // exp(sign 2 pi i k / n), k <= n/2 (even n)
+};
+
+// exp(sign * 2 pi i * num / den) computed in long double with the angle
+// reduced exactly in integers first.
+template <class T>
+Cx<T> Root(int sign, int64_t num, int64_t den);
+
+}  // namespace orb::dft
+
+#endif

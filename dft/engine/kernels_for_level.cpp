@@ -1,0 +1,17 @@
+// Level table of the stage kernels: CpuLevel 2-5 share the SSE2-class
+// build, 6 takes AVX and 7 AVX2+FMA.
+#include "dft/engine/stage_kernels.h"
+
+namespace orb::dft {
+
+#define ORB_DFT_KERNEL_SET(lvl) constexpr StageKernels kSet_##lvl{&k_##lvl::ExecStagesD, &k_##lvl::ExecStagesF};
+ORB_DFT_KERNEL_LEVELS(ORB_DFT_KERNEL_SET)
+#undef ORB_DFT_KERNEL_SET
+
+const StageKernels &KernelsForLevel(int level) {
+    if (level >= 7) return kSet_avx2;
+    if (level == 6) return kSet_avx;
+    return kSet_sse2;
+}
+
+}  // namespace orb::dft

@@ -1,0 +1,253 @@
+// Stockham stages of the complex FFT, compiled once per processor level.
+// One stage reads x[q + s*(p + k*m)] and writes y[q + s*(r*p + t)] times
+// w^(p*t); the q loop is vectorised when s holds whole packs, the p loop
+// when s == 1. The last stage (m == 1) has no twiddles and applies the
+// scale instead.
+#include <omp.h>
+
+#include <algorithm>
+
+#include "dft/engine/butterflies.h"
+#include "dft/engine/stage_kernels.h"
+
+namespace orb::dft::ORB_KNS {
+namespace {
+
+using pack::Pack;
+
+#if ORB_KLEVEL >= 6
+constexpr int kVectorBytes = 32;
+#else
+constexpr int kVectorBytes = 16;
+#endif
+
+template <class T>
+constexpr int kLanes = kVectorBytes / int(2 * sizeof(T));
+
+// One butterfly column: a[k] loaded, transformed, twiddled, stored.
+template <int R, int S, class T, class P, class LoadF, class StoreF>
+__attribute__((always_inline)) inline void Column(LoadF load, StoreF store_all, const P *w, bool twiddled,
+                                                  bool scaled, T scale) {
+    P a[R];
+    bfly::StaticFor<R>([&](auto k) __attribute__((always_inline)) { a[k] = load(k); });
+    bfly::Butterfly<R, S, T>(a);
+    if (twiddled) {
+        bfly::StaticFor<R - 1>([&](auto t) __attribute__((always_inline)) { a[t + 1] = Mul(a[t + 1], w[t]); });
+    } else if (scaled) {
+        bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { a[t] = a[t] * scale; });
+    }
+    store_all(a);
+}
+
+// Twiddle w^(p (t+1)) of a stage: t-major for the first stage (s == 1, read
+// as vectors over p), p-major for the others (broadcast per p).
+inline int64_t TwIndex(int64_t p, int t, int64_t m, int r, bool tmajor) {
+    return tmajor ? t * m + p : p * (r - 1) + t;
+}
+
+template <int R, int S, class T>
+void StageFixed(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw, bool tmajor, T scale,
+                int64_t p0, int64_t p1, int64_t q0, int64_t q1) {
+    constexpr int L = kLanes<T>;
+    using PV = Pack<T, L>;
+    using P1 = Pack<T, 1>;
+    const bool twiddled = m > 1;
+    const bool scaled = !twiddled && scale != T(1);
+    const int64_t ks = s * m;  // input distance between butterfly legs
+    if constexpr (L > 1) {
+        if (s == 1 && p1 - p0 >= L) {
+            // Vector over p: legs and twiddles contiguous in p; outputs
+            // interleaved by R (pairs of lanes transposed when L == 2).
+            int64_t p = p0;
+            for (; p + L <= p1; p += L) {
+                PV w[R > 1 ? R - 1 : 1];
+                if (twiddled)
+                    for (int t = 0; t < R - 1; ++t) w[t] = PV::Load(tw + t * m + p);
+                Column<R, S, T, PV>(
+                    [&](int k) __attribute__((always_inline)) { return PV::Load(x + p + k * ks); },
+                    [&](PV *a) __attribute__((always_inline)) {
+                        Cx<T> *yp = y + R * p;
+                        if constexpr (L == 2) {
+                            bfly::StaticFor<R / 2>([&](auto h) __attribute__((always_inline)) {
+                                PV::Lo(a[2 * h], a[2 * h + 1]).Store(yp + 2 * h);
+                                PV::Hi(a[2 * h], a[2 * h + 1]).Store(yp + R + 2 * h);
+                            });
+                            if constexpr (R % 2 == 1) a[R - 1].Scatter(yp + R - 1, R);
+                        } else {
+                            bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { a[t].Scatter(yp + t, R); });
+                        }
+                    },
+                    w, twiddled, scaled, scale);
+            }
+            p0 = p;
+        }
+    }
+    for (int64_t p = p0; p < p1; ++p) {
+        const Cx<T> *xp = x + s * p;
+        Cx<T> *yp = y + s * R * p;
+        int64_t q = q0;
+        if constexpr (L > 1) {
+            if (s >= L) {
+                PV w[R > 1 ? R - 1 : 1];
+                if (twiddled)
+                    for (int t = 0; t < R - 1; ++t) w[t] = PV::Bcast(tw[TwIndex(p, t, m, R, tmajor)]);
+                for (; q + L <= q1; q += L)
+                    Column<R, S, T, PV>(
+                        [&](int k) __attribute__((always_inline)) { return PV::Load(xp + q + k * ks); },
+                        [&](PV *a) __attribute__((always_inline)) {
+                            bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { a[t].Store(yp + q + t * s); });
+                        },
+                        w, twiddled, scaled, scale);
+            }
+        }
+        if (q < q1) {
+            P1 w[R > 1 ? R - 1 : 1];
+            if (twiddled)
+                for (int t = 0; t < R - 1; ++t) w[t] = P1::Bcast(tw[TwIndex(p, t, m, R, tmajor)]);
+            for (; q < q1; ++q)
+                Column<R, S, T, P1>(
+                    [&](int k) __attribute__((always_inline)) { return P1::Load(xp + q + k * ks); },
+                    [&](P1 *a) __attribute__((always_inline)) {
+                        bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { a[t].Store(yp + q + t * s); });
+                    },
+                    w, twiddled, scaled, scale);
+        }
+    }
+}
+
+// Run-time odd radix r (scalar packs; these radices are rare).
+template <class T>
+void StageGeneric(int r, const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw, bool tmajor,
+                  const Cx<T> *roots, T scale, int64_t p0, int64_t p1, int64_t q0, int64_t q1) {
+    using P1 = Pack<T, 1>;
+    P1 a[kMaxGenericRadix], out[kMaxGenericRadix], sd[kMaxGenericRadix];
+    const int64_t ks = s * m;
+    for (int64_t p = p0; p < p1; ++p) {
+        for (int64_t q = q0; q < q1; ++q) {
+            for (int k = 0; k < r; ++k) a[k] = P1::Load(x + q + s * p + k * ks);
+            bfly::Generic<T>(r, roots, a, out, sd, sd + kMaxGenericRadix / 2);
+            if (m > 1) {
+                for (int t = 1; t < r; ++t) out[t] = Mul(out[t], P1::Bcast(tw[TwIndex(p, t - 1, m, r, tmajor)]));
+            } else if (scale != T(1)) {
+                for (int t = 0; t < r; ++t) out[t] = out[t] * scale;
+            }
+            for (int t = 0; t < r; ++t) out[t].Store(y + q + s * (r * p + t));
+        }
+    }
+}
+
+template <int S, class T>
+void RunStage(const StagePlan<T> &pl, int i, int64_t vb, const Cx<T> *x, Cx<T> *y, T scale, int64_t p0,
+              int64_t p1, int64_t q0, int64_t q1) {
+    const StageInfo &st = pl.st[i];
+    const Cx<T> *tw = pl.tw + st.tw;
+    const int64_t s = st.s * vb;
+    const bool tmajor = i == 0;
+    switch (st.radix) {
+#define ORB_RADIX_CASE(R) \
+    case R: StageFixed<R, S, T>(x, y, st.m, s, tw, tmajor, scale, p0, p1, q0, q1); break;
+        ORB_RADIX_CASE(2)
+        ORB_RADIX_CASE(3)
+        ORB_RADIX_CASE(4)
+        ORB_RADIX_CASE(5)
+        ORB_RADIX_CASE(7)
+        ORB_RADIX_CASE(8)
+        ORB_RADIX_CASE(11)
+        ORB_RADIX_CASE(13)
+        ORB_RADIX_CASE(16)
+#undef ORB_RADIX_CASE
+    default:
+        StageGeneric<T>(st.radix, x, y, st.m, s, tw, tmajor, pl.tw + st.rtab, scale, p0, p1, q0, q1);
+    }
+}
+
+// Share of stage i for thread `id` of `nth`: split p when there are
+// enough butterfly groups, else split q in whole packs.
+template <class T>
+void StageShare(const StageInfo &st, int64_t vb, int id, int nth, int64_t *p0, int64_t *p1, int64_t *q0,
+                int64_t *q1) {
+    const int64_t s = st.s * vb;
+    *p0 = 0, *p1 = st.m, *q0 = 0, *q1 = s;
+    if (nth <= 1) return;
+    if (st.m >= nth) {
+        *p0 = st.m * id / nth;
+        *p1 = st.m * (id + 1) / nth;
+    } else {
+        const int64_t L = kLanes<T>;
+        int64_t chunks = (s + L - 1) / L;
+        *q0 = std::min(s, chunks * id / nth * L);
+        *q1 = std::min(s, chunks * (id + 1) / nth * L);
+    }
+}
+
+template <int S, class T>
+void StagesSerial(const StagePlan<T> &pl, int64_t vb, const Cx<T> *src, Cx<T> *dst, Cx<T> *out, Cx<T> *work,
+                  T scale) {
+    const int k = pl.nstages;
+    for (int i = 0; i < k; ++i) {
+        RunStage<S, T>(pl, i, vb, src, dst, i == k - 1 ? scale : T(1), 0, pl.st[i].m, 0, pl.st[i].s * vb);
+        src = dst;
+        dst = (dst == out) ? work : out;
+    }
+}
+
+// Kept out of line so that the serial path never touches the OpenMP runtime.
+template <int S, class T>
+__attribute__((noinline)) void StagesParallel(const StagePlan<T> &pl, int64_t vb, const Cx<T> *src0, Cx<T> *dst0, Cx<T> *out,
+                                              Cx<T> *work, T scale, int nthreads) {
+    const int k = pl.nstages;
+#pragma omp parallel num_threads(nthreads)
+    {
+        const int id = omp_get_thread_num(), nth = omp_get_num_threads();
+        const Cx<T> *src = src0;
+        Cx<T> *dst = dst0;
+        for (int i = 0; i < k; ++i) {
+            int64_t p0, p1, q0, q1;
+            StageShare<T>(pl.st[i], vb, id, nth, &p0, &p1, &q0, &q1);
+            RunStage<S, T>(pl, i, vb, src, dst, i == k - 1 ? scale : T(1), p0, p1, q0, q1);
+#pragma omp barrier
+            src = dst;
+            dst = (dst == out) ? work : out;
+        }
+    }
+}
+
+template <int S, class T>
+void Exec(const StagePlan<T> &pl, const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads, int64_t vb) {
+    const int k = pl.nstages;
+    const int64_t total = pl.n * vb;
+    if (k == 0) {
+        for (int64_t j = 0; j < total; ++j) out[j] = {in[j].re * scale, in[j].im * scale};
+        return;
+    }
+    // Ping-pong so that the last stage writes `out`.
+    Cx<T> *dst0 = (k % 2 == 1) ? out : work;
+    const Cx<T> *src0 = in;
+    if (src0 == dst0) {
+        for (int64_t j = 0; j < total; ++j) work[j] = in[j];
+        src0 = work;
+    }
+    if (nthreads <= 1) StagesSerial<S, T>(pl, vb, src0, dst0, out, work, scale);
+    else StagesParallel<S, T>(pl, vb, src0, dst0, out, work, scale, nthreads);
+}
+
+template <class T>
+void ExecAny(const StagePlan<T> &pl, const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads,
+             int64_t vb) {
+    if (pl.sign < 0) Exec<-1, T>(pl, in, out, work, scale, nthreads, vb);
+    else Exec<1, T>(pl, in, out, work, scale, nthreads, vb);
+}
+
+}  // namespace
+
+void ExecStagesD(const StagePlan<double> &pl, const Cx<double> *in, Cx<double> *out,
+                 Cx<double> *work, double scale, int nthreads, int64_t vb) {
+    ExecAny<double>(pl, in, out, work, scale, nthreads, vb);
+}
+
+void ExecStagesF(const StagePlan<float> &pl, const Cx<float> *in, Cx<float> *out,
+                 Cx<float> *work, float scale, int nthreads, int64_t vb) {
+    ExecAny<float>(pl, in, out, work, scale, nthreads, vb);
+}
+
+}  // namespace orb::dft::ORB_KNS

@@ -1,0 +1,41 @@
+// Per-level entry points of the complex FFT stage kernels. The kernels are
+// one source compiled for an SSE2-class level (CpuLevel 2-5), AVX (6) and
+// AVX2+FMA (7); KernelsForLevel picks the set for a level.
+#ifndef ORB_DFT_ENGINE_STAGE_KERNELS_H
+#define ORB_DFT_ENGINE_STAGE_KERNELS_H
+
+#include "dft/engine/stage_plan.h"
+
+// Runs the stages of `pl` from `in` to `out` (which may equal `in`), using
+// `work` (n*vb elements, distinct from both) for the ping-pong; multiplies
+// the result by `scale`; splits each stage over `nthreads` OpenMP threads.
+// vb > 1 transforms vb interleaved sequences at once: element j of
+// sequence c at [j*vb + c] on both sides (the kernels vectorise across c).
+#define ORB_DFT_STAGE_DECLS                                                                 \
+    void ExecStagesD(const StagePlan<double> &pl, const Cx<double> *in, Cx<double> *out,    \
+                     Cx<double> *work, double scale, int nthreads, int64_t vb);                         \
+    void ExecStagesF(const StagePlan<float> &pl, const Cx<float> *in, Cx<float> *out,       \
+                     Cx<float> *work, float scale, int nthreads, int64_t vb);
+
+#define ORB_DFT_KERNEL_LEVELS(X) X(sse2) X(avx) X(avx2)
+
+namespace orb::dft {
+
+#define ORB_DFT_DECLARE_LEVEL(lvl) \
+    namespace k_##lvl {            \
+    ORB_DFT_STAGE_DECLS            \
+    }
+ORB_DFT_KERNEL_LEVELS(ORB_DFT_DECLARE_LEVEL)
+#undef ORB_DFT_DECLARE_LEVEL
+
+struct StageKernels {
+    decltype(&k_sse2::ExecStagesD) exec_d;
+    decltype(&k_sse2::ExecStagesF) exec_f;
+};
+
+// Kernel set for a CpuLevel (2..7); other levels get the SSE2-class set.
+const StageKernels &KernelsForLevel(int level);
+
+}  // namespace orb::dft
+
+#endif

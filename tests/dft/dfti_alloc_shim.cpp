@@ -1,0 +1,35 @@
+// Counting stand-in for the service allocator in the configuration tests:
+// counts live blocks (leak checks) and can fail the k-th next request.
+// Weak, so the library's allocator wins once it is linked; the counting
+// tests skip themselves then.
+#include <stdlib.h>
+
+#include <atomic>
+
+#include "dfti_alloc_shim.h"
+#include "service/serv.h"
+
+namespace orb::dft::test {
+std::atomic<long> g_live_blocks{0};
+std::atomic<long> g_fail_countdown{-1};
+std::atomic<bool> g_shim_active{false};
+}  // namespace orb::dft::test
+
+using namespace orb::dft::test;
+
+extern "C" __attribute__((weak)) void *ServAlloc(uint32_t size, int32_t alignment) {
+    g_shim_active = true;
+    long c = g_fail_countdown.load();
+    if (c >= 0 && g_fail_countdown.fetch_sub(1) == 0) return nullptr;
+    void *p = nullptr;
+    if (alignment < int32_t(sizeof(void *))) alignment = sizeof(void *);
+    if (posix_memalign(&p, size_t(alignment), size ? size : 1) != 0) return nullptr;
+    ++g_live_blocks;
+    return p;
+}
+
+extern "C" __attribute__((weak)) void ServFree(void *pointer) {
+    if (!pointer) return;
+    --g_live_blocks;
+    free(pointer);
+}

@@ -1,0 +1,303 @@
+// Configuration semantics of the descriptor interface: creation, every
+// DftiSetValue parameter with its status, the uncommit rule, the chain,
+// strides and names as stored, free, and the status texts.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "dft/dfti_descriptor.h"
+#include "include/orb_dfti.h"
+#include "service/messages.h"
+
+namespace {
+
+using namespace orb::dft;
+
+struct Handle {
+    DftiHandle h = nullptr;
+    ~Handle() {
+        if (h) DftiFreeDescriptor(&h);
+    }
+};
+
+DftiHandle MakeC1(int32_t n = 8, int32_t domain = DftiValueComplex) {
+    DftiHandle h = nullptr;
+    EXPECT_EQ(DftiCreateDescriptor(&h, DftiValueDouble, domain, 1, n), 0);
+    return h;
+}
+
+TEST(DftiCreate, RankLengthPrecisionDomain) {
+    struct Row { int32_t precision, domain, rank, n; int32_t status; };
+    const Row rows[] = {
+        {DftiValueDouble, DftiValueComplex, 1, 16, 0},
+        {DftiValueSingle, DftiValueReal, 1, 1, 0},
+        {DftiValueDouble, DftiValueComplex, 0, 16, 2},
+        {DftiValueDouble, DftiValueComplex, 8, 16, 2},
+        {DftiValueDouble, DftiValueComplex, -1, 16, 2},
+        {DftiValueDouble, DftiValueComplex, 1, 0, 2},
+        {DftiValueDouble, DftiValueComplex, 1, -5, 2},
+        {34, DftiValueComplex, 1, 16, 2},
+        {DftiValueDouble, 34, 1, 16, 2},
+    };
+    for (const Row &r : rows) {
+        DftiHandle h = reinterpret_cast<DftiHandle>(1);
+        EXPECT_EQ(DftiCreateDescriptor(&h, r.precision, r.domain, r.rank, r.n), r.status)
+            << r.precision << " " << r.domain << " " << r.rank << " " << r.n;
+        EXPECT_EQ(h == nullptr, r.status != 0);
+        if (h) DftiFreeDescriptor(&h);
+    }
+    EXPECT_EQ(DftiCreateDescriptor(nullptr, DftiValueDouble, DftiValueComplex, 1, 8), 3);
+}
+
+TEST(DftiCreate, Rank7AndShortcuts) {
+    const int32_t lengths[7] = {2, 3, 1, 2, 2, 1, 5};
+    Handle a, b, c, d, e;
+    EXPECT_EQ(DftiCreateDescriptor(&a.h, DftiValueSingle, DftiValueComplex, 7, lengths), 0);
+    EXPECT_EQ(a.h->rank, 7);
+    EXPECT_EQ(DftiCreateDescriptor_d_1d(&b.h, DftiValueReal, 10), 0);
+    EXPECT_EQ(b.h->precision, DftiValueDouble);
+    EXPECT_EQ(DftiCreateDescriptor_s_1d(&c.h, DftiValueComplex, 10), 0);
+    EXPECT_EQ(c.h->precision, DftiValueSingle);
+    EXPECT_EQ(DftiCreateDescriptor_d_md(&d.h, DftiValueComplex, 2, lengths), 0);
+    EXPECT_EQ(DftiCreateDescriptor_s_md(&e.h, DftiValueReal, 3, lengths), 0);
+    EXPECT_EQ(e.h->domain, DftiValueReal);
+    DftiHandle x = nullptr;
+    EXPECT_EQ(DftiCreateDescriptor_d_1d(&x, DftiValueComplex, 0), 2);
+    EXPECT_EQ(DftiCreateDescriptor_s_1d(&x, 31, 4), 2);
+    EXPECT_EQ(DftiCreateDescriptor_d_md(&x, DftiValueComplex, 8, lengths), 2);
+    const int32_t bad[2] = {4, 0};
+    EXPECT_EQ(DftiCreateDescriptor_d_md(&x, DftiValueComplex, 2, bad), 2);
+    EXPECT_EQ(x, nullptr);
+    EXPECT_EQ(DftiCreateDescriptor_d_1d(nullptr, DftiValueComplex, 4), 3);
+}
+
+TEST(DftiCreate, DefaultRecord) {
+    const int32_t lengths[2] = {4, 8};
+    Handle a;
+    ASSERT_EQ(DftiCreateDescriptor(&a.h, DftiValueDouble, DftiValueComplex, 2, lengths), 0);
+    DftiDescriptor *d = a.h;
+    EXPECT_EQ(d->magic, 0x544644u);
+    EXPECT_EQ(d->commit_status, DftiValueUncommitted);
+    EXPECT_EQ(d->compute_forward, nullptr);
+    EXPECT_EQ(d->data_args, 0);
+    ASSERT_EQ(d->dims.count, 2);
+    EXPECT_EQ(d->dims.rows[0].n, 8);
+    EXPECT_EQ(d->dims.rows[0].is, 1);
+    EXPECT_EQ(d->dims.rows[1].n, 4);
+    EXPECT_EQ(d->dims.rows[1].is, 8);
+    EXPECT_EQ(d->dims.rows[1].os, 8);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(d->dims.rows) % 16, 0u);
+    EXPECT_EQ(d->transforms.count, 1);
+    EXPECT_EQ(d->transforms.rows[0].n, 1);
+    EXPECT_EQ(d->layout8, 39);
+    EXPECT_EQ(d->layout9, 42);
+    EXPECT_EQ(d->layout10, 40);
+    EXPECT_EQ(d->placement, 43);
+    EXPECT_EQ(d->pack_format, 54);
+    EXPECT_EQ(d->policy, 51);
+    EXPECT_EQ(d->ordering, 48);
+    EXPECT_EQ(d->fscale, 1.0);
+    EXPECT_EQ(d->bscale, 1.0);
+    EXPECT_EQ(d->user_threads, 1);
+    EXPECT_EQ(d->thread_limit, 0);
+    EXPECT_NE(d->planners, nullptr);
+    EXPECT_NE(d->hooks->max_threads, nullptr);
+    EXPECT_EQ(d->hooks->zero_query(), 0);
+    for (char c : d->name) EXPECT_EQ(c, 0);
+}
+
+// Every integer parameter and value: the status, and the descriptor is
+// uncommitted afterwards whatever the status.
+TEST(DftiSetValue, IntegerParametersTable) {
+    struct Row { int32_t domain, parameter, value, status; };
+    const int32_t C = DftiValueComplex, R = DftiValueReal;
+    const Row rows[] = {
+        {C, 0, 32, 3}, {C, 3, 36, 3}, {C, 6, 0, 6}, {C, 7, 4, 0}, {C, 7, -1, 0},
+        {C, 8, 39, 0}, {C, 8, 42, 0}, {C, 8, 40, 6}, {C, 8, 41, 6}, {C, 8, 43, 3},
+        {C, 9, 42, 0}, {C, 9, 41, 6}, {C, 9, 39, 3}, {C, 9, 40, 3}, {C, 9, 7, 3},
+        {R, 10, 39, 0}, {R, 10, 40, 0}, {R, 10, 41, 6}, {R, 10, 42, 6}, {R, 10, 38, 3},
+        {C, 11, 43, 0}, {C, 11, 44, 0}, {C, 11, 45, 3}, {C, 14, 17, 0}, {C, 15, -3, 0},
+        {C, 16, 0, 6}, {C, 17, 51, 0}, {C, 17, 52, 0}, {C, 17, 53, 3},
+        {C, 18, 48, 0}, {C, 18, 49, 0}, {R, 18, 49, 6}, {C, 18, 50, 6}, {R, 18, 50, 6},
+        {C, 18, 47, 3}, {C, 19, 0, 3}, {C, 21, 54, 0}, {C, 21, 57, 0}, {C, 21, 53, 3},
+        {C, 21, 58, 3}, {C, 22, 0, 3}, {C, 24, 0, 6}, {C, 25, 0, 6}, {C, 26, -7, 0},
+        {C, 26, 4, 0}, {C, 27, 0, 0}, {C, 27, 3, 0}, {C, 27, -1, 3},
+    };
+    for (const Row &r : rows) {
+        Handle a;
+        a.h = MakeC1(8, r.domain);
+        ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
+        ASSERT_EQ(a.h->commit_status, DftiValueCommitted);
+        EXPECT_EQ(DftiSetValue(a.h, r.parameter, r.value), r.status)
+            << "parameter " << r.parameter << " value " << r.value;
+        EXPECT_EQ(a.h->commit_status, DftiValueUncommitted) << r.parameter;
+        EXPECT_EQ(a.h->compute_forward, nullptr);
+        EXPECT_EQ(a.h->flags & DftiFlagCommitted, 0u);
+        double x[16] = {};
+        EXPECT_EQ(DftiComputeForward(a.h, x), 2) << r.parameter;
+    }
+}
+
+TEST(DftiSetValue, StoredValues) {
+    Handle a;
+    a.h = MakeC1(8, DftiValueReal);
+    DftiDescriptor *d = a.h;
+    EXPECT_EQ(DftiSetValue(a.h, DftiParamTransformCount, 5), 0);
+    EXPECT_EQ(d->transform_count, 5);
+    EXPECT_EQ(d->transforms.rows[0].n, 5);
+    EXPECT_EQ(DftiSetValue(a.h, DftiParamInputDistance, 12), 0);
+    EXPECT_EQ(DftiSetValue(a.h, DftiParamOutputDistance, 14), 0);
+    EXPECT_EQ(d->transforms.rows[0].is, 12);
+    EXPECT_EQ(d->transforms.rows[0].os, 14);
+    EXPECT_EQ(d->in_distance, 12);
+    EXPECT_EQ(d->out_distance, 14);
+    EXPECT_EQ(DftiSetValue(a.h, DftiParamLayout10, 39), 0);
+    EXPECT_EQ(d->pack_format, 57);
+    EXPECT_EQ(DftiSetValue(a.h, DftiParamPackFormat, 55), 0);
+    EXPECT_EQ(d->pack_format, 55);
+    EXPECT_EQ(DftiSetValue(a.h, DftiParamThreadLimit, 3), 0);
+    EXPECT_EQ(d->thread_limit, 3);
+    EXPECT_EQ(DftiSetValue(a.h, DftiParamUserThreadCount, 6), 0);
+    EXPECT_EQ(d->user_threads, 6);
+    // A rejected value leaves the stored one.
+    EXPECT_EQ(DftiSetValue(a.h, DftiParamPlacement, 7), 3);
+    EXPECT_EQ(d->placement, 43);
+}
+
+TEST(DftiSetValue, UnreadAndOutOfRangeParameters) {
+    Handle a;
+    a.h = MakeC1();
+    ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
+    // No value argument at all: these must not read one.
+    EXPECT_EQ(DftiSetValue(a.h, 1), 3);
+    EXPECT_EQ(DftiSetValue(a.h, 2), 3);
+    EXPECT_EQ(DftiSetValue(a.h, 23), 3);
+    EXPECT_EQ(DftiSetValue(a.h, 28, 0), 3);
+    EXPECT_EQ(DftiSetValue(a.h, 1000, 0), 3);
+    EXPECT_EQ(a.h->commit_status, DftiValueCommitted);  // none of them was an integer setter
+    EXPECT_EQ(DftiSetValue(nullptr, 7, 1), 5);
+}
+
+TEST(DftiSetValue, ScalesDropThePlanOnlyWhenChanged) {
+    Handle a;
+    a.h = MakeC1();
+    ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
+    EXPECT_EQ(DftiSetValue(a.h, DftiParamForwardScale, 1.0), 0);
+    EXPECT_EQ(a.h->commit_status, DftiValueCommitted);
+    EXPECT_EQ(DftiSetValue(a.h, DftiParamBackwardScale, 0.25), 0);
+    EXPECT_EQ(a.h->commit_status, DftiValueUncommitted);
+    EXPECT_EQ(a.h->current_planner, nullptr);
+    EXPECT_EQ(a.h->bscale, 0.25);
+    ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
+    EXPECT_EQ(a.h->work_bscale, 0.25);
+    EXPECT_EQ(a.h->work_bscale_f, 0.25f);
+}
+
+TEST(DftiSetValue, StridesReversedOffsetKept) {
+    const int32_t lengths[3] = {2, 3, 4};
+    Handle a;
+    ASSERT_EQ(DftiCreateDescriptor(&a.h, DftiValueDouble, DftiValueComplex, 3, lengths), 0);
+    ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
+    const int32_t in[4] = {5, 100, 10, 1};
+    const int32_t out[4] = {-7, -1, 2, 3};
+    EXPECT_EQ(DftiSetValue(a.h, DftiParamInputStrides, in), 0);
+    EXPECT_EQ(a.h->commit_status, DftiValueUncommitted);
+    EXPECT_EQ(DftiSetValue(a.h, DftiParamOutputStrides, out), 0);
+    DftiDescriptor *d = a.h;
+    EXPECT_EQ(d->in_offset, 5);
+    EXPECT_EQ(d->out_offset, -7);
+    const int32_t want_is[3] = {1, 10, 100}, want_os[3] = {3, 2, -1};
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(d->dims.rows[i].is, want_is[i]);
+        EXPECT_EQ(d->dims.rows[i].os, want_os[i]);
+    }
+}
+
+TEST(DftiSetValue, NameCutAndPadded) {
+    Handle a;
+    a.h = MakeC1();
+    ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
+    EXPECT_EQ(DftiSetValue(a.h, DftiParamName, "abcdefghijkl"), 0);
+    EXPECT_EQ(std::memcmp(a.h->name, "abcdefghij", 10), 0);
+    EXPECT_EQ(DftiSetValue(a.h, DftiParamName, "xyz"), 0);
+    EXPECT_EQ(std::memcmp(a.h->name, "xyz\0\0\0\0\0\0\0", 10), 0);
+    EXPECT_EQ(a.h->commit_status, DftiValueCommitted);  // naming keeps the commit
+}
+
+TEST(DftiSetValue, ChainStoresExceptPolicy) {
+    Handle a, b;
+    a.h = MakeC1();
+    b.h = MakeC1();
+    a.h->chain = b.h;
+    EXPECT_EQ(DftiSetValue(a.h, DftiParamPlacement, 44), 0);
+    EXPECT_EQ(DftiSetValue(a.h, DftiParamTransformCount, 3), 0);
+    EXPECT_EQ(DftiSetValue(a.h, DftiParamPolicy, 52), 0);
+    EXPECT_EQ(DftiSetValue(a.h, DftiParamOrdering, 49), 0);
+    EXPECT_EQ(b.h->placement, 44);
+    EXPECT_EQ(b.h->transform_count, 3);
+    EXPECT_EQ(b.h->ordering, 49);
+    EXPECT_EQ(a.h->policy, 52);
+    EXPECT_EQ(b.h->policy, 51);
+    // Dropping the plan frees the chained record with it.
+    b.h = nullptr;
+    EXPECT_EQ(DftiSetValue(a.h, DftiParamForwardScale, 2.0), 0);
+    EXPECT_EQ(a.h->chain, nullptr);
+}
+
+TEST(DftiLifecycle, NullHandlesWrongMagicDoubleFree) {
+    DftiHandle h = MakeC1();
+    DftiHandle alias = h;
+    EXPECT_EQ(DftiCommitDescriptor(nullptr), 5);
+    EXPECT_EQ(DftiComputeForward(nullptr, nullptr), 5);
+    EXPECT_EQ(DftiComputeBackward(nullptr, nullptr), 5);
+    EXPECT_EQ(DftiFreeDescriptor(nullptr), 3);
+    h->magic ^= 1;
+    EXPECT_EQ(DftiSetValue(h, 7, 1), 5);
+    EXPECT_EQ(DftiCommitDescriptor(h), 5);
+    EXPECT_EQ(DftiFreeDescriptor(&h), 5);
+    h->magic ^= 1;
+    double x[16] = {};
+    EXPECT_EQ(DftiComputeForward(h, x), 2);  // never committed
+    EXPECT_EQ(DftiFreeDescriptor(&h), 0);
+    EXPECT_EQ(h, nullptr);
+    EXPECT_EQ(DftiFreeDescriptor(&h), 5);
+    (void)alias;
+}
+
+TEST(DftiLifecycle, CommitWithoutCommitOperation) {
+    Handle a;
+    a.h = MakeC1();
+    DftiMethods m = *a.h->methods;
+    m.commit = nullptr;
+    const DftiMethods *saved = a.h->methods;
+    a.h->methods = &m;
+    EXPECT_EQ(DftiCommitDescriptor(a.h), 7);
+    a.h->methods = saved;
+}
+
+TEST(DftiStatus, TextsAndClasses) {
+    const char *texts[] = {
+        "ORB DFTI SUCCESS: No error",
+        "ORB DFTI ERROR: Not enough memory to allocate",
+        "ORB DFTI ERROR: Invalid configuration parameters",
+        "ORB DFTI ERROR: Inconsistent configuration parameters",
+        "ORB DFTI ERROR: Error in OpenMP",
+        "ORB DFTI ERROR: Descriptor is bad or corrupted",
+        "ORB DFTI ERROR: Not implemented",
+        "ORB DFTI ERROR: Internal error",
+        "ORB DFTI ERROR: Lack of DFTI_NUMBER_OF_USER_THREADS in descriptor",
+        "ORB DFTI ERROR: Size of one of transform dimensions exceeds 2^32 (32 bits)",
+        "ORB DFTI ERROR: Incorrect status",
+    };
+    for (int s = 0; s <= 10; ++s) {
+        EXPECT_STREQ(DftiStatusText(s), texts[s]);
+        EXPECT_EQ(DftiStatusClass(s), s == 0 ? int(orb::MessageSuccess) : int(orb::MessageError));
+    }
+    EXPECT_STREQ(DftiStatusText(100), texts[10]);
+    EXPECT_STREQ(DftiStatusText(-1), texts[10]);
+    const orb::MessageRow *row = orb::FindMessage(760);
+    ASSERT_NE(row, nullptr);
+    EXPECT_STREQ(row->text, "ORB FATAL ERROR: memory allocation error.");
+}
+
+}  // namespace

@@ -1,0 +1,44 @@
+// Case runner for the descriptor interface: lays logical complex data out
+// as a caller would (strides, negative strides, padding, batches, split
+// storage, in place), configures, commits and computes through the public
+// API, and compares with the long-double oracle.
+#ifndef ORB_TESTS_DFT_DFTI_LAYOUT_H
+#define ORB_TESTS_DFT_DFTI_LAYOUT_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace orb::dft::test {
+
+struct ApiCase {
+    std::string name;
+    bool is_double = true;
+    std::vector<int32_t> lengths;  // caller's order, last fastest
+    int32_t count = 1;             // number of transforms
+    bool in_place = true;
+    bool split = false;
+    bool backward = false;
+    int32_t unit_in = 1, unit_out = 1;  // innermost strides
+    int32_t pad = 0;                    // extra elements per outer level and per transform
+    int negate_axis = -1;               // caller axis with negated strides
+    double scale = 1.0;                 // of the direction computed
+    int32_t ordering = 48;
+    int32_t user_threads = 1;
+    int32_t thread_limit = 0;
+};
+
+struct ApiOutcome {
+    int32_t commit = -1, compute = -1;
+    double error = 1.0, tolerance = 0.0;
+    bool stray_write = false;
+};
+
+ApiOutcome RunApiCase(const ApiCase &c);
+
+// Forward with scale 1 then backward with scale 1/N returns the input.
+double RoundTripError(bool is_double, const std::vector<int32_t> &lengths, bool split);
+
+}  // namespace orb::dft::test
+
+#endif

@@ -1,0 +1,107 @@
+// Memory failures and leaks: each allocation of create and commit fails in
+// turn; create returns 1 with nothing left allocated, commit returns 1 and
+// leaves the descriptor uncommitted and freeable; a compute whose scratch
+// cannot be had returns 1; a full create-commit-compute-free cycle of each
+// kind of plan leaks nothing.
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "dfti_alloc_shim.h"
+#include "include/orb_dfti.h"
+
+namespace {
+
+using namespace orb::dft::test;
+
+struct FailGuard {
+    ~FailGuard() { g_fail_countdown = -1; }
+};
+
+bool ShimInUse() {
+    DftiHandle h = nullptr;
+    g_shim_active = false;
+    DftiCreateDescriptor_d_1d(&h, DftiValueComplex, 4);
+    DftiFreeDescriptor(&h);
+    return g_shim_active;
+}
+
+TEST(DftiMemory, CreateFailsCleanly) {
+    if (!ShimInUse()) GTEST_SKIP() << "the library's allocator is linked";
+    FailGuard guard;
+    const int32_t lengths[3] = {4, 5, 6};
+    int failures = 0;
+    for (long k = 0; k < 20; ++k) {
+        long live = g_live_blocks;
+        DftiHandle h = nullptr;
+        g_fail_countdown = k;
+        int32_t s = DftiCreateDescriptor(&h, DftiValueDouble, DftiValueComplex, 3, lengths);
+        g_fail_countdown = -1;
+        if (s == 0) {
+            DftiFreeDescriptor(&h);
+            EXPECT_EQ(g_live_blocks, live);
+            break;
+        }
+        ++failures;
+        EXPECT_EQ(s, 1) << k;
+        EXPECT_EQ(h, nullptr);
+        EXPECT_EQ(g_live_blocks, live) << k;
+    }
+    EXPECT_GE(failures, 5);  // the record and its four tables
+}
+
+TEST(DftiMemory, CommitFailsUncommitted) {
+    if (!ShimInUse()) GTEST_SKIP() << "the library's allocator is linked";
+    FailGuard guard;
+    struct Row { int32_t domain, n; int32_t format; };
+    for (const Row &r : {Row{DftiValueComplex, 1000, 0}, Row{DftiValueReal, 1500, 55}}) {
+        long live = g_live_blocks;
+        DftiHandle h = nullptr;
+        ASSERT_EQ(DftiCreateDescriptor_d_1d(&h, r.domain, r.n), 0);
+        if (r.format) ASSERT_EQ(DftiSetValue(h, DftiParamPackFormat, r.format), 0);
+        int failures = 0;
+        for (long k = 0; k < 50; ++k) {
+            g_fail_countdown = k;
+            int32_t s = DftiCommitDescriptor(h);
+            g_fail_countdown = -1;
+            if (s == 0) break;
+            ++failures;
+            EXPECT_EQ(s, 1) << k;
+            std::vector<double> x(2 * r.n + 2);
+            EXPECT_EQ(DftiComputeForward(h, x.data()), 2) << k;
+        }
+        EXPECT_GE(failures, 1);
+        std::vector<double> x(2 * r.n + 2, 0.5);
+        EXPECT_EQ(DftiComputeForward(h, x.data()), 0);
+        if (r.domain == DftiValueReal) {
+            g_fail_countdown = 0;  // the repacking scratch (too large for the stack)
+            EXPECT_EQ(DftiComputeForward(h, x.data()), 1);
+            g_fail_countdown = -1;
+        }
+        EXPECT_EQ(DftiFreeDescriptor(&h), 0);
+        EXPECT_EQ(g_live_blocks, live);
+    }
+}
+
+TEST(DftiMemory, CyclesLeakNothing) {
+    if (!ShimInUse()) GTEST_SKIP() << "the library's allocator is linked";
+    struct Row { int32_t domain; std::vector<int32_t> lengths; int32_t layout8; int32_t param10; };
+    const Row rows[] = {{DftiValueComplex, {8, 8, 8}, 39, 40}, {DftiValueComplex, {16}, 42, 40},
+                        {DftiValueComplex, {6, 10}, 42, 40}, {DftiValueReal, {30}, 39, 40},
+                        {DftiValueReal, {6, 8}, 39, 39}};
+    for (const Row &r : rows) {
+        long live = g_live_blocks;
+        DftiHandle h = nullptr;
+        ASSERT_EQ(DftiCreateDescriptor_d_md(&h, r.domain, int32_t(r.lengths.size()), r.lengths.data()), 0);
+        ASSERT_EQ(DftiSetValue(h, DftiParamLayout8, r.layout8), 0);
+        ASSERT_EQ(DftiSetValue(h, DftiParamLayout10, r.param10), 0);
+        ASSERT_EQ(DftiCommitDescriptor(h), 0);
+        ASSERT_EQ(DftiCommitDescriptor(h), 0);  // recommit reuses the record
+        std::vector<double> a(2 * 8 * 8 * 8 + 2, 0.25), b(a.size(), 0.5);
+        ASSERT_EQ(DftiComputeForward(h, a.data(), b.data()), 0);
+        ASSERT_EQ(DftiFreeDescriptor(&h), 0);
+        EXPECT_EQ(g_live_blocks, live) << r.lengths.size();
+    }
+}
+
+}  // namespace

@@ -1,0 +1,166 @@
+// Planner choice and commit outcomes: which planner the descriptor ends up
+// with, data-argument counts, plan release on a change of planner, the
+// commit statuses of real formats, the split 1-D blocking numbers and the
+// out-of-cache test.
+#include <gtest/gtest.h>
+
+#include "dft/dfti_descriptor.h"
+#include "dft/dfti_plan.h"
+#include "include/orb_dfti.h"
+
+namespace {
+
+using namespace orb::dft;
+
+struct Handle {
+    DftiHandle h = nullptr;
+    ~Handle() {
+        if (h) DftiFreeDescriptor(&h);
+    }
+};
+
+struct Setting { int32_t parameter, value; };
+
+struct PlannerRow {
+    const char *name;
+    int32_t precision, domain;
+    std::vector<int32_t> lengths;
+    std::vector<Setting> settings;
+    double fscale;
+    int32_t status;
+    const DftiPlanner *planner;
+    int32_t data_args;
+};
+
+TEST(DftiPlanners, ChoiceTable) {
+    const int32_t D = DftiValueDouble, S = DftiValueSingle, C = DftiValueComplex, R = DftiValueReal;
+    const PlannerRow rows[] = {
+        {"cube 8", D, C, {8, 8, 8}, {}, 1.0, 0, &DftiPlannerSmallCube, 1},
+        {"cube 10", D, C, {10, 10, 10}, {}, 1.0, 0, &DftiPlannerSmallCube, 1},
+        {"cube 8 scaled", D, C, {8, 8, 8}, {}, 0.5, 0, &DftiPlannerGeneral, 1},
+        {"cube 11", D, C, {11, 11, 11}, {}, 1.0, 0, &DftiPlannerGeneral, 1},
+        {"cube 8 single", S, C, {8, 8, 8}, {}, 1.0, 0, &DftiPlannerGeneral, 1},
+        {"cube 8 batch", D, C, {8, 8, 8}, {{7, 2}}, 1.0, 0, &DftiPlannerGeneral, 1},
+        {"cube 8 oop", D, C, {8, 8, 8}, {{11, 44}}, 1.0, 0, &DftiPlannerSmallCube, 2},
+        {"cube 4x4x8", D, C, {4, 4, 8}, {}, 1.0, 0, &DftiPlannerGeneral, 1},
+        {"split 2d in", D, C, {4, 6}, {{8, 42}}, 1.0, 0, &DftiPlannerSplitMultiDim, 2},
+        {"split 2d oop", S, C, {4, 6}, {{8, 42}, {11, 44}}, 1.0, 0, &DftiPlannerSplitMultiDim, 4},
+        {"split batch", D, C, {16}, {{8, 42}, {7, 3}, {14, 16}}, 1.0, 0, &DftiPlannerSplitBatch, 2},
+        {"split 1d", D, C, {16}, {{8, 42}, {11, 44}}, 1.0, 0, &DftiPlannerSplit1D, 4},
+        {"split 1d single", S, C, {16}, {{8, 42}}, 1.0, 0, &DftiPlannerGeneral, 2},
+        // A unit dimension is dropped: the split 2-D case becomes 1-D.
+        {"split 1x16", D, C, {1, 16}, {{8, 42}}, 1.0, 0, &DftiPlannerSplit1D, 2},
+        {"interleaved 1d", D, C, {30}, {}, 1.0, 0, &DftiPlannerGeneral, 1},
+        {"real ccs", D, R, {30}, {{11, 44}}, 1.0, 0, &DftiPlannerGeneral, 2},
+        {"real pack", S, R, {31}, {{21, 55}}, 1.0, 0, &DftiPlannerGeneral, 1},
+        {"real cce 2d", D, R, {6, 8}, {{10, 39}, {11, 44}}, 1.0, 0, &DftiPlannerGeneral, 2},
+        {"real ccs 2d", D, R, {6, 8}, {{11, 44}}, 1.0, 6, nullptr, 0},
+        {"real cce/ccs", D, R, {8}, {{10, 39}, {21, 54}}, 1.0, 3, nullptr, 0},
+        {"real 40/cce", D, R, {8}, {{21, 57}}, 1.0, 3, nullptr, 0},
+        {"zero transforms", D, C, {8}, {{7, 0}}, 1.0, 3, nullptr, 0},
+    };
+    for (const PlannerRow &r : rows) {
+        Handle a;
+        const int32_t rank = int32_t(r.lengths.size());
+        ASSERT_EQ(r.precision == D ? DftiCreateDescriptor_d_md(&a.h, r.domain, rank, r.lengths.data())
+                                   : DftiCreateDescriptor_s_md(&a.h, r.domain, rank, r.lengths.data()),
+                  0);
+        for (const Setting &s : r.settings) ASSERT_EQ(DftiSetValue(a.h, s.parameter, s.value), 0) << r.name;
+        ASSERT_EQ(DftiSetValue(a.h, DftiParamForwardScale, r.fscale), 0);
+        EXPECT_EQ(DftiCommitDescriptor(a.h), r.status) << r.name;
+        if (r.status == 0) {
+            EXPECT_EQ(a.h->current_planner, r.planner) << r.name;
+            EXPECT_EQ(a.h->commit_status, DftiValueCommitted) << r.name;
+            EXPECT_EQ(a.h->data_args, r.data_args) << r.name;
+        } else {
+            EXPECT_EQ(a.h->commit_status, DftiValueUncommitted) << r.name;
+            EXPECT_EQ(a.h->compute_forward, nullptr) << r.name;
+        }
+    }
+}
+
+TEST(DftiPlanners, SwitchingLayoutReleasesTheOldPlan) {
+    Handle a;
+    ASSERT_EQ(DftiCreateDescriptor_d_1d(&a.h, DftiValueComplex, 16), 0);
+    ASSERT_EQ(DftiSetValue(a.h, DftiParamLayout8, 42), 0);
+    ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
+    EXPECT_EQ(a.h->current_planner, &DftiPlannerSplit1D);
+    const auto *split_plan = static_cast<const DftiPlanRecord *>(a.h->plan);
+    EXPECT_EQ(split_plan->blocking.b, 0);  // 16 * 1 / 32
+    ASSERT_EQ(DftiSetValue(a.h, DftiParamLayout8, 39), 0);
+    // The split planner still owns its plan until the next commit.
+    EXPECT_EQ(a.h->current_planner, &DftiPlannerSplit1D);
+    EXPECT_EQ(DftiPlannerGeneral.release(&DftiPlannerGeneral, a.h), 7);
+    ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
+    EXPECT_EQ(a.h->current_planner, &DftiPlannerGeneral);
+    EXPECT_EQ(a.h->data_args, 1);
+    // Recommitting with the same planner keeps the plan record.
+    void *record = a.h->plan;
+    ASSERT_EQ(DftiSetValue(a.h, DftiParamTransformCount, 1), 0);
+    ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
+    EXPECT_EQ(a.h->plan, record);
+}
+
+TEST(DftiPlanners, UserThreadsGiveSingleThreadedPlans) {
+    Handle a;
+    ASSERT_EQ(DftiCreateDescriptor_d_1d(&a.h, DftiValueComplex, 1000), 0);
+    ASSERT_EQ(DftiSetValue(a.h, DftiParamThreadLimit, 4), 0);
+    ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
+    EXPECT_EQ(a.h->threads, 4);
+    ASSERT_EQ(DftiSetValue(a.h, DftiParamUserThreadCount, 4), 0);
+    ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
+    EXPECT_EQ(a.h->threads, 1);
+}
+
+TEST(DftiPlanners, Split1DBlockingNumbers) {
+    struct Row { int32_t n, T; bool in_place; int32_t is, os, idist, odist; DftiSplit1DBlocking want; };
+    const Row rows[] = {
+        {16, 64, true, 1, 1, 16, 16, {1, 1, 32}},
+        {40, 64, true, 1, 1, 40, 40, {1, 1, 64}},
+        {16, 64, true, 2, 2, 1, 1, {8, 24, 8}},     // 16 -> 8+8=16 even multiple -> 24
+        {9, 5, true, 3, 3, 2, 2, {4, 24, 1}},      // 8+8=16 -> 24
+        {17, 5, true, 3, 3, 0, 0, {8, 24, 1}},     // 16+8=24
+        {16, 64, false, 1, 1, 16, 16, {1, 1, 32}},
+        {16, 64, false, 1, 4, 16, 2, {4, 24, 16}},
+        {16, 64, false, 4, 1, 2, 16, {4, 1, 32}},
+        {16, 64, false, 4, 4, 2, -1, {8, 24, 8}},
+        {16, 64, false, 4, 4, 9, 10, {1, 24, 64}},
+        {1, 64, true, 2, 2, 1, 1, {8, 8, 8}},       // 0+8 = odd multiple
+    };
+    for (const Row &r : rows) {
+        DftiSplit1DBlocking got = DftiSplit1DBlock(r.n, r.T, r.in_place, r.is, r.os, r.idist, r.odist);
+        EXPECT_EQ(got.v, r.want.v) << r.n << " " << r.is << " " << r.os;
+        EXPECT_EQ(got.p, r.want.p) << r.n << " " << r.is << " " << r.os;
+        EXPECT_EQ(got.b, r.want.b) << r.n << " " << r.is << " " << r.os;
+    }
+}
+
+TEST(DftiPlanners, LargeProblemTest) {
+    const int64_t c1 = 32768, c2 = 1048576;  // the floors of the test
+    struct Row { std::vector<int32_t> lengths; bool large; };
+    const Row rows[] = {
+        {{256}, false},     // 256 * 4096 = 1 MiB: not above C2; B = 4096 < C1
+        {{257}, true},      // 257 * 4112 > C2
+        {{8, 8}, false},    // B = 1024
+        {{64, 4096}, true}, // 16*4096*64 = 4 MiB > C2
+        {{3, 1024}, false}, // B = 49152 in [C1, 2C1): 3*2^14 strips to 1
+        {{13, 256}, true},  // B = 53248 in [C1, 2C1): 13 remains, then 13 in [C1,3C1)... large
+        {{5, 1024}, false}, // B = 81920 in [2C1, 3C1): strips to 1
+        {{7, 1024}, true},  // B = 114688 in [3C1, 4C1): 7 remains
+        {{9, 1024}, true},  // B = 147456 >= 4C1
+    };
+    for (const Row &r : rows) {
+        Handle a;
+        ASSERT_EQ(DftiCreateDescriptor_d_md(&a.h, DftiValueComplex, int32_t(r.lengths.size()),
+                                            r.lengths.data()),
+                  0);
+        ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
+        EXPECT_EQ(DftiIsLargeProblem(a.h, 0, 0), r.large) << r.lengths.back();
+        (void)c1;
+        (void)c2;
+    }
+    EXPECT_GT(DftiCacheSize(1), 0);
+    EXPECT_GE(DftiCacheSize(0), DftiCacheSize(1));
+}
+
+}  // namespace
