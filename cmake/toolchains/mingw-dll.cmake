@@ -3,6 +3,10 @@
 # cmake/entry_points.txt that the objects actually define, so the link
 # never names a function that is not written yet. The DLL check then holds
 # the export table against the full list.
+# Static archives first, so that find_package(OpenMP) and the like pick
+# libgomp.a rather than the import library of libgomp-1.dll.
+set(CMAKE_FIND_LIBRARY_SUFFIXES .a .dll.a)
+
 cmake_language(DEFER DIRECTORY ${CMAKE_SOURCE_DIR} CALL _orb_mingw_dll_finish)
 
 function(_orb_mingw_dll_finish)
