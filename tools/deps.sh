@@ -9,7 +9,7 @@ job=${1:-test}
 case "$job" in
   test)  pkgs="cmake ninja-build clang libomp-dev libgtest-dev liblapack-dev libmpfr-dev" ;;
   bench) pkgs="libbenchmark-dev libfftw3-dev libopenblas-dev libsleef-dev libgsl-dev liblapack-dev" ;;
-  cross) pkgs="gcc-multilib g++-multilib g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix wine64" ;;
+  cross) pkgs="gcc-multilib g++-multilib g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix wine64 googletest qemu-user-static" ;;
   *) echo "deps.sh: unknown job $job" >&2; exit 2 ;;
 esac
 missing=""

@@ -23,7 +23,12 @@ extern "C" __attribute__((weak)) void *ServAlloc(uint32_t size, int32_t alignmen
     if (c >= 0 && g_fail_countdown.fetch_sub(1) == 0) return nullptr;
     void *p = nullptr;
     if (alignment < int32_t(sizeof(void *))) alignment = sizeof(void *);
+#if defined(_WIN32)
+    p = _aligned_malloc(size ? size : 1, size_t(alignment));
+    if (!p) return nullptr;
+#else
     if (posix_memalign(&p, size_t(alignment), size ? size : 1) != 0) return nullptr;
+#endif
     ++g_live_blocks;
     return p;
 }
@@ -31,5 +36,9 @@ extern "C" __attribute__((weak)) void *ServAlloc(uint32_t size, int32_t alignmen
 extern "C" __attribute__((weak)) void ServFree(void *pointer) {
     if (!pointer) return;
     --g_live_blocks;
+#if defined(_WIN32)
+    _aligned_free(pointer);
+#else
     free(pointer);
+#endif
 }

@@ -4,7 +4,11 @@
 #ifndef ORB_TESTS_MEMORY_COUNTING_ALLOCATOR_H
 #define ORB_TESTS_MEMORY_COUNTING_ALLOCATOR_H
 
+#if defined(_WIN32)
+#include <windows.h>
+#else
 #include <dlfcn.h>
+#endif
 
 namespace orb::test {
 
@@ -22,7 +26,11 @@ class CountingAllocator {
 public:
     // Null when the library is not loaded in this process.
     static void *Handle() {
+#if defined(_WIN32)
+        static void *handle = reinterpret_cast<void *>(GetModuleHandleA("liborbmalloc.dll"));
+#else
         static void *handle = dlopen("liborbmalloc.so", RTLD_NOW | RTLD_NOLOAD);
+#endif
         return handle;
     }
     static bool Loaded() { return Symbol("orbmalloc_read_counts") != nullptr; }
@@ -50,7 +58,11 @@ public:
 private:
     static void *Symbol(const char *name) {
         void *h = Handle();
+#if defined(_WIN32)
+        return h ? reinterpret_cast<void *>(GetProcAddress(static_cast<HMODULE>(h), name)) : nullptr;
+#else
         return h ? dlsym(h, name) : nullptr;
+#endif
     }
 };
 

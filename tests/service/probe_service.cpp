@@ -11,6 +11,7 @@
 #include "service/serv.h"
 #include "service/testing_hooks.h"
 #include "support/probe.h"
+#include "support/test_env.h"
 
 namespace {
 
@@ -71,9 +72,9 @@ ORB_PROBE_SCENARIO(env_changed_after_first_use) {
     static orb::DispatchSlot<int (*)()> slot(kVariants);
     int before = slot();
     PrintLevels();
-    setenv("ORB_DEBUG_CPU_TYPE", "2", 1);
-    setenv("ORB_CBWR", "COMPATIBLE", 1);
-    setenv("ORB_EXT_LEVEL", "1", 1);
+    orb::test::SetEnv("ORB_DEBUG_CPU_TYPE", "2");
+    orb::test::SetEnv("ORB_CBWR", "COMPATIBLE");
+    orb::test::SetEnv("ORB_EXT_LEVEL", "1");
     int after = slot();
     PrintLevels();
     std::printf("variant %d %d\n", before, after);

@@ -1,30 +1,131 @@
-// Fork/exec of the probe executable with a pipe on its standard output.
+// Starts the probe executable with a pipe on its standard output:
+// fork/exec on POSIX, CreateProcess on Windows.
 #include "support/process_harness.h"
 
+#if defined(_WIN32)
+#include <windows.h>
+#else
 #include <sys/wait.h>
 #include <unistd.h>
+extern char **environ;
+#endif
 
 #include <cstring>
 #include <string>
 
-extern char **environ;
-
 namespace orb::test {
 
+namespace {
+
+bool KeepVariable(const std::string &kv, const std::vector<std::string> &unset) {
+    std::string name = kv.substr(0, kv.find('='));
+    if (name.empty()) return true;  // Windows per-drive entries ("=C:=C:\")
+    if (name.rfind("ORB_", 0) == 0 || name.rfind("OMP_", 0) == 0) return false;
+    for (auto &u : unset)
+        if (u == name) return false;
+    return true;
+}
+
+std::vector<std::string> ChildEnvironment(const EnvList &env,
+                                          const std::vector<std::string> &unset) {
+    std::vector<std::string> envs;
+#if defined(_WIN32)
+    char *block = GetEnvironmentStringsA();
+    for (const char *e = block; e && *e; e += std::strlen(e) + 1)
+        if (KeepVariable(e, unset)) envs.push_back(e);
+    if (block) FreeEnvironmentStringsA(block);
+#else
+    for (char **e = environ; *e; ++e)
+        if (KeepVariable(*e, unset)) envs.push_back(*e);
+#endif
+    for (auto &kv : env) envs.push_back(kv.first + "=" + kv.second);
+    return envs;
+}
+
+#if defined(_WIN32)
+// One argument quoted for the C runtime's command-line parser.
+std::string Quote(const std::string &arg) {
+    std::string q = "\"";
+    size_t backslashes = 0;
+    for (char c : arg) {
+        if (c == '\\') {
+            ++backslashes;
+            continue;
+        }
+        q.append(c == '"' ? backslashes * 2 + 1 : backslashes, '\\');
+        backslashes = 0;
+        q.push_back(c);
+    }
+    q.append(backslashes * 2, '\\');
+    q.push_back('"');
+    return q;
+}
+
+// The build records a host path; on Wine "/x/y" names the same file as
+// "\x\y" on the current drive.
+std::string NativePath(std::string path) {
+    for (char &c : path)
+        if (c == '/') c = '\\';
+    return path;
+}
+#endif
+
+}  // namespace
+
+#if defined(_WIN32)
 ProbeResult RunProbe(const std::string &scenario, const EnvList &env,
                      const std::vector<std::string> &args,
                      const std::vector<std::string> &unset, const std::string &cwd) {
-    std::vector<std::string> envs;
-    for (char **e = environ; *e; ++e) {
-        std::string kv(*e);
-        std::string name = kv.substr(0, kv.find('='));
-        if (name.rfind("ORB_", 0) == 0 || name.rfind("OMP_", 0) == 0) continue;
-        bool drop = false;
-        for (auto &u : unset) drop |= (u == name);
-        if (!drop) envs.push_back(kv);
-    }
-    for (auto &kv : env) envs.push_back(kv.first + "=" + kv.second);
+    ProbeResult result;
+    std::string block;
+    for (auto &kv : ChildEnvironment(env, unset)) block.append(kv).push_back('\0');
+    block.push_back('\0');
 
+    std::string cmd = Quote(NativePath(ORB_PROBE_PATH)) + " " + Quote(scenario);
+    for (auto &a : args) cmd += " " + Quote(a);
+    std::string dir = NativePath(cwd);
+
+    SECURITY_ATTRIBUTES sa{sizeof sa, nullptr, TRUE};
+    HANDLE rd = nullptr, wr = nullptr;
+    if (!CreatePipe(&rd, &wr, &sa, 0)) return result;
+    SetHandleInformation(rd, HANDLE_FLAG_INHERIT, 0);
+    STARTUPINFOA si{};
+    si.cb = sizeof si;
+    si.dwFlags = STARTF_USESTDHANDLES;
+    si.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
+    si.hStdOutput = wr;
+    si.hStdError = GetStdHandle(STD_ERROR_HANDLE);
+    PROCESS_INFORMATION pi{};
+    BOOL ok = CreateProcessA(nullptr, cmd.data(), nullptr, nullptr, TRUE, 0, block.data(),
+                             dir.empty() ? nullptr : dir.c_str(), &si, &pi);
+    CloseHandle(wr);
+    if (!ok) {
+        CloseHandle(rd);
+        return result;
+    }
+    char buf[4096];
+    DWORD got = 0;
+    while (ReadFile(rd, buf, sizeof buf, &got, nullptr) && got > 0) result.out.append(buf, got);
+    CloseHandle(rd);
+    WaitForSingleObject(pi.hProcess, INFINITE);
+    DWORD code = 0;
+    if (GetExitCodeProcess(pi.hProcess, &code)) result.exit_code = int(code);
+    CloseHandle(pi.hThread);
+    CloseHandle(pi.hProcess);
+    // The C runtime writes "\r\n" for a text-mode newline; tests compare
+    // against "\n".
+    std::string out;
+    for (size_t i = 0; i < result.out.size(); ++i)
+        if (!(result.out[i] == '\r' && i + 1 < result.out.size() && result.out[i + 1] == '\n'))
+            out.push_back(result.out[i]);
+    result.out.swap(out);
+    return result;
+}
+#else
+ProbeResult RunProbe(const std::string &scenario, const EnvList &env,
+                     const std::vector<std::string> &args,
+                     const std::vector<std::string> &unset, const std::string &cwd) {
+    std::vector<std::string> envs = ChildEnvironment(env, unset);
     std::vector<std::string> argv_s{ORB_PROBE_PATH, scenario};
     argv_s.insert(argv_s.end(), args.begin(), args.end());
     std::vector<char *> argv, envp;
@@ -55,5 +156,6 @@ ProbeResult RunProbe(const std::string &scenario, const EnvList &env,
     if (WIFEXITED(status)) result.exit_code = WEXITSTATUS(status);
     return result;
 }
+#endif
 
 }  // namespace orb::test

@@ -1,0 +1,17 @@
+// Process ends through the platform layer: the exit code reaches the
+// parent and buffered output is flushed first.
+#include <gtest/gtest.h>
+
+#include "support/process_harness.h"
+
+namespace {
+
+TEST(PlatformTerminate, ExitCodeAndFlushedOutput) {
+    for (int code : {1, 3, 8}) {
+        auto r = orb::test::RunProbe("platform_terminate", {}, {std::to_string(code)});
+        EXPECT_EQ(r.exit_code, code);
+        EXPECT_EQ(r.out, "before the end");
+    }
+}
+
+}  // namespace

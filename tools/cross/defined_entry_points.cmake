@@ -1,0 +1,23 @@
+# defined_entry_points(<out-var>): the entry points of LIST that ARCHIVE
+# defines as global code (nm), names without the C prefix PREFIX.
+function(defined_entry_points out)
+  file(STRINGS ${LIST} entry_points)
+  execute_process(COMMAND ${NM} --defined-only -g ${ARCHIVE}
+    OUTPUT_VARIABLE arc RESULT_VARIABLE rc ERROR_QUIET)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "nm failed on ${ARCHIVE}")
+  endif()
+  string(REPLACE "\n" ";" lines "${arc}")
+  set(found "")
+  foreach(line ${lines})
+    if(line MATCHES "^[0-9a-fA-F]+ T ${PREFIX}([A-Za-z0-9_]+)$")
+      list(FIND entry_points ${CMAKE_MATCH_1} idx)
+      if(NOT idx EQUAL -1)
+        list(APPEND found ${CMAKE_MATCH_1})
+      endif()
+    endif()
+  endforeach()
+  list(REMOVE_DUPLICATES found)
+  list(SORT found)
+  set(${out} "${found}" PARENT_SCOPE)
+endfunction()
