@@ -8,8 +8,10 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 job=${1:?usage: tools/ci_jobs.sh linux32|mingw32|mingw64|wine64}
-tools/deps.sh test
-tools/deps.sh cross
+case "$job" in
+  mingw32|mingw64) tools/deps.sh mingw ;;
+  *) tools/deps.sh test; tools/deps.sh cross ;;
+esac
 root=$PWD
 tc=$root/cmake/toolchains
 wine=/usr/lib/wine/wine64
