@@ -6,6 +6,12 @@ function(orb_library_flags target)
   endif()
   target_compile_options(${target} PRIVATE -Wall -Wextra
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # Exact error terms (double-double arithmetic) rely on products not
+    # being fused behind the code's back; clang fuses only within one
+    # expression by default, GCC across statements.
+    target_compile_options(${target} PRIVATE -ffp-contract=off)
+  endif()
   if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(i.86|x86)$" OR CMAKE_SIZEOF_VOID_P EQUAL 4)
     # The baseline of the 32-bit target is SSE2 code with x87 left to the
     # kernels that ask for it.

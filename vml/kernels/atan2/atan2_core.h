@@ -16,7 +16,9 @@
 namespace orb::vmk {
 
 template <int W> inline VD<W> atan2_main(VD<W> y, VD<W> x) {
+#if defined(__clang__)
 #pragma clang fp contract(off)
+#endif
     static const double p[11] = {
         -0.3333333333333333, 0.1999999999999552, -0.14285714284666542,
         0.11111111015256361, -0.09090904578123903, 0.07692183190826087,

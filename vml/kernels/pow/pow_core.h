@@ -23,7 +23,9 @@ constexpr double kLn2Lo = 5.497923018708371e-14;
 
 /* log|a| as a double-double, for finite non-zero a. */
 template <int W> inline DD<W> log_dd(VD<W> ax) {
+#if defined(__clang__)
 #pragma clang fp contract(off)
+#endif
     static const double q[9] = {
         0.4, 0.28571428571428564, 0.22222222222228424, 0.18181818179658246,
         0.15384615760977463, 0.13333296549572363, 0.11766812466114947,
@@ -57,15 +59,16 @@ template <int W> inline DD<W> log_dd(VD<W> ax) {
 
 /* e^(y.hi + y.lo); overflows to inf and underflows to 0 naturally. */
 template <int W> inline VD<W> exp_dd(DD<W> y) {
+#if defined(__clang__)
 #pragma clang fp contract(off)
+#endif
     static const double p[12] = {
         0.5, 0.16666666666666666, 0.04166666666666668, 0.008333333333333333,
         0.0013888888888879082, 0.00019841269841263304, 2.480158733642132e-05,
         2.755731924720479e-06, 2.755726330147475e-07, 2.5052071109214447e-08,
         2.0918129454967065e-09, 1.6086622436215554e-10};
     VI<W> clamp = (VI<W>)(y.hi > 710.0) | (VI<W>)(y.hi < -746.0);
-    VD<W> yh = __builtin_elementwise_max(__builtin_elementwise_min(y.hi, splat<W>(710.0)),
-                                         splat<W>(-746.0));
+    VD<W> yh = vmax<W>(vmin<W>(y.hi, splat<W>(710.0)), splat<W>(-746.0));
     VD<W> yl = select<W>(clamp, VD<W>{}, y.lo);
     VD<W> k = round_int<W>(yh * 1.4426950408889634);
     DD<W> r = two_sum<W>(yh - k * kLn2Hi, yl - k * kLn2Lo);
@@ -97,7 +100,7 @@ template <int W> inline VD<W> pow_single(VD<W> ax, double b) {
     VD<W> z = s * s;
     VD<W> lm = 2.0 * s + s * z * (0.6666666666666666 + z * horner<W>(z, q));
     VD<W> y = b * fma<W>(to_double<W>(e), splat<W>(0.6931471805599453), lm);
-    y = __builtin_elementwise_max(__builtin_elementwise_min(y, splat<W>(710.0)), splat<W>(-746.0));
+    y = vmax<W>(vmin<W>(y, splat<W>(710.0)), splat<W>(-746.0));
     VD<W> k = round_int<W>(y * 1.4426950408889634);
     VD<W> r = (y - k * kLn2Hi) - k * kLn2Lo;
     VD<W> er = 1.0 + (r + r * r * horner<W>(r, p));

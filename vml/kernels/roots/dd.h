@@ -15,7 +15,9 @@ template <int W> struct DD {
 
 /* hi + lo = a + b exactly, for any a, b. */
 template <int W> inline DD<W> two_sum(VD<W> a, VD<W> b) {
+#if defined(__clang__)
 #pragma clang fp contract(off)
+#endif
     VD<W> s = a + b;
     VD<W> bb = s - a;
     VD<W> e = (a - (s - bb)) + (b - bb);
@@ -24,14 +26,18 @@ template <int W> inline DD<W> two_sum(VD<W> a, VD<W> b) {
 
 /* Same, when |a| >= |b| (or a is zero). */
 template <int W> inline DD<W> fast_two_sum(VD<W> a, VD<W> b) {
+#if defined(__clang__)
 #pragma clang fp contract(off)
+#endif
     VD<W> s = a + b;
     return {s, b - (s - a)};
 }
 
 /* hi + lo = a * b exactly (barring underflow; |a|, |b| < 2^996). */
 template <int W> inline DD<W> two_prod(VD<W> a, VD<W> b) {
+#if defined(__clang__)
 #pragma clang fp contract(off)
+#endif
     VD<W> p = a * b;
 #if defined(__FMA__)
     return {p, fma<W>(a, b, -p)};
@@ -46,21 +52,27 @@ template <int W> inline DD<W> two_prod(VD<W> a, VD<W> b) {
 
 /* (x.hi + x.lo) * y, relative error about 2^-104. */
 template <int W> inline DD<W> mul(DD<W> x, VD<W> y) {
+#if defined(__clang__)
 #pragma clang fp contract(off)
+#endif
     DD<W> p = two_prod<W>(x.hi, y);
     return fast_two_sum<W>(p.hi, p.lo + x.lo * y);
 }
 
 /* (x.hi + x.lo) + (y.hi + y.lo). */
 template <int W> inline DD<W> add(DD<W> x, DD<W> y) {
+#if defined(__clang__)
 #pragma clang fp contract(off)
+#endif
     DD<W> s = two_sum<W>(x.hi, y.hi);
     return fast_two_sum<W>(s.hi, s.lo + (x.lo + y.lo));
 }
 
 /* (x.hi + x.lo) / (y.hi + y.lo), relative error about 2^-100. */
 template <int W> inline DD<W> div(DD<W> x, DD<W> y) {
+#if defined(__clang__)
 #pragma clang fp contract(off)
+#endif
     VD<W> q = x.hi / y.hi;
     DD<W> p = two_prod<W>(q, y.hi);
     VD<W> r = (((x.hi - p.hi) - p.lo) + x.lo) - q * y.lo;

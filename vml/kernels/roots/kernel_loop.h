@@ -59,8 +59,8 @@ template <int W, typename T> inline void store_part(T *p, VD<W> v, int rem) {
 template <int W>
 inline void sqrt_float_loop(int32_t n, const float *a, float *y, const char *name) {
     constexpr int F = W >= 4 ? 8 : 4;
-    typedef float VF8 __attribute__((vector_size(4 * F)));
-    typedef int32_t VI8 __attribute__((vector_size(4 * F)));
+    using VF8 = typename FloatLanes<F>::V;
+    using VI8 = typename FloatLanes<F>::M;
     int32_t i = 0;
     for (; i + F <= n; i += F) {
         VF8 v;

@@ -23,6 +23,14 @@ template <int W> using VD = typename Lanes<W>::D;
 template <int W> using VI = typename Lanes<W>::I;
 template <int W> using VF = typename Lanes<W>::F;
 
+/* F float lanes with their int32 mask, for kernels that work on floats
+ * directly (a typedef inside the function template would lose its vector
+ * size under some compilers). */
+template <int F> struct FloatLanes {
+    typedef float V __attribute__((vector_size(4 * F)));
+    typedef int32_t M __attribute__((vector_size(4 * F)));
+};
+
 template <int W> inline VD<W> splat(double v) { return VD<W>{} + v; }
 template <int W> inline VI<W> bits(VD<W> v) { return (VI<W>)v; }
 template <int W> inline VD<W> from_bits(VI<W> v) { return (VD<W>)v; }
@@ -31,6 +39,9 @@ template <int W> inline VD<W> from_bits(VI<W> v) { return (VD<W>)v; }
 template <int W> inline VD<W> select(VI<W> m, VD<W> a, VD<W> b) {
     return from_bits<W>((m & bits<W>(a)) | (~m & bits<W>(b)));
 }
+/* Lane minimum / maximum; a NaN in a yields b, like minnum/maxnum. */
+template <int W> inline VD<W> vmin(VD<W> a, VD<W> b) { return select<W>((VI<W>)(a < b), a, b); }
+template <int W> inline VD<W> vmax(VD<W> a, VD<W> b) { return select<W>((VI<W>)(a > b), a, b); }
 template <int W> inline VD<W> vabs(VD<W> v) {
     return from_bits<W>(bits<W>(v) & INT64_MAX);
 }
