@@ -130,7 +130,7 @@ int Construct(int nx, int ny, int yhint, int order, int type, int bct, const dou
 }
 
 TEST(DfStatus, Construction) {
-    static double bc[2] = {0, 0}, ic[6] = {};
+    static double bc[6] = {}, ic[12] = {};  // room for three functions
     RunCases({
         {"null task", [] { return dfdConstruct1D(nullptr, 0, 0); }, DfStatusNullTask},
         {"format first", [] { return Construct(6, 1, 0, 4, 2, 1, nullptr, 0, nullptr, false, 0, 1); }, DfStatusUnsupportedMethod},

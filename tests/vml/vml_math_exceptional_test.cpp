@@ -244,7 +244,7 @@ TEST(VmlMathSpecial, InPlace) {
     std::vector<double> b = a;
     k_avx2::vdPowx_ha(37, b.data(), 3.0, b.data());
     EXPECT_EQ(b, y);
-    k_sse2::vdAtan2_ha(37, a.data(), a.data() + 1, y.data());
+    k_sse2::vdAtan2_ha(36, a.data(), a.data() + 1, y.data());
     std::vector<double> c = a;
     k_sse2::vdAtan2_ha(36, c.data(), c.data() + 1, c.data());
     EXPECT_TRUE(std::equal(c.begin(), c.begin() + 36, y.begin()));
