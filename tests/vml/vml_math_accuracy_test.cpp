@@ -19,6 +19,7 @@ namespace {
 using orb::test::Bits;
 using orb::test::ExactValue;
 using orb::test::InputGen;
+using orb::test::RandomRootOperands;
 using orb::test::MathFn;
 using orb::test::Reference;
 using orb::test::UlpError;
@@ -98,22 +99,9 @@ void CheckPow(const K (&kernels)[L], const std::vector<T> &a, T b) {
                 a.size(), w.err, w.where.c_str());
 }
 
-// Operands of the one-argument functions: random bit patterns, subnormals,
-// the neighbourhood of 1 and every residue of the exponent modulo 3.
+// The random root operands plus powers of two over the whole range.
 template <typename T> std::vector<T> RootInputs(uint64_t seed, bool negative_too, int count) {
-    InputGen g(seed);
-    std::vector<T> v;
-    for (int i = 0; i < count; ++i) {
-        T x;
-        switch (i % 4) {
-        case 0: x = g.any_finite<T>(negative_too); break;
-        case 1: x = g.subnormal<T>(); break;
-        case 2: x = static_cast<T>(1.0 + g.uniform(-1e-3, 1e-3)); break;
-        default: x = static_cast<T>(g.uniform(1.0, 8.0)); break;
-        }
-        if (negative_too && g.coin()) x = -x;
-        v.push_back(x);
-    }
+    std::vector<T> v = RandomRootOperands<T>(seed, negative_too, size_t(count));
     // Powers of two around the edges of the range.
     for (int e = Bits<T>::kExpMin; e <= Bits<T>::kExpMax; e += 7) v.push_back(std::ldexp(T(1), e));
     v.push_back(std::numeric_limits<T>::max());

@@ -52,6 +52,25 @@ private:
     std::mt19937_64 rng_;
 };
 
+// Operands of the one-argument functions: random bit patterns, subnormals,
+// the neighbourhood of 1 and every residue of the exponent modulo 3; with
+// negative_too, random signs.
+template <typename T> std::vector<T> RandomRootOperands(uint64_t seed, bool negative_too, size_t count) {
+    InputGen g(seed);
+    std::vector<T> v(count);
+    for (size_t i = 0; i < count; ++i) {
+        T x;
+        switch (i % 4) {
+        case 0: x = g.any_finite<T>(negative_too); break;
+        case 1: x = g.subnormal<T>(); break;
+        case 2: x = static_cast<T>(1.0 + g.uniform(-1e-3, 1e-3)); break;
+        default: x = static_cast<T>(g.uniform(1.0, 8.0)); break;
+        }
+        v[i] = (negative_too && g.coin()) ? -x : x;
+    }
+    return v;
+}
+
 }  // namespace orb::test
 
 #endif

@@ -17,6 +17,7 @@
 
 using orb::test::ExactValue;
 using orb::test::InputGen;
+using orb::test::RandomRootOperands;
 using orb::test::MathFn;
 
 namespace {
@@ -25,22 +26,6 @@ namespace {
 struct Table {
     double worst[3][10] = {};
 };
-
-template <typename T> std::vector<T> Unary(uint64_t seed, bool neg, size_t count) {
-    InputGen g(seed);
-    std::vector<T> v(count);
-    for (size_t i = 0; i < count; ++i) {
-        T x;
-        switch (i % 4) {
-        case 0: x = g.any_finite<T>(neg); break;
-        case 1: x = g.subnormal<T>(); break;
-        case 2: x = static_cast<T>(1.0 + g.uniform(-1e-3, 1e-3)); break;
-        default: x = static_cast<T>(g.uniform(1.0, 8.0)); break;
-        }
-        v[i] = (neg && g.coin()) ? -x : x;
-    }
-    return v;
-}
 
 template <typename T, typename K, typename Call>
 Table Sweep(MathFn fn, const K *table, const std::vector<T> &a, const std::vector<T> &b,
@@ -73,7 +58,7 @@ void Print(const char *name, const Table &t) {
 
 template <typename T, typename K>
 void RunUnary(const char *name, MathFn fn, const K *table, bool neg, uint64_t seed, size_t count) {
-    auto a = Unary<T>(seed, neg, count);
+    auto a = RandomRootOperands<T>(seed, neg, count);
     std::vector<T> none(a.size(), T(0));
     Print(name, Sweep<T>(fn, table, a, none,
                          [](K k, const std::vector<T> &x, const std::vector<T> &, std::vector<T> &y) {

@@ -110,8 +110,19 @@ inline bool KeepsSmallPart(double p, double q, int64_t e) {
 // vectorizes; Bad marks elements whose fast result is not to be trusted;
 // Fix recomputes those (rare) in scalar code.
 
+// Apply from an operation's Parts (one overload per precision), and Bad for
+// a result with a non-finite part; an operation may add its own Bad overload.
+template <class Op> struct ByParts {
+    template <class C> static C Apply(C a, C b) {
+        C r;
+        Op::Parts(a.real, a.imag, b.real, b.imag, &r.real, &r.imag);
+        return r;
+    }
+    template <class C> static bool Bad(C, C, C r) { return !FiniteParts(r); }
+};
+
 // ---- products; Conj selects a * conj(b) ----
-template <bool Conj> struct OpCMul {
+template <bool Conj> struct OpCMul : ByParts<OpCMul<Conj>> {
     static constexpr bool kReports = false;
     static constexpr bool kFixes = true;
     static constexpr bool kParts = true;
@@ -125,24 +136,12 @@ template <bool Conj> struct OpCMul {
         *x = Round1(Dot2(ar, br, -ai, bi));
         *y = Round1(Dot2(ar, bi, ai, br));
     }
-    static VmlComplex8 Apply(VmlComplex8 a, VmlComplex8 b) {
-        VmlComplex8 r;
-        Parts(a.real, a.imag, b.real, b.imag, &r.real, &r.imag);
-        return r;
-    }
-    static bool Bad(VmlComplex8, VmlComplex8, VmlComplex8 r) { return !FiniteParts(r); }
     static VmlComplex8 Fix(VmlComplex8 a, VmlComplex8 b) {
         const double ar = a.real, ai = a.imag, br = b.real;
         const double bi = Conj ? -double(b.imag) : double(b.imag);
         const Cx<double> f = MulRecover(ar, ai, br, bi, ar * br - ai * bi, ar * bi + ai * br);
         return {float(f.re), float(f.im)};
     }
-    static VmlComplex16 Apply(VmlComplex16 a, VmlComplex16 b) {
-        VmlComplex16 r;
-        Parts(a.real, a.imag, b.real, b.imag, &r.real, &r.imag);
-        return r;
-    }
-    static bool Bad(VmlComplex16, VmlComplex16, VmlComplex16 r) { return !FiniteParts(r); }
     // Overflowing intermediates with a representable result, and the
     // recoveries of infinite and NaN parts.
     static VmlComplex16 Fix(VmlComplex16 a, VmlComplex16 b) {
@@ -169,7 +168,8 @@ struct OpCAdd {
     }
 };
 
-struct OpCDiv {
+struct OpCDiv : ByParts<OpCDiv> {
+    using ByParts<OpCDiv>::Bad;
     static constexpr bool kReports = false;
     static constexpr bool kFixes = true;
     static constexpr bool kParts = true;
@@ -181,12 +181,6 @@ struct OpCDiv {
         *x = float((ar * br + ai * bi) * inv);
         *y = float((ai * br - ar * bi) * inv);
     }
-    static VmlComplex8 Apply(VmlComplex8 a, VmlComplex8 b) {
-        VmlComplex8 r;
-        Parts(a.real, a.imag, b.real, b.imag, &r.real, &r.imag);
-        return r;
-    }
-    static bool Bad(VmlComplex8, VmlComplex8, VmlComplex8 r) { return !FiniteParts(r); }
     static VmlComplex8 Fix(VmlComplex8 a, VmlComplex8 b) {
         const double ar = a.real, ai = a.imag, br = b.real, bi = b.imag;
         const double d = br * br + bi * bi;
@@ -204,11 +198,6 @@ struct OpCDiv {
                 (int(b.real != 0.0) | int(b.imag != 0.0)) &
                 int(KeepsSmallPart(a.real, a.imag, ea)) &
                 int(KeepsSmallPart(b.real, b.imag, eb))) != 0;
-    }
-    static VmlComplex16 Apply(VmlComplex16 a, VmlComplex16 b) {
-        VmlComplex16 r;
-        Parts(a.real, a.imag, b.real, b.imag, &r.real, &r.imag);
-        return r;
     }
     static void Parts(double ar, double ai, double br, double bi, double *x, double *y) {
         const int64_t ea = ExpOf(std::fmax(std::fabs(ar), std::fabs(ai)));
