@@ -6,6 +6,7 @@
 
 #include "datafit/df_level_cache.h"
 #include "datafit/df_spline_kernels.h"
+#include "datafit/df_subbotin_kernel.h"
 #include "datafit/df_task.h"
 
 namespace orb::df {
@@ -54,6 +55,7 @@ template <class T, int L, bool U, int V> struct Ty5 { static constexpr Kernel fn
 template <class T, int L, bool U, int V> struct Quad {
     static constexpr Kernel fn = V == 6 ? nullptr : QuadraticKernel<T, L, U, (V == 6 ? 0 : V)>;
 };
+template <class T, int L, bool U, int V> struct Subbotin { static constexpr Kernel fn = SubbotinKernel<T, L, U, V>; };
 
 template <class T>
 int LinearDriver(const DfTask *t, int64_t s_format, int64_t method) {
@@ -75,12 +77,15 @@ int QuadraticDriver(const DfTask *t, int64_t, int64_t) {
     int variant = BoundaryVariant(t->bcType);
     if (variant < 0) return DfStatusBadBoundaryConditionType;
     if (EndHasValue(variant) && !t->bc) return DfStatusNullBoundaryConditions;
-    // The knot-based (Subbotin) construction is not available yet.
-    if (t->splineType == 1) return DfStatusBadSplineType;
-    if (variant == 6) return DfStatusBadBoundaryConditionType;
     if (t->nx < 2) return DfStatusBadPartitionSize;
+    const int index = PartitionIndex(t) * 7 + layout * 14 + variant;
+    if (t->splineType == 1) {
+        static constexpr std::array<Kernel, 28> knots = Table28<Subbotin, T>();
+        return knots[index](t);
+    }
+    if (variant == 6) return DfStatusBadBoundaryConditionType;
     static constexpr std::array<Kernel, 28> table = Table28<Quad, T>();
-    return table[PartitionIndex(t) * 7 + layout * 14 + variant](t);
+    return table[index](t);
 }
 
 template <class T, int Type>

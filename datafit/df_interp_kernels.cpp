@@ -233,6 +233,7 @@ struct Evaluator {
     bool uniform;
     double x0 = 0.0, h = 0.0;
     const T *x;
+    const T *knots = nullptr;  // knot-based quadratic: pieces between knots
 
     explicit Evaluator(const InterpRequest<T> &req) : q(req), t(req.task) {
         nx = t->nx;
@@ -245,6 +246,7 @@ struct Evaluator {
                 if (q.dorder[k] != 0) ders[nd++] = static_cast<int>(k);
         }
         x = static_cast<const T *>(t->x);
+        if (t->splineOrder == 3 && t->splineType == 1) knots = static_cast<const T *>(t->ic);
         uniform = (t->xhint & 4) != 0;
         if (uniform) {
             x0 = static_cast<double>(x[0]);
@@ -253,6 +255,19 @@ struct Evaluator {
     }
     double Point(int64_t j) const {
         return uniform ? x0 + static_cast<double>(j) * h : static_cast<double>(x[j]);
+    }
+    // Knot interval of site s: the number of interior knots t_1..t_{nx-1}
+    // at or below it (0..nx-1).
+    int64_t KnotInterval(T s) const {
+        const T *base = knots + 1;
+        int64_t n = nx - 1;
+        if (n == 0) return 0;
+        while (n > 1) {
+            int64_t half = n / 2;
+            base = (base[half] <= s) ? base + half : base;
+            n -= half;
+        }
+        return (base - knots - 1) + (base[0] <= s ? 1 : 0);
     }
     T Value(int64_t i, int64_t j) const {
         if (t->yhint == 32) return static_cast<const T *>(t->yTable[0])[j * nf + i];
@@ -272,8 +287,13 @@ struct Evaluator {
             const T *coeff = static_cast<const T *>(t->coeffTable[i]);
             T *out = q.r + i * func_step + b * site_step;
             for (int64_t k = b; k < e; ++k, out += site_step) {
-                int64_t j = cells[k - b] - 1;
-                j = j < 0 ? 0 : (j > nx - 2 ? nx - 2 : j);
+                int64_t j;
+                if (knots) {
+                    j = KnotInterval(s[k]);
+                } else {
+                    j = cells[k - b] - 1;
+                    j = j < 0 ? 0 : (j > nx - 2 ? nx - 2 : j);
+                }
                 double u = static_cast<double>(s[k]) - Point(j);
                 const T *src = coeff + j * stride;
                 if (nd == 1 && ders[0] == 0) {  // value alone: plain Horner
