@@ -4,6 +4,7 @@
 #include <array>
 #include <utility>
 
+#include "datafit/df_akima_streaming_kernel.h"
 #include "datafit/df_c2_streaming_kernel.h"
 #include "datafit/df_level_cache.h"
 #include "datafit/df_spline_kernels.h"
@@ -107,6 +108,13 @@ int CubicDriver(const DfTask *t, int64_t s_format, int64_t method) {
         if (FunctionCount(t) == 1 && !(variant == 6 && t->nx < 4)) {
             static constexpr std::array<Kernel, 28> streaming = Table28<C2S, T>();
             return streaming[index](t);
+        }
+    }
+    if constexpr (Type == 5 && sizeof(T) == 8) {
+        if (FunctionCount(t) == 1) {  // every boundary code gives the same spline
+            static constexpr Kernel akima[4] = {AkimaStreaming<0, false>, AkimaStreaming<0, true>,
+                                                AkimaStreaming<1, false>, AkimaStreaming<1, true>};
+            return akima[layout * 2 + PartitionIndex(t)](t);
         }
     }
     static constexpr std::array<Kernel, 28> table =
