@@ -62,7 +62,10 @@
  *     the cubic Hermite interpolant of (v_j, m_j, v_{j+1}, m_{j+1}).
  *     type 2: the C2 cubic through all values; the end conditions come from
  *       bc_type (table below). With code 1 and nx = 3 the two not-a-knot
- *       conditions coincide and the system is singular: -1500.
+ *       conditions coincide and the system is singular: -1500, with no
+ *       coefficient written. A zero pivot met further on also gives -1500;
+ *       for a single double-precision function the coefficient block is
+ *       then used as working storage and its contents are unspecified.
  *     type 0: ic (ic_type 2) holds the second derivatives M_1..M_{nx-2} at
  *       the interior points (ic[k-1] = M_k). Interior cells are the cubics
  *       with values v_k, v_{k+1} and second derivatives M_k, M_{k+1}. Each
@@ -119,7 +122,8 @@
  * direct formula on uniform partitions, a proportional guess and local
  * walk on quasi-uniform ones, a walk from the previous cell on sorted
  * sites, an outward search from the most-likely cell, and binary search
- * otherwise; every strategy gives the same cells.
+ * otherwise (replaced, when nsite*8 >= nx, by a grid of buckets over the
+ * partition built for the call); every strategy gives the same cells.
  */
 #ifndef ORB_DF_H
 #define ORB_DF_H
