@@ -4,8 +4,11 @@
 #include <array>
 #include <utility>
 
+#include "datafit/df_akima_streaming_kernel.h"
+#include "datafit/df_c2_streaming_kernel.h"
 #include "datafit/df_level_cache.h"
 #include "datafit/df_spline_kernels.h"
+#include "datafit/df_subbotin_kernel.h"
 #include "datafit/df_task.h"
 
 namespace orb::df {
@@ -47,6 +50,7 @@ constexpr std::array<Kernel, 28> Table28() {
 }
 
 template <class T, int L, bool U, int V> struct C2 { static constexpr Kernel fn = CubicC2Kernel<T, L, U, V>; };
+template <class T, int L, bool U, int V> struct C2S { static constexpr Kernel fn = CubicC2Streaming<L, U, V>; };
 template <class T, int L, bool U, int V> struct Ty0 { static constexpr Kernel fn = CubicType0Kernel<T, L, U, V>; };
 template <class T, int L, bool U, int V> struct Ty3 { static constexpr Kernel fn = CubicLocalKernel<T, L, U, V, 3>; };
 template <class T, int L, bool U, int V> struct Ty4 { static constexpr Kernel fn = CubicLocalKernel<T, L, U, V, 4>; };
@@ -54,6 +58,7 @@ template <class T, int L, bool U, int V> struct Ty5 { static constexpr Kernel fn
 template <class T, int L, bool U, int V> struct Quad {
     static constexpr Kernel fn = V == 6 ? nullptr : QuadraticKernel<T, L, U, (V == 6 ? 0 : V)>;
 };
+template <class T, int L, bool U, int V> struct Subbotin { static constexpr Kernel fn = SubbotinKernel<T, L, U, V>; };
 
 template <class T>
 int LinearDriver(const DfTask *t, int64_t s_format, int64_t method) {
@@ -75,12 +80,15 @@ int QuadraticDriver(const DfTask *t, int64_t, int64_t) {
     int variant = BoundaryVariant(t->bcType);
     if (variant < 0) return DfStatusBadBoundaryConditionType;
     if (EndHasValue(variant) && !t->bc) return DfStatusNullBoundaryConditions;
-    // The knot-based (Subbotin) construction is not available yet.
-    if (t->splineType == 1) return DfStatusBadSplineType;
-    if (variant == 6) return DfStatusBadBoundaryConditionType;
     if (t->nx < 2) return DfStatusBadPartitionSize;
+    const int index = PartitionIndex(t) * 7 + layout * 14 + variant;
+    if (t->splineType == 1) {
+        static constexpr std::array<Kernel, 28> knots = Table28<Subbotin, T>();
+        return knots[index](t);
+    }
+    if (variant == 6) return DfStatusBadBoundaryConditionType;
     static constexpr std::array<Kernel, 28> table = Table28<Quad, T>();
-    return table[PartitionIndex(t) * 7 + layout * 14 + variant](t);
+    return table[index](t);
 }
 
 template <class T, int Type>
@@ -93,10 +101,26 @@ int CubicDriver(const DfTask *t, int64_t s_format, int64_t method) {
     if (variant < 0) return DfStatusBadBoundaryConditionType;
     bool needs_values = EndHasValue(variant) || (variant == 6 && (Type == 0 || Type == 3));
     if (needs_values && !t->bc) return DfStatusNullBoundaryConditions;
+    const int index = PartitionIndex(t) * 7 + layout * 14 + variant;
+    if constexpr (Type == 2 && sizeof(T) == 8) {
+        // One function: two sweeps through its own coefficient block beat
+        // a factorisation kept in scratch for sharing.
+        if (FunctionCount(t) == 1 && !(variant == 6 && t->nx < 4)) {
+            static constexpr std::array<Kernel, 28> streaming = Table28<C2S, T>();
+            return streaming[index](t);
+        }
+    }
+    if constexpr (Type == 5 && sizeof(T) == 8) {
+        if (FunctionCount(t) == 1) {  // every boundary code gives the same spline
+            static constexpr Kernel akima[4] = {AkimaStreaming<0, false>, AkimaStreaming<0, true>,
+                                                AkimaStreaming<1, false>, AkimaStreaming<1, true>};
+            return akima[layout * 2 + PartitionIndex(t)](t);
+        }
+    }
     static constexpr std::array<Kernel, 28> table =
         Type == 2 ? Table28<C2, T>() : Type == 0 ? Table28<Ty0, T>()
         : Type == 3 ? Table28<Ty3, T>() : Type == 4 ? Table28<Ty4, T>() : Table28<Ty5, T>();
-    return table[PartitionIndex(t) * 7 + layout * 14 + variant](t);
+    return table[index](t);
 }
 
 // Construction is a chain of scalar recurrences that gains nothing from

@@ -31,12 +31,85 @@ int ChooseStrategy(const DfTask *t, int64_t sitehint, const double *datahint) {
     return DfStatusBadDataHint;
 }
 
+// A uniform grid of buckets over [x_0, x_{nx-1}] for many sites on a
+// non-uniform partition: first[b] is the number of points whose bucket is
+// below b. The bucket of a value is monotone in the value, so a site's cell
+// is first[b] plus the points of its own bucket not above it: exact for
+// any partition, and O(1) when the points are spread out.
+template <class T>
+class BucketIndex {
+public:
+    static constexpr int64_t kStackBuckets = 4096;
+
+    // False when the scratch cannot be had (the caller searches without).
+    bool Build(const T *x, int64_t nx) {
+        x_ = x;
+        nx_ = nx;
+        nb_ = nx;
+        lo_ = static_cast<double>(x[0]);
+        double span = static_cast<double>(x[nx - 1]) - lo_;
+        if (!(span > 0.0) || !(span < 1e300)) return false;
+        scale_ = static_cast<double>(nb_) / span;
+        first_ = stack_;
+        if (nb_ + 1 > kStackBuckets) {
+            uint64_t bytes = static_cast<uint64_t>(nb_ + 1) * sizeof(int32_t);
+            owned_ = bytes > 0xffffff00u ? nullptr
+                                         : static_cast<int32_t *>(ServAlloc(static_cast<uint32_t>(bytes), kAlign));
+            if (!owned_) return false;
+            first_ = owned_;
+        }
+        int64_t b = 0;
+        for (int64_t k = 0; k < nx; ++k)
+            for (int64_t bk = Bucket(static_cast<double>(x[k])); b <= bk; ++b) first_[b] = static_cast<int32_t>(k);
+        for (; b <= nb_; ++b) first_[b] = static_cast<int32_t>(nx);
+        return true;
+    }
+    ~BucketIndex() { if (owned_) ServFree(owned_); }
+
+    int64_t Bucket(double v) const {
+        double g = (v - lo_) * scale_;
+        return g < 1.0 ? 0 : g >= static_cast<double>(nb_ - 1) ? nb_ - 1 : static_cast<int64_t>(g);
+    }
+    int64_t Cell(T site) const {
+        const double s = static_cast<double>(site);
+        if (!(s >= lo_)) return 0;  // below, or NaN: above no point
+        const int64_t b = Bucket(s);
+        int64_t c = first_[b], hi = first_[b + 1];
+        if (hi - c <= 2) {
+            // Branch-free: the point counts of buckets are unpredictable.
+            const int64_t last = nx_ - 1;
+            c += (c < hi) & (x_[c < last ? c : last] <= site);
+            c += (c < hi) & (x_[c < last ? c : last] <= site);
+            return c;
+        }
+        while (c < hi) {  // a crowded bucket: bisect it
+            int64_t mid = c + (hi - c) / 2;
+            if (x_[mid] <= site) c = mid + 1; else hi = mid;
+        }
+        return c;
+    }
+
+private:
+    const T *x_ = nullptr;
+    int64_t nx_ = 0, nb_ = 0;
+    double lo_ = 0.0, scale_ = 0.0;
+    int32_t *first_ = nullptr, *owned_ = nullptr;
+    int32_t stack_[kStackBuckets];
+};
+
+// The bucket index pays for its O(nx) build when sites are not far fewer
+// than partition points.
+inline bool WantBuckets(int strategy, int64_t nsite, int64_t nx) {
+    return (strategy == kBinary || strategy == kQuasiUniform) && nx > 8 &&
+           nsite * 8 >= nx;
+}
+
 // Cell of site s: the number of partition points x_k <= s.
 template <class T>
 class Searcher {
 public:
-    Searcher(const DfTask *t, int strategy, const double *datahint)
-        : x_(static_cast<const T *>(t->x)), nx_(t->nx), strategy_(strategy) {
+    Searcher(const DfTask *t, int strategy, const double *datahint, const BucketIndex<T> *buckets)
+        : x_(static_cast<const T *>(t->x)), nx_(t->nx), strategy_(strategy), buckets_(buckets) {
         if (strategy == kUniform) {
             x0_ = static_cast<double>(x_[0]);
             h_ = (static_cast<double>(x_[1]) - x0_) / static_cast<double>(nx_ - 1);
@@ -50,9 +123,14 @@ public:
 
     // Cells of n sites; the strategy is chosen once per block.
     void Block(const T *site, int64_t n, int64_t *out) {
+        if (buckets_) {
+            for (int64_t k = 0; k < n; ++k) out[k] = buckets_->Cell(site[k]);
+            return;
+        }
         switch (strategy_) {
         case kUniform: for (int64_t k = 0; k < n; ++k) out[k] = Uniform(site[k]); break;
         case kBinary: BinaryBlock(site, n, out); break;
+        case kSorted: SortedBlock(site, n, out); break;
         default: for (int64_t k = 0; k < n; ++k) out[k] = (*this)(site[k]); break;
         }
     }
@@ -96,6 +174,22 @@ private:
             n -= half;
         }
         return (base - x_) + (base[0] <= s ? 1 : 0);
+    }
+    // Sorted sites: a few steps up from the previous cell, else gallop.
+    void SortedBlock(const T *site, int64_t n, int64_t *out) {
+        int64_t c = prev_;
+        for (int64_t k = 0; k < n; ++k) {
+            const T s = site[k];
+            if (c < 0) {
+                c = Binary(s);
+            } else {
+                int step = 0;
+                while (step < 4 && c < nx_ && x_[c] <= s) { ++c; ++step; }
+                if (step == 4 || (c > 0 && !(x_[c - 1] <= s))) c = Gallop(s, c);
+            }
+            out[k] = c;
+        }
+        prev_ = c;
     }
     // Eight binary searches in lockstep: their loads are independent, so
     // the memory latency of one step overlaps that of the others.
@@ -151,6 +245,7 @@ private:
     int strategy_;
     double x0_ = 0.0, h_ = 0.0, scale_ = 0.0;
     int64_t likely_ = 0, prev_ = -1;
+    const BucketIndex<T> *buckets_;
 };
 
 // Sites as given, or expanded from the two ends of a uniform set.
@@ -198,8 +293,12 @@ int CellSearch(const InterpRequest<T> &q) {
     if (strategy < 0) return strategy;
     Sites<T> sites;
     if (int st = sites.Init(q)) return st;
+    BucketIndex<T> index;
+    const BucketIndex<T> *buckets = WantBuckets(strategy, q.nsite, q.task->nx) &&
+                                            index.Build(static_cast<const T *>(q.task->x), q.task->nx)
+                                        ? &index : nullptr;
     ForChunks(q, [&](int64_t b, int64_t e) {
-        Searcher<T> find(q.task, strategy, q.datahint);
+        Searcher<T> find(q.task, strategy, q.datahint, buckets);
         int64_t cells[kBlock];
         for (int64_t kb = b; kb < e; kb += kBlock) {
             int64_t n = kb + kBlock < e ? kBlock : e - kb;
@@ -212,14 +311,8 @@ int CellSearch(const InterpRequest<T> &q) {
 
 // ---- evaluation ----
 
-// All derivatives of sum c_p u^p at u by repeated synthetic division:
-// after step k, b[k] is the k-th Taylor coefficient (derivative k / k!).
-template <int Order>
-inline void TaylorShift(double *b, int order, double u) {
-    const int n = Order > 0 ? Order : order;
-    for (int k = 0; k < n - 1; ++k)
-        for (int j = n - 2; j >= k; --j) b[j] += u * b[j + 1];
-}
+// k! for the Taylor coefficients: derivative k = k! * coefficient k after
+// k+1 steps of synthetic division.
 constexpr double kFactorial[16] = {1, 1, 2, 6, 24, 120, 720, 5040, 40320, 362880, 3628800,
                                    39916800, 479001600, 6227020800.0, 87178291200.0,
                                    1307674368000.0};
@@ -233,6 +326,7 @@ struct Evaluator {
     bool uniform;
     double x0 = 0.0, h = 0.0;
     const T *x;
+    const T *knots = nullptr;  // knot-based quadratic: pieces between knots
 
     explicit Evaluator(const InterpRequest<T> &req) : q(req), t(req.task) {
         nx = t->nx;
@@ -245,6 +339,7 @@ struct Evaluator {
                 if (q.dorder[k] != 0) ders[nd++] = static_cast<int>(k);
         }
         x = static_cast<const T *>(t->x);
+        if (t->splineOrder == 3 && t->splineType == 1) knots = static_cast<const T *>(t->ic);
         uniform = (t->xhint & 4) != 0;
         if (uniform) {
             x0 = static_cast<double>(x[0]);
@@ -254,41 +349,91 @@ struct Evaluator {
     double Point(int64_t j) const {
         return uniform ? x0 + static_cast<double>(j) * h : static_cast<double>(x[j]);
     }
+    // Knot interval of site s: the number of interior knots t_1..t_{nx-1}
+    // at or below it (0..nx-1).
+    int64_t KnotInterval(T s) const {
+        const T *base = knots + 1;
+        int64_t n = nx - 1;
+        if (n == 0) return 0;
+        while (n > 1) {
+            int64_t half = n / 2;
+            base = (base[half] <= s) ? base + half : base;
+            n -= half;
+        }
+        return (base - knots - 1) + (base[0] <= s ? 1 : 0);
+    }
     T Value(int64_t i, int64_t j) const {
         if (t->yhint == 32) return static_cast<const T *>(t->yTable[0])[j * nf + i];
         return static_cast<const T *>(t->yTable[i])[j];
     }
 
-    template <int Order>
-    void Polynomials(int64_t b, int64_t e, const T *s, const int64_t *cells) const {
+    // The piece of each site of a block and the site's offset from the
+    // piece's origin, shared by all functions.
+    void Locate(int64_t b, int64_t e, const T *s, const int64_t *cells, int64_t *piece, double *off) const {
+        for (int64_t k = b; k < e; ++k) {
+            int64_t j;
+            if (knots) {
+                j = KnotInterval(s[k]);
+            } else {
+                j = cells[k - b] - 1;
+                j = j < 0 ? 0 : (j > nx - 2 ? nx - 2 : j);
+            }
+            piece[k - b] = j * t->splineOrder;
+            off[k - b] = static_cast<double>(s[k]) - Point(j);
+        }
+    }
+
+    // Mode 1: the value alone; 2: value and first derivative; 0: any
+    // selection (all derivatives by repeated synthetic division).
+    template <int Order, int Mode>
+    void Polynomials(int64_t b, int64_t e, const int64_t *piece, const double *off) const {
         const int order = Order > 0 ? Order : (t->splineOrder < 16 ? static_cast<int>(t->splineOrder) : 16);
-        const int64_t stride = t->splineOrder;
         // Results of site k, function i start at k*site_step + i*func_step.
         const bool by_site = q.rhint == DfResultSitesFuncsDerivs;
         const int64_t site_step = by_site ? nf * nd : nd, func_step = by_site ? nd : q.nsite * nd;
         double scale[64];
-        for (int64_t d = 0; d < nd; ++d) scale[d] = ders[d] < 16 ? kFactorial[ders[d]] : 0.0;
+        int dmax = 0;
+        for (int64_t d = 0; d < nd; ++d) {
+            scale[d] = ders[d] < 16 ? kFactorial[ders[d]] : 0.0;
+            dmax = ders[d] > dmax ? ders[d] : dmax;
+        }
+        const int steps = dmax + 1 < order - 1 ? dmax + 1 : order - 1;
+        const int64_t n = e - b;
         for (int64_t i = 0; i < nf; ++i) {
             const T *coeff = static_cast<const T *>(t->coeffTable[i]);
             T *out = q.r + i * func_step + b * site_step;
-            for (int64_t k = b; k < e; ++k, out += site_step) {
-                int64_t j = cells[k - b] - 1;
-                j = j < 0 ? 0 : (j > nx - 2 ? nx - 2 : j);
-                double u = static_cast<double>(s[k]) - Point(j);
-                const T *src = coeff + j * stride;
-                if (nd == 1 && ders[0] == 0) {  // value alone: plain Horner
+            for (int64_t k = 0; k < n; ++k, out += site_step) {
+                const T *src = coeff + piece[k];
+                const double u = off[k];
+                if constexpr (Mode == 1) {
                     double acc = static_cast<double>(src[order - 1]);
                     for (int p = order - 2; p >= 0; --p) acc = acc * u + static_cast<double>(src[p]);
                     out[0] = static_cast<T>(acc);
-                    continue;
+                } else if constexpr (Mode == 2) {
+                    double v = static_cast<double>(src[order - 1]), d1 = 0.0;
+                    for (int p = order - 2; p >= 0; --p) {
+                        d1 = d1 * u + v;
+                        v = v * u + static_cast<double>(src[p]);
+                    }
+                    out[0] = static_cast<T>(v);
+                    out[1] = static_cast<T>(d1);
+                } else {
+                    double c[Order > 0 ? Order : 16];
+                    for (int p = 0; p < order; ++p) c[p] = static_cast<double>(src[p]);
+                    for (int st = 0; st < steps; ++st)
+                        for (int j = order - 2; j >= st; --j) c[j] += u * c[j + 1];
+                    for (int64_t d = 0; d < nd; ++d)
+                        out[d] = static_cast<T>(ders[d] < order ? c[ders[d]] * scale[d] : 0.0);
                 }
-                double c[Order > 0 ? Order : 16];
-                for (int p = 0; p < order; ++p) c[p] = static_cast<double>(src[p]);
-                TaylorShift<Order>(c, order, u);
-                for (int64_t d = 0; d < nd; ++d)
-                    out[d] = static_cast<T>(ders[d] < order ? c[ders[d]] * scale[d] : 0.0);
             }
         }
+    }
+
+    template <int Order>
+    void Evaluate(int64_t b, int64_t e, const int64_t *piece, const double *off) const {
+        if (nd == 1 && ders[0] == 0) Polynomials<Order, 1>(b, e, piece, off);
+        else if (nd == 2 && ders[0] == 0 && ders[1] == 1) Polynomials<Order, 2>(b, e, piece, off);
+        else Polynomials<Order, 0>(b, e, piece, off);
     }
 
     // Types 6, 7, 8: straight from the values.
@@ -328,20 +473,30 @@ int Interpolate(const InterpRequest<T> &q) {
     const bool from_values = type == 6 || type == 7 || type == 8;
     const int64_t order = q.task->splineOrder;
     const bool want_cells = (q.type & 2) != 0;
+    BucketIndex<T> index;
+    const BucketIndex<T> *buckets = WantBuckets(strategy, q.nsite, q.task->nx) &&
+                                            index.Build(static_cast<const T *>(q.task->x), q.task->nx)
+                                        ? &index : nullptr;
     ForChunks(q, [&](int64_t b, int64_t e) {
-        Searcher<T> find(q.task, strategy, q.datahint);
-        int64_t cells[kBlock];
+        Searcher<T> find(q.task, strategy, q.datahint, buckets);
+        int64_t cells[kBlock], piece[kBlock];
+        double off[kBlock];
         for (int64_t kb = b; kb < e; kb += kBlock) {
             int64_t ke = kb + kBlock < e ? kb + kBlock : e;
             find.Block(sites.p + kb, ke - kb, cells);
             if (want_cells)
                 for (int64_t k = kb; k < ke; ++k) q.cell[k] = static_cast<int32_t>(cells[k - kb]);
             if (ev.nd == 0) continue;
-            if (from_values) ev.FromValues(kb, ke, sites.p, cells);
-            else if (order == 4) ev.template Polynomials<4>(kb, ke, sites.p, cells);
-            else if (order == 2) ev.template Polynomials<2>(kb, ke, sites.p, cells);
-            else if (order == 3) ev.template Polynomials<3>(kb, ke, sites.p, cells);
-            else if (order >= 1) ev.template Polynomials<0>(kb, ke, sites.p, cells);
+            if (from_values) {
+                ev.FromValues(kb, ke, sites.p, cells);
+                continue;
+            }
+            if (order < 1) continue;
+            ev.Locate(kb, ke, sites.p, cells, piece, off);
+            if (order == 4) ev.template Evaluate<4>(kb, ke, piece, off);
+            else if (order == 2) ev.template Evaluate<2>(kb, ke, piece, off);
+            else if (order == 3) ev.template Evaluate<3>(kb, ke, piece, off);
+            else ev.template Evaluate<0>(kb, ke, piece, off);
         }
     });
     return DfStatusOk;

@@ -45,7 +45,9 @@ struct FunctionValues {
             stride = FunctionCount(t);
         }
     }
-    double operator[](int64_t j) const { return static_cast<double>(base[j * stride]); }
+    double operator[](int64_t j) const {
+        return static_cast<double>(base[Layout == 1 ? j : j * stride]);  // a known unit stride vectorises
+    }
 };
 
 }  // namespace orb::df

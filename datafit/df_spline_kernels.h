@@ -251,6 +251,12 @@ int CubicC2Kernel(const DfTask *t) {
     return DfStatusOk;
 }
 
+// Akima's weighted derivative from the slopes left2, left, right, right2.
+inline double AkimaDerivative(double sm2, double sm1, double s0, double sp1) {
+    const double w1 = __builtin_fabs(sp1 - s0), w2 = __builtin_fabs(sm1 - sm2), den = w1 + w2;
+    return den == 0.0 ? 0.5 * (sm1 + s0) : (w1 * sm1 + w2 * s0) / den;
+}
+
 // ---- cubic types 3, 4, 5: local derivatives, then Hermite pieces ----
 template <class T, int Type, int Variant>
 void LocalDerivatives(const DfTask *t, int64_t i, const double *h, const double *s,
@@ -267,12 +273,7 @@ void LocalDerivatives(const DfTask *t, int64_t i, const double *h, const double 
             double sp1 = 2.0 * s[cells - 1] - s[cells > 1 ? cells - 2 : 0];
             return j == cells ? sp1 : 2.0 * sp1 - s[cells - 1];
         };
-        for (int64_t k = 0; k < nx; ++k) {
-            double sm2 = slope(k - 2), sm1 = slope(k - 1), s0 = slope(k), sp1 = slope(k + 1);
-            double w1 = __builtin_fabs(sp1 - s0), w2 = __builtin_fabs(sm1 - sm2);
-            double den = w1 + w2;
-            m[k] = den == 0.0 ? 0.5 * (sm1 + s0) : (w1 * sm1 + w2 * s0) / den;
-        }
+        for (int64_t k = 0; k < nx; ++k) m[k] = AkimaDerivative(slope(k - 2), slope(k - 1), slope(k), slope(k + 1));
         return;
     }
     if constexpr (Type == 3) {

@@ -34,5 +34,20 @@ void tour_datafit(void) {
     for (int k = 0; k < NS; ++k)
         printf("  %6.2f %5d %12.8f %12.8f %12.8f %12.8f\n", site[k], (int)cell[k], r[2 * k], sin(site[k]),
                r[2 * k + 1], cos(site[k]));
+
+    /* Subbotin's quadratic on the same task: knots midway between the
+     * points, zero second derivative at both ends. */
+    double knots[NX + 1], qcoeff[3 * NX];
+    knots[0] = x[0];
+    knots[NX] = x[NX - 1];
+    for (int j = 1; j < NX; ++j) knots[j] = 0.5 * (x[j - 1] + x[j]);
+    st = dfdEditPPSpline1D(task, DfQuadratic, DfTypeSubbotin, DfBcFreeEnd, NULL, DfIcKnots, knots, qcoeff, 0);
+    if (st == 0) st = dfdConstruct1D(task, 0, 0);
+    if (st == 0)
+        st = dfdInterpolate1D(task, DfInterpolate, DfMethodPP, NS, site, DfSitesSorted, 0, NULL, NULL, r,
+                              DfResultFuncsSitesDerivs, NULL);
+    printf("  Subbotin quadratic, knots midway (status %d):", st);
+    for (int k = 0; k < NS && st == 0; ++k) printf(" Q(%.2f) = %.6f", site[k], r[k]);
+    printf("\n");
     dfDeleteTask(&task);
 }

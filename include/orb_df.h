@@ -24,7 +24,7 @@
  * Coefficients: function i's block holds, for cell j (between x_j and
  * x_{j+1}), `order` coefficients c_0..c_{order-1} at order*j; the piece is
  * sum_k c_k (t - x_j)^k. Blocks of successive functions are order*(nx-1)
- * elements apart (order*nx for the Subbotin type). scoeffhint bit 128: only
+ * elements apart (the Subbotin type has nx pieces: order*nx). scoeffhint bit 128: only
  * function 0's block is given (scoeff itself).
  *
  * Spline orders and types accepted by construction:
@@ -35,16 +35,37 @@
  *     2, zero second derivative on cell 0; codes with bit 4 (12, 36), first
  *     derivative bc[0] at x_0; codes with bit 16 (24, 48), second
  *     derivative bc[0] on cell 0. Other codes (64 included): -1014.
- *   order 3 type 1 (Subbotin): ic_type must have bit 8 (else -1012), ic
- *     holds nx+1 knots, bc_type must be a known code; the construction is
- *     not available yet and then returns -1011. Its coefficient blocks are
- *     order*nx elements apart.
+ *   order 3 type 1 (Subbotin): ic_type must have bit 8 (else -1012); ic
+ *     holds nx+1 knots t_0 < t_1 < ... < t_nx, shared by all functions,
+ *     with t_j <= x_j <= t_{j+1} (a common choice: t_0 = x_0, t_nx =
+ *     x_{nx-1}, t_j = (x_{j-1}+x_j)/2). The spline has nx quadratic
+ *     pieces, piece j living on [t_j, t_{j+1}] and written about x_j:
+ *     c_0 + c_1 (t-x_j) + c_2 (t-x_j)^2, stored at 3j of the function's
+ *     block (blocks 3*nx elements apart). Conditions: piece j takes the
+ *     value v_j at x_j; neighbouring pieces agree in value and first
+ *     derivative at each interior knot t_1..t_{nx-1}; two end conditions
+ *     from bc_type: code 1, pieces 0 and 1 are one parabola and so are
+ *     pieces nx-2 and nx-1 (nx = 2: -1500); 2, zero second derivative on
+ *     pieces 0 and nx-1; bit 4/8, the first derivative bc[0] at x_0 / bc[1]
+ *     at x_{nx-1}; bit 16/32, the second derivative bc[0] / bc[1] on piece
+ *     0 / nx-1; 64 (needs no bc), equal first and equal second derivatives
+ *     at x_0 and x_{nx-1} (with y_0 = y_{nx-1}: pieces 0 and nx-1 are one
+ *     parabola shifted by the period). A first-derivative condition at an
+ *     end point that is also the piece's inner knot (t_1 = x_0, or
+ *     t_{nx-1} = x_{nx-1}) leaves that piece's curvature free: -1500, as
+ *     is any other singular system. The knot order is not checked.
+ *     Evaluation finds the knot interval of each site (sites outside
+ *     [t_0, t_nx] use the nearest end piece); the cell it reports (type
+ *     bit 2) is still the partition cell.
  *   order 4: the cubic types below. For each, h_j = x_{j+1}-x_j,
  *     s_j = (v_{j+1}-v_j)/h_j, m_j the first derivative at x_j; a piece is
  *     the cubic Hermite interpolant of (v_j, m_j, v_{j+1}, m_{j+1}).
  *     type 2: the C2 cubic through all values; the end conditions come from
  *       bc_type (table below). With code 1 and nx = 3 the two not-a-knot
- *       conditions coincide and the system is singular: -1500.
+ *       conditions coincide and the system is singular: -1500, with no
+ *       coefficient written. A zero pivot met further on also gives -1500;
+ *       for a single double-precision function the coefficient block is
+ *       then used as working storage and its contents are unspecified.
  *     type 0: ic (ic_type 2) holds the second derivatives M_1..M_{nx-2} at
  *       the interior points (ic[k-1] = M_k). Interior cells are the cubics
  *       with values v_k, v_{k+1} and second derivatives M_k, M_{k+1}. Each
@@ -101,7 +122,8 @@
  * direct formula on uniform partitions, a proportional guess and local
  * walk on quasi-uniform ones, a walk from the previous cell on sorted
  * sites, an outward search from the most-likely cell, and binary search
- * otherwise; every strategy gives the same cells.
+ * otherwise (replaced, when nsite*8 >= nx, by a grid of buckets over the
+ * partition built for the call); every strategy gives the same cells.
  */
 #ifndef ORB_DF_H
 #define ORB_DF_H

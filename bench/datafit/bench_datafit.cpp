@@ -64,7 +64,7 @@ int main() {
             double bc[2] = {0, 0};  // periodic code: the editor wants an array
             dfdEditPPSpline1D(task, k.order, k.type, k.bc, bc, 0, nullptr, coeff.data(), 0);
             gsl_spline *sp = gsl_spline_alloc(k.gsl, static_cast<size_t>(nx));
-            int reps = nx > 1000 ? 3 : 200;
+            int reps = nx > 1000 ? 7 : 300;
             double t_orb = Seconds([&] { dfdConstruct1D(task, 0, 0); }, reps);
             double t_gsl = Seconds([&] { gsl_spline_init(sp, x.data(), y.data(), static_cast<size_t>(nx)); }, reps);
             char op[64];
@@ -82,14 +82,14 @@ int main() {
                         dfdInterpolate1D(task, DfInterpolate, DfMethodPP, static_cast<int32_t>(ns), sites.data(),
                                          sorted ? DfSitesSorted : 0, 2, dorder, nullptr, r.data(),
                                          DfResultSitesFuncsDerivs, nullptr);
-                    }, 3);
+                    }, 5);
                     gsl_interp_accel *acc = gsl_interp_accel_alloc();
                     double gt = Seconds([&] {
                         for (int64_t i = 0; i < ns; ++i) {
                             g[2 * i] = gsl_spline_eval(sp, sites[i], acc);
                             g[2 * i + 1] = gsl_spline_eval_deriv(sp, sites[i], acc);
                         }
-                    }, 3);
+                    }, 5);
                     gsl_interp_accel_free(acc);
                     double err = 0;
                     for (int64_t i = 0; i < ns; ++i) err = std::max(err, std::fabs(r[2 * i] - g[2 * i]));

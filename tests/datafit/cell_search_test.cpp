@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <random>
 #include <string>
 #include <vector>
@@ -72,8 +73,14 @@ void Check(InterpKernelD, InterpKernelS, const char *level, int64_t nx, int64_t 
             double h = (static_cast<double>(given[1]) - static_cast<double>(given[0])) / static_cast<double>(nx - 1);
             for (int64_t j = 0; j < nx; ++j) full.push_back(static_cast<T>(static_cast<double>(given[0]) + j * h));
         } else {
+            // xhint 1: widths over ten orders of magnitude, so that a grid of
+            // buckets meets crowded and empty buckets.
+            std::uniform_real_distribution<double> e(-9.0, 1.0);
             double xv = x0;
-            for (int64_t j = 0; j < nx; ++j) { full.push_back(static_cast<T>(xv)); xv += w(rng); }
+            for (int64_t j = 0; j < nx; ++j) {
+                full.push_back(static_cast<T>(xv));
+                xv += sc.xhint == 1 ? std::pow(10.0, e(rng)) : w(rng);
+            }
             given = full;
         }
         double lo = static_cast<double>(full.front()) - 1.5, hi = static_cast<double>(full.back()) + 1.5;

@@ -25,14 +25,18 @@ struct SplineProblem {
     int order = 4, type = 2, bc = 1;
     std::vector<LD> x, v;
     LD bcl = 0, bcr = 0;       // boundary values (left, right)
-    std::vector<LD> ic;        // interior conditions (nx-2 values)
+    std::vector<LD> ic;        // interior conditions (nx-2 values; nx+1 knots)
+    bool Knots() const { return order == 3 && type == 1; }
+    int64_t Pieces() const { return static_cast<int64_t>(x.size()) - (Knots() ? 0 : 1); }
+    // Width of piece j: a cell, or a knot interval.
+    LD Width(int64_t j) const { return Knots() ? ic[j + 1] - ic[j] : x[j + 1] - x[j]; }
 };
 
 class Conditions {
 public:
     explicit Conditions(const SplineProblem &p) : p_(p), n_(static_cast<int64_t>(p.x.size())) { Build(); }
     const std::vector<Condition> &rows() const { return rows_; }
-    int64_t unknowns() const { return p_.order * (n_ - 1); }
+    int64_t unknowns() const { return p_.order * p_.Pieces(); }
 
     // Largest scaled residual of the given coefficients.
     LD MaxResidual(const std::vector<LD> &c) const {
@@ -108,6 +112,7 @@ private:
 
     void Build() {
         const int64_t cells = n_ - 1, last = cells - 1;
+        if (p_.Knots()) return BuildKnots();
         for (int64_t j = 0; j < cells; ++j) {
             Add(Deriv(j, 0, 0), p_.v[j]);
             Add(Deriv(j, 0, H(j)), p_.v[j + 1]);
@@ -166,6 +171,29 @@ private:
         Add(Deriv(last, first_r ? 1 : 2, H(last)), r);
         (void)second_l;
         (void)second_r;
+    }
+
+    // Knot-based quadratic: piece j (about x_j) lives between knots t_j and
+    // t_{j+1}; values at x_j, C1 at the interior knots, two end conditions.
+    void BuildKnots() {
+        const int64_t last = n_ - 1;
+        const std::vector<LD> &t = p_.ic;
+        for (int64_t j = 0; j < n_; ++j) Add(Deriv(j, 0, 0), p_.v[j]);
+        for (int64_t k = 1; k < n_; ++k)
+            for (int d = 0; d < 2; ++d)
+                AddDiff(Deriv(k - 1, d, t[k] - p_.x[k - 1]), Deriv(k, d, t[k] - p_.x[k]), 0);
+        const int bc = p_.bc;
+        if (bc == 1) {
+            AddDiff(Coef(0, 2), Coef(1, 2), 0);
+            AddDiff(Coef(last, 2), Coef(last - 1, 2), 0);
+        } else if (bc == 64) {
+            AddDiff(Deriv(0, 1, 0), Deriv(last, 1, 0), 0);
+            AddDiff(Deriv(0, 2, 0), Deriv(last, 2, 0), 0);
+        } else {
+            LD l = bc == 2 ? 0 : p_.bcl, r = bc == 2 ? 0 : p_.bcr;
+            Add(Deriv(0, (bc & 4) ? 1 : 2, 0), l);
+            Add(Deriv(last, (bc & 8) ? 1 : 2, 0), r);
+        }
     }
 
     const SplineProblem &p_;

@@ -58,6 +58,7 @@ struct Problem {
         p.bcr = bc[2 * i + 1];
         if (spline.order == 4 && (spline.type == 0 || spline.type == 3))
             for (int64_t k = 0; k + 2 < nx; ++k) p.ic.push_back(ic[i * (nx - 2) + k]);
+        if (p.Knots()) p.ic.assign(ic.begin(), ic.end());
         if (spline.order == 4 && spline.type == 4) {
             p.type = 3;
             p.ic = BesselDerivatives(p.x, p.v);
@@ -108,8 +109,30 @@ Problem<T> MakeProblem(int64_t nx, int64_t ny, bool uniform, int yhint, Spline s
         for (int64_t j = 0; j < nx; ++j)
             (yhint == 32 ? p.y[j * ny + i] : p.y[i * nx + j]) = vals[i * nx + j];
     for (int64_t i = 0; i < 2 * ny; ++i) p.bc.push_back(static_cast<T>(u(rng)));
-    for (int64_t i = 0; i < ny * (nx > 2 ? nx - 2 : 1); ++i) p.ic.push_back(static_cast<T>(u(rng)));
-    p.coeff.assign(static_cast<size_t>(s.order * (nx - 1) * ny), T(0));
+    const bool knots = s.order == 3 && s.type == 1;
+    if (knots) {
+        // Knots t_0 <= x_0 <= t_1 <= ... <= x_{nx-1} <= t_nx: ends outside
+        // or on the partition, interior ones anywhere in their gap (the
+        // gap's ends included).
+        std::uniform_int_distribution<int> pick(0, 5);
+        auto at = [&](int64_t j) { return static_cast<double>(p.xfull[j]); };
+        p.ic.push_back(static_cast<T>(pick(rng) == 0 ? at(0) : at(0) - 0.5 * (w(rng) - 0.3)));
+        bool on_right = p.ic.back() == static_cast<T>(at(0));
+        for (int64_t j = 1; j < nx; ++j) {
+            int c = pick(rng);
+            if (on_right && c == 0) c = 2;  // knots stay strictly increasing
+            // An end derivative needs room between the end point and its
+            // nearest interior knot.
+            if ((j == 1 && c == 0) || (j == nx - 1 && c == 1)) c = 2;
+            on_right = c == 1;
+            double f = c == 0 ? 0.0 : c == 1 ? 1.0 : 0.5 * (u(rng) + 1.0);
+            p.ic.push_back(static_cast<T>(at(j - 1) + f * (at(j) - at(j - 1))));
+        }
+        p.ic.push_back(static_cast<T>(pick(rng) == 0 ? at(nx - 1) : at(nx - 1) + 0.5 * (w(rng) - 0.3)));
+    } else {
+        for (int64_t i = 0; i < ny * (nx > 2 ? nx - 2 : 1); ++i) p.ic.push_back(static_cast<T>(u(rng)));
+    }
+    p.coeff.assign(static_cast<size_t>(s.order * (nx - (knots ? 0 : 1)) * ny), T(0));
     return p;
 }
 
@@ -120,8 +143,9 @@ int Build(Problem<T> &p, DfTask **task) {
     int st = Df<T>::New(task, static_cast<int32_t>(p.nx), p.x.data(), p.uniform ? DfUniform : DfNonUniform,
                         static_cast<int32_t>(p.ny), p.y.data(), p.yhint);
     if (st) return st;
-    bool need_ic = p.spline.order == 4 && (p.spline.type == 0 || p.spline.type == 3);
-    int ict = !need_ic ? 0 : p.spline.type == 0 ? DfIcSecondDerivatives : DfIcFirstDerivatives;
+    const bool knots = p.spline.order == 3 && p.spline.type == 1;
+    bool need_ic = knots || (p.spline.order == 4 && (p.spline.type == 0 || p.spline.type == 3));
+    int ict = !need_ic ? 0 : knots ? DfIcKnots : p.spline.type == 0 ? DfIcSecondDerivatives : DfIcFirstDerivatives;
     st = Df<T>::Edit(*task, p.spline.order, p.spline.type, p.spline.bc, p.bc.data(), ict,
                      need_ic ? p.ic.data() : nullptr, p.coeff.data(), 0);
     if (st) return st;

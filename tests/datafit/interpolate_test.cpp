@@ -49,7 +49,7 @@ LD Piece(const std::vector<LD> &c, int d, LD u) {
 template <class T>
 void CheckEvaluation(LD tol) {
     unsigned seed = 5;
-    const orb::test::Spline splines[] = {{2, 0, 0}, {3, 0, 2}, {4, 2, 2}, {4, 5, 1}};
+    const orb::test::Spline splines[] = {{2, 0, 0}, {3, 0, 2}, {3, 1, 12}, {4, 2, 2}, {4, 5, 1}};
     for (const LevelKernels &lv : kLevels) {
         for (const auto &sp : splines) {
             for (bool uniform : {false, true}) {
@@ -84,9 +84,14 @@ void CheckEvaluation(LD tol) {
                                 int64_t c = 0;
                                 while (c < nx && p.xfull[c] <= t) ++c;
                                 ASSERT_EQ(cell[k], c);
+                                // The knot-based quadratic has one piece per knot interval.
+                                const bool knots = sp.order == 3 && sp.type == 1;
+                                const int64_t pieces = knots ? nx : nx - 1;
                                 int64_t j = std::min<int64_t>(std::max<int64_t>(c - 1, 0), nx - 2);
-                                std::vector<LD> coef(p.coeff.begin() + (i * (nx - 1) + j) * sp.order,
-                                                     p.coeff.begin() + (i * (nx - 1) + j + 1) * sp.order);
+                                if (knots)
+                                    for (j = 0; j + 1 < nx && p.ic[j + 1] <= sites[k];) ++j;
+                                std::vector<LD> coef(p.coeff.begin() + (i * pieces + j) * sp.order,
+                                                     p.coeff.begin() + (i * pieces + j + 1) * sp.order);
                                 LD off = t - p.xfull[j];
                                 const T *out = rhint == DfResultSitesFuncsDerivs ? &r[(k * ny + i) * 3]
                                                                                  : &r[(i * nsite + k) * 3];

@@ -129,6 +129,10 @@ int Construct(int nx, int ny, int yhint, int order, int type, int bct, const dou
     return st;
 }
 
+// Knots for nx = 6 (x = 0..5): midway, and with t_1 = x_0.
+const double K[7] = {-0.5, 0.5, 1.5, 2.5, 3.5, 4.5, 5.5};
+const double KOnEnd[7] = {-1, 0, 1.5, 2.5, 3.5, 4.5, 5.5};
+
 TEST(DfStatus, Construction) {
     static double bc[6] = {}, ic[12] = {};  // room for three functions
     RunCases({
@@ -156,15 +160,15 @@ TEST(DfStatus, Construction) {
                                          Construct(6, 3, 32, 4, 4, 24, bc, 0, nullptr) | Construct(6, 3, 32, 4, 5, 36, bc, 0, nullptr); }, DfStatusOk},
         {"singular not-a-knot", [] { return Construct(3, 1, 0, 4, 2, 1, nullptr, 0, nullptr); }, DfStatusSingularSystem},
         {"yhint 128 with ny 2", [] { return Construct(6, 2, 128, 4, 2, 1, nullptr, 0, nullptr); }, DfStatusNullFunctionValues},
+        // ny = 0: entry 0 of coeffTable is examined (the editor made no table).
+        {"ny 0", [] { return Construct(6, 0, 0, 4, 2, 1, nullptr, 0, nullptr, false); }, DfStatusNullCoefficients},
+        {"Subbotin, every end code", [] { int st = 0; for (int b : {1, 2, 12, 24, 36, 48, 64}) st |= Construct(6, 1, 0, 3, 1, b, bc, 8, K); return st; }, DfStatusOk},
+        {"Subbotin periodic without bc", [] { return Construct(6, 1, 0, 3, 1, 64, nullptr, 8, K); }, DfStatusOk},
+        {"Subbotin first derivative without bc", [] { return Construct(6, 1, 0, 3, 1, 12, nullptr, 8, K); }, DfStatusNullBoundaryConditions},
+        {"Subbotin not-a-knot nx 2", [] { return Construct(2, 1, 0, 3, 1, 1, nullptr, 8, K); }, DfStatusSingularSystem},
+        {"Subbotin end derivative on a knot", [] { return Construct(6, 1, 0, 3, 1, 36, bc, 8, KOnEnd); }, DfStatusSingularSystem},
+        {"Subbotin unknown bc", [] { return Construct(6, 1, 0, 3, 1, 3, bc, 8, K); }, DfStatusBadBoundaryConditionType},
     });
-}
-
-TEST(DfStatus, ConstructionWithoutValues) {
-    // ny = 0: entry 0 of coeffTable is examined (null: the table is null).
-    DfTask *t = nullptr;
-    ASSERT_EQ(dfdNewTask1D(&t, 6, X, 0, 0, nullptr, 0), 0);
-    EXPECT_EQ(dfdConstruct1D(t, 0, 0), DfStatusNullCoefficients);
-    dfDeleteTask(&t);
 }
 
 TEST(DfStatus, SingularWritesNothing) {
