@@ -10,7 +10,7 @@
 
 #include "datafit/df_spline_kernels.h"
 
-namespace orb::df {
+namespace orb::df::ORB_KNS {  // one copy per instruction-set level
 
 template <int Layout, bool Uniform>
 int AkimaStreaming(const DfTask *t) {
@@ -61,6 +61,6 @@ int AkimaStreaming(const DfTask *t) {
     return DfStatusOk;
 }
 
-}  // namespace orb::df
+}  // namespace orb::df::ORB_KNS
 
 #endif

@@ -11,10 +11,11 @@
 #define ORB_DATAFIT_DF_C2_STREAMING_KERNEL_H
 
 #include <cstdint>
+#include <type_traits>
 
 #include "datafit/df_spline_kernels.h"
 
-namespace orb::df {
+namespace orb::df::ORB_KNS {  // one copy per instruction-set level
 
 // Keeps the minors in range: the pivots are their ratios, so scaling two
 // consecutive minors (and the forward unknowns tied to them) by the same
@@ -40,87 +41,147 @@ int CubicC2Streaming(const DfTask *t) {
     // the reciprocal width and, periodic: the correction's e_k.
     if constexpr (!periodic) {
         if (Variant == 0 && n == 3) return DfStatusSingularSystem;  // coinciding rows
-        const double h0 = H(0), h1 = H(1), rh0 = Uniform ? rhu : 1.0 / h0;
+        // Two eliminations run side by side, rows 0..c-1 downwards on the
+        // leading minors P and rows n-1..c+1 upwards on the trailing minors
+        // Q, and meet at row c: their recurrences are independent, so their
+        // latencies overlap. Row k: lo m_{k-1} + d m_k + up m_{k+1} = r;
+        // interior rows lo = h_k, d = 2(h_{k-1}+h_k), up = h_{k-1},
+        // r = 3(h_k s_{k-1} + h_{k-1} s_k).
+        const int64_t c = (n - 1) / 2;
         const double bl = EndHasValue(Variant) ? bc[0] : 0.0, br = EndHasValue(Variant) ? bc[1] : 0.0;
-        double s0 = (v[1] - v[0]) * rh0;
-        double di, up, rhs;
+        auto Slope = [&](int64_t j, double rh) { return (v[j + 1] - v[j]) * rh; };
+        // Row 0.
+        const double h0 = H(0), rh0 = Uniform ? rhu : 1.0 / h0, s0 = Slope(0, rh0);
+        double di0, up0, r0;
         if constexpr (LeftEnd(Variant) == End::NotAKnot) {
-            double rh1 = Uniform ? rhu : 1.0 / h1, s1 = (v[2] - v[1]) * rh1, c0 = h0 + h1;
-            di = h1;
-            up = c0;
-            rhs = ((h0 + 2.0 * c0) * h1 * s0 + h0 * h0 * s1) / c0;
+            const double h1 = H(1), rh1 = Uniform ? rhu : 1.0 / h1, s1 = Slope(1, rh1), c0 = h0 + h1;
+            di0 = h1;
+            up0 = c0;
+            r0 = ((h0 + 2.0 * c0) * h1 * s0 + h0 * h0 * s1) / c0;
         } else if constexpr (LeftEnd(Variant) == End::First) {
-            di = 1.0;
-            up = 0.0;
-            rhs = bl;
+            di0 = 1.0;
+            up0 = 0.0;
+            r0 = bl;
         } else {
-            di = 2.0;
-            up = 1.0;
-            rhs = 3.0 * s0 - 0.5 * bl * h0;
+            di0 = 2.0;
+            up0 = 1.0;
+            r0 = 3.0 * s0 - 0.5 * bl * h0;
         }
-        // Row 0: P_{-1} = 1, P_0 = di, Y_0 = rhs.
-        double pm = 1.0, p = di, y = rhs, up_prev = up;
-        if (p == 0.0) return DfStatusSingularSystem;
-        double rp = 1.0 / p;
-        b[0] = y * rp;
-        b[1] = up * pm * rp;
-        b[2] = rh0;
-        b[3] = s0;
-        double hprev = h0, sprev = s0;
-        for (int64_t k = 1; k < cells; ++k) {
-            const double h = H(k), rh = Uniform ? rhu : 1.0 / h, s = (v[k + 1] - v[k]) * rh;
-            const double lo = h, dk = 2.0 * (hprev + h), uk = hprev;
-            const double rk = 3.0 * (h * sprev + hprev * s);
-            const double pk = dk * p - lo * up_prev * pm;
-            const double yk = rk * p - lo * y;
-            if (pk == 0.0) return DfStatusSingularSystem;
-            const double rpk = 1.0 / pk;
-            b[4 * k] = yk * rpk;
-            b[4 * k + 1] = uk * p * rpk;
-            b[4 * k + 2] = rh;
-            b[4 * k + 3] = s;
-            pm = p;
-            p = pk;
-            y = yk;
-            up_prev = uk;
-            if (MinorScale::Out(p)) {
-                const double f = MinorScale::Factor(p);
-                pm *= f;
-                p *= f;
-                y *= f;
-            }
-            hprev = h;
-            sprev = s;
-        }
-        // Last row n-1, kept in registers.
-        double lo, dl, rl;
-        const double hn = H(n - 2), sn = sprev;
+        // Row n-1.
+        const double hl = H(n - 2), rhl = Uniform ? rhu : 1.0 / hl, sl = Slope(n - 2, rhl);
+        double lol, dl, rl;
         if constexpr (RightEnd(Variant) == End::NotAKnot) {
-            const double hm = H(n - 3), cn = hn + hm;
-            const double sm = b[4 * (n - 3) + 3];
-            lo = cn;
+            const double hm = H(n - 3), rhm = Uniform ? rhu : 1.0 / hm, sm = Slope(n - 3, rhm), cn = hl + hm;
+            lol = cn;
             dl = hm;
-            rl = (hn * hn * sm + hm * sn * (hn + 2.0 * cn)) / cn;
+            rl = (hl * hl * sm + hm * sl * (hl + 2.0 * cn)) / cn;
         } else if constexpr (RightEnd(Variant) == End::First) {
-            lo = 0.0;
+            lol = 0.0;
             dl = 1.0;
             rl = br;
         } else {
-            lo = 1.0;
+            lol = 1.0;
             dl = 2.0;
-            rl = 3.0 * sn + 0.5 * br * hn;
+            rl = 3.0 * sl + 0.5 * br * hl;
         }
-        const double pl = dl * p - lo * up_prev * pm, yl = rl * p - lo * y;
-        if (pl == 0.0) return DfStatusSingularSystem;
-        double mnext = yl / pl;  // m_{n-1}
-        for (int64_t k = cells - 1; k >= 0; --k) {
-            const double m = b[4 * k] - b[4 * k + 1] * mnext;
-            const double rh = b[4 * k + 2], s = b[4 * k + 3];
-            b[4 * k] = v[k];
-            b[4 * k + 1] = m;
-            b[4 * k + 2] = (3.0 * s - 2.0 * m - mnext) * rh;
-            b[4 * k + 3] = (m + mnext - 2.0 * s) * rh * rh;
-            mnext = m;
+        if (di0 == 0.0 || dl == 0.0) return DfStatusSingularSystem;
+        // Block k holds e_k, f_k (m_k = e_k - f_k m_{k+1}) above row c and
+        // e_k, g_k (m_k = e_k - g_k m_{k-1}) below it, then 1/h_k and s_k.
+        double pm = 1.0, p = di0, y = r0, upp = up0;
+        double te = r0 / di0, tf = up0 / di0;  // e, f of the last row eliminated from the top
+        b[0] = te;
+        b[1] = tf;
+        b[2] = rh0;
+        b[3] = s0;
+        double qm = 1.0, q = dl, z = rl, lon = lol;
+        double be = rl / dl, bg = lol / dl;  // e, g of the last row eliminated from the bottom
+        double hp = h0, sp = s0;            // h, s of the cell above the next top row
+        double hn = hl, sn = sl, rhn = rhl; // the cell below the next bottom row
+        auto Rescale = [](double &a, double &b2, double &w) {
+            if (MinorScale::Out(a)) {
+                const double f = MinorScale::Factor(a);
+                a *= f;
+                b2 *= f;
+                w *= f;
+            }
+        };
+        const int64_t down = n - 1 - c;  // rows eliminated from the bottom: n-1..c+1
+        for (int64_t i = 1; i < down; ++i) {
+            if (i < c) {
+                const int64_t k = i;
+                const double h = H(k), rh = Uniform ? rhu : 1.0 / h, s = Slope(k, rh);
+                const double pk = 2.0 * (hp + h) * p - h * upp * pm;
+                const double yk = 3.0 * (h * sp + hp * s) * p - h * y;
+                if (pk == 0.0) return DfStatusSingularSystem;
+                const double rpk = 1.0 / pk;
+                te = yk * rpk;
+                tf = hp * p * rpk;
+                b[4 * k] = te;
+                b[4 * k + 1] = tf;
+                b[4 * k + 2] = rh;
+                b[4 * k + 3] = s;
+                pm = p;
+                p = pk;
+                y = yk;
+                upp = hp;
+                Rescale(p, pm, y);
+                hp = h;
+                sp = s;
+            }
+            {
+                const int64_t k = n - 1 - i;  // interior row; its lower cell k is known
+                const double h = H(k - 1), rh = Uniform ? rhu : 1.0 / h, s = Slope(k - 1, rh);
+                const double qk = 2.0 * (h + hn) * q - h * lon * qm;
+                const double zk = 3.0 * (hn * s + h * sn) * q - h * z;
+                if (qk == 0.0) return DfStatusSingularSystem;
+                const double rqk = 1.0 / qk;
+                be = zk * rqk;
+                bg = hn * q * rqk;
+                b[4 * k] = be;
+                b[4 * k + 1] = bg;
+                b[4 * k + 2] = rhn;
+                b[4 * k + 3] = sn;
+                qm = q;
+                q = qk;
+                z = zk;
+                lon = hn;
+                Rescale(q, qm, z);
+                hn = h;
+                sn = s;
+                rhn = rh;
+            }
+        }
+        // Row c: the top side left h_{c-1}, s_{c-1}; the bottom side h_c, s_c.
+        {
+            const double lo = hn, d = 2.0 * (hp + hn), up = hp, r = 3.0 * (hn * sp + hp * sn);
+            const double den = d - lo * tf - up * bg;
+            if (den == 0.0) return DfStatusSingularSystem;
+            b[4 * c + 2] = rhn;
+            b[4 * c + 3] = sn;
+            double mc = (r - lo * te - up * be) / den;
+            // Substitution outwards from row c, both directions side by side;
+            // cell k gets m_k and m_{k+1}.
+            auto Cell = [&](int64_t k, double m, double mnext) {
+                const double rh = b[4 * k + 2], s = b[4 * k + 3];
+                b[4 * k] = v[k];
+                b[4 * k + 1] = m;
+                b[4 * k + 2] = (3.0 * s - 2.0 * m - mnext) * rh;
+                b[4 * k + 3] = (m + mnext - 2.0 * s) * rh * rh;
+            };
+            double mt = mc, mb = mc;
+            for (int64_t j = 1; j <= down; ++j) {
+                if (j <= c) {
+                    const int64_t k = c - j;
+                    const double m = b[4 * k] - b[4 * k + 1] * mt;
+                    Cell(k, m, mt);
+                    mt = m;
+                }
+                const int64_t k = c + j;
+                const double e = k == n - 1 ? rl / dl : b[4 * k], g = k == n - 1 ? lol / dl : b[4 * k + 1];
+                const double m = e - g * mb;
+                Cell(k - 1, mb, m);
+                mb = m;
+            }
         }
         return DfStatusOk;
     } else {
@@ -199,6 +260,6 @@ int CubicC2Streaming(const DfTask *t) {
     }
 }
 
-}  // namespace orb::df
+}  // namespace orb::df::ORB_KNS
 
 #endif

@@ -1,140 +1,22 @@
-// df?Construct1D: entry checks, choice of the construction driver by order
-// and type, and the drivers that pick a kernel by layout, partition kind
-// and boundary variant.
-#include <array>
-#include <utility>
-
-#include "datafit/df_akima_streaming_kernel.h"
-#include "datafit/df_c2_streaming_kernel.h"
+// df?Construct1D: entry checks, then the driver of the spline's order and
+// type from the construction code of the process's extended level.
+#include "datafit/df_construct_drivers.h"
 #include "datafit/df_level_cache.h"
-#include "datafit/df_spline_kernels.h"
-#include "datafit/df_subbotin_kernel.h"
 #include "datafit/df_task.h"
 
 namespace orb::df {
 namespace {
 
-using Kernel = int (*)(const DfTask *);
-using Driver = int (*)(const DfTask *, int64_t s_format, int64_t method);
+// Rows 0 and 1 run the baseline copy, 2 to 8 the SSE2 one, 9 AVX2.
+#define ORB_DF_ROW(set)                                                         \
+    {&k_generic::set, &k_generic::set, &k_sse2::set, &k_sse2::set, &k_sse2::set, \
+     &k_sse2::set,    &k_sse2::set,    &k_sse2::set, &k_sse2::set, &k_avx2::set}
 
-// Layout index: 0 point by point, 1 per function; -1 for an unknown hint.
-int LayoutIndex(int64_t yhint) {
-    if (yhint == 32) return 0;
-    if (yhint == 0 || yhint == 16 || yhint == 128) return 1;
-    return -1;
-}
-int PartitionIndex(const DfTask *t) { return (t->xhint & 4) ? 1 : 0; }
-
-// bc_type -> boundary variant; -1 unknown.
-int BoundaryVariant(int64_t bc_type) {
-    switch (bc_type) {
-    case 1: return 0;
-    case 2: return 1;
-    case 12: return 2;
-    case 36: return 3;
-    case 24: return 4;
-    case 48: return 5;
-    case 64: return 6;
-    default: return -1;
-    }
-}
-
-// Table of 28 kernels at partition*7 + layout*14 + variant.
-template <template <class, int, bool, int> class K, class T, size_t... I>
-constexpr std::array<Kernel, 28> MakeTable(std::index_sequence<I...>) {
-    return {K<T, static_cast<int>(I / 14), (I / 7) % 2 == 1, static_cast<int>(I % 7)>::fn...};
-}
-template <template <class, int, bool, int> class K, class T>
-constexpr std::array<Kernel, 28> Table28() {
-    return MakeTable<K, T>(std::make_index_sequence<28>());
-}
-
-template <class T, int L, bool U, int V> struct C2 { static constexpr Kernel fn = CubicC2Kernel<T, L, U, V>; };
-template <class T, int L, bool U, int V> struct C2S { static constexpr Kernel fn = CubicC2Streaming<L, U, V>; };
-template <class T, int L, bool U, int V> struct Ty0 { static constexpr Kernel fn = CubicType0Kernel<T, L, U, V>; };
-template <class T, int L, bool U, int V> struct Ty3 { static constexpr Kernel fn = CubicLocalKernel<T, L, U, V, 3>; };
-template <class T, int L, bool U, int V> struct Ty4 { static constexpr Kernel fn = CubicLocalKernel<T, L, U, V, 4>; };
-template <class T, int L, bool U, int V> struct Ty5 { static constexpr Kernel fn = CubicLocalKernel<T, L, U, V, 5>; };
-template <class T, int L, bool U, int V> struct Quad {
-    static constexpr Kernel fn = V == 6 ? nullptr : QuadraticKernel<T, L, U, (V == 6 ? 0 : V)>;
-};
-template <class T, int L, bool U, int V> struct Subbotin { static constexpr Kernel fn = SubbotinKernel<T, L, U, V>; };
-
-template <class T>
-int LinearDriver(const DfTask *t, int64_t s_format, int64_t method) {
-    if (s_format != 0 || method != 0) return DfStatusUnsupportedMethod;
-    if (t->nx < 2) return DfStatusBadPartitionSize;
-    int layout = LayoutIndex(t->yhint);
-    if (layout < 0) return DfStatusBadFunctionHint;
-    static constexpr Kernel kernels[4] = {LinearKernel<T, 0, false>, LinearKernel<T, 0, true>,
-                                          LinearKernel<T, 1, false>, LinearKernel<T, 1, true>};
-    return kernels[layout * 2 + PartitionIndex(t)](t);
-}
-
-template <class T>
-int QuadraticDriver(const DfTask *t, int64_t, int64_t) {
-    int layout = LayoutIndex(t->yhint);
-    if (layout < 0) return DfStatusBadFunctionHint;
-    if (t->splineType != 0 && t->splineType != 1) return DfStatusUnsupportedMethod;
-    if (t->splineType == 1 && !(t->icType & 8)) return DfStatusBadInternalConditionType;
-    int variant = BoundaryVariant(t->bcType);
-    if (variant < 0) return DfStatusBadBoundaryConditionType;
-    if (EndHasValue(variant) && !t->bc) return DfStatusNullBoundaryConditions;
-    if (t->nx < 2) return DfStatusBadPartitionSize;
-    const int index = PartitionIndex(t) * 7 + layout * 14 + variant;
-    if (t->splineType == 1) {
-        static constexpr std::array<Kernel, 28> knots = Table28<Subbotin, T>();
-        return knots[index](t);
-    }
-    if (variant == 6) return DfStatusBadBoundaryConditionType;
-    static constexpr std::array<Kernel, 28> table = Table28<Quad, T>();
-    return table[index](t);
-}
-
-template <class T, int Type>
-int CubicDriver(const DfTask *t, int64_t s_format, int64_t method) {
-    if (s_format != 0 || method != 0) return DfStatusUnsupportedMethod;
-    if (t->nx < 3) return DfStatusBadPartitionSize;
-    int layout = LayoutIndex(t->yhint);
-    if (layout < 0) return DfStatusBadFunctionHint;
-    int variant = BoundaryVariant(t->bcType);
-    if (variant < 0) return DfStatusBadBoundaryConditionType;
-    bool needs_values = EndHasValue(variant) || (variant == 6 && (Type == 0 || Type == 3));
-    if (needs_values && !t->bc) return DfStatusNullBoundaryConditions;
-    const int index = PartitionIndex(t) * 7 + layout * 14 + variant;
-    if constexpr (Type == 2 && sizeof(T) == 8) {
-        // One function: two sweeps through its own coefficient block beat
-        // a factorisation kept in scratch for sharing.
-        if (FunctionCount(t) == 1 && !(variant == 6 && t->nx < 4)) {
-            static constexpr std::array<Kernel, 28> streaming = Table28<C2S, T>();
-            return streaming[index](t);
-        }
-    }
-    if constexpr (Type == 5 && sizeof(T) == 8) {
-        if (FunctionCount(t) == 1) {  // every boundary code gives the same spline
-            static constexpr Kernel akima[4] = {AkimaStreaming<0, false>, AkimaStreaming<0, true>,
-                                                AkimaStreaming<1, false>, AkimaStreaming<1, true>};
-            return akima[layout * 2 + PartitionIndex(t)](t);
-        }
-    }
-    static constexpr std::array<Kernel, 28> table =
-        Type == 2 ? Table28<C2, T>() : Type == 0 ? Table28<Ty0, T>()
-        : Type == 3 ? Table28<Ty3, T>() : Type == 4 ? Table28<Ty4, T>() : Table28<Ty5, T>();
-    return table[index](t);
-}
-
-// Construction is a chain of scalar recurrences that gains nothing from
-// wider vectors: every level's row holds the same driver.
-template <class T>
-struct Drivers {
-    static inline LevelCache<Driver> linear{TwoCopies<Driver>(LinearDriver<T>, LinearDriver<T>)};
-    static inline LevelCache<Driver> quadratic{TwoCopies<Driver>(QuadraticDriver<T>, QuadraticDriver<T>)};
-    static inline LevelCache<Driver> cubic0{TwoCopies<Driver>(CubicDriver<T, 0>, CubicDriver<T, 0>)};
-    static inline LevelCache<Driver> cubic2{TwoCopies<Driver>(CubicDriver<T, 2>, CubicDriver<T, 2>)};
-    static inline LevelCache<Driver> cubic3{TwoCopies<Driver>(CubicDriver<T, 3>, CubicDriver<T, 3>)};
-    static inline LevelCache<Driver> cubic4{TwoCopies<Driver>(CubicDriver<T, 4>, CubicDriver<T, 4>)};
-    static inline LevelCache<Driver> cubic5{TwoCopies<Driver>(CubicDriver<T, 5>, CubicDriver<T, 5>)};
-};
+using DriverCache = LevelCache<const ConstructDriverSet *>;
+template <class T> struct Drivers;
+template <> struct Drivers<double> { static inline DriverCache set{DriverCache::Table ORB_DF_ROW(kDriversD)}; };
+template <> struct Drivers<float> { static inline DriverCache set{DriverCache::Table ORB_DF_ROW(kDriversS)}; };
+#undef ORB_DF_ROW
 
 }  // namespace
 
@@ -155,28 +37,29 @@ int Construct(DfTask *t, int64_t s_format, int64_t method) {
     } else {
         return DfStatusBadFunctionHint;
     }
-    Driver driver = nullptr;
+    const ConstructDriverSet &d = *Drivers<T>::set.Get();
+    ConstructDriver driver = nullptr;
     switch (t->splineOrder) {
-    case 2: driver = Drivers<T>::linear.Get(); break;
+    case 2: driver = d.linear; break;
     case 3:
         if (t->splineType != 0 && t->splineType != 1) return DfStatusBadSplineType;
-        driver = Drivers<T>::quadratic.Get();
+        driver = d.quadratic;
         break;
     case 4:
         switch (t->splineType) {
         case 0:
             if (!t->ic) return DfStatusNullInternalConditions;
             if (t->icType != 2) return DfStatusBadInternalConditionType;
-            driver = Drivers<T>::cubic0.Get();
+            driver = d.cubic0;
             break;
-        case 2: driver = Drivers<T>::cubic2.Get(); break;
+        case 2: driver = d.cubic2; break;
         case 3:
             if (!t->ic) return DfStatusNullInternalConditions;
             if (t->icType != 1) return DfStatusBadInternalConditionType;
-            driver = Drivers<T>::cubic3.Get();
+            driver = d.cubic3;
             break;
-        case 4: driver = Drivers<T>::cubic4.Get(); break;
-        case 5: driver = Drivers<T>::cubic5.Get(); break;
+        case 4: driver = d.cubic4; break;
+        case 5: driver = d.cubic5; break;
         default: return DfStatusBadSplineType;
         }
         break;

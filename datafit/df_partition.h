@@ -8,7 +8,7 @@
 
 #include "datafit/df_task.h"
 
-namespace orb::df {
+namespace orb::df::ORB_KNS {  // one copy per instruction-set level
 
 // Fills h[j] = x_{j+1} - x_j and rh[j] = 1/h_j for j < nx-1. A uniform
 // partition holds only its two ends; its width and reciprocal are computed
@@ -50,6 +50,6 @@ struct FunctionValues {
     }
 };
 
-}  // namespace orb::df
+}  // namespace orb::df::ORB_KNS
 
 #endif

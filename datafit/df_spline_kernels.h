@@ -10,7 +10,7 @@
 #include "datafit/df_task.h"
 #include "service/serv.h"
 
-namespace orb::df {
+namespace orb::df::ORB_KNS {  // one copy per instruction-set level
 
 // Boundary variant v (0..6) is bc_type 1, 2, 12, 36, 24, 48, 64. What each
 // end of a variant prescribes:
@@ -381,6 +381,6 @@ int CubicType0Kernel(const DfTask *t) {
     return DfStatusOk;
 }
 
-}  // namespace orb::df
+}  // namespace orb::df::ORB_KNS
 
 #endif

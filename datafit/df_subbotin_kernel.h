@@ -12,7 +12,7 @@
 
 #include "datafit/df_spline_kernels.h"
 
-namespace orb::df {
+namespace orb::df::ORB_KNS {  // one copy per instruction-set level
 
 // An end row: sum of w[k] * d_{idx[k]} = rhs.
 struct EndRow {
@@ -149,6 +149,6 @@ int SubbotinKernel(const DfTask *t) {
     return DfStatusOk;
 }
 
-}  // namespace orb::df
+}  // namespace orb::df::ORB_KNS
 
 #endif
