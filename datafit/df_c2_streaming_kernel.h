@@ -26,6 +26,36 @@ struct MinorScale {
     static double Factor(double p) { return __builtin_fabs(p) > kBig ? kSmall : kBig; }
 };
 
+// One direction of the two-ended elimination. An interior row couples the
+// cells on either side of its point: the one the sweep comes from (width
+// hold, slope sold) and the next one (h, s). Rows have the same shape seen
+// from either end, so both directions share this step.
+struct HalfSweep {
+    double pm, p, y, carry, hold, sold;  // minors, eliminated right side, coupling, last cell
+    double e, f;                         // m = e - f * (the next unknown towards the middle)
+    bool Step(double h, double s) {
+        const double pk = 2.0 * (hold + h) * p - h * carry * pm;
+        const double yk = 3.0 * (h * sold + hold * s) * p - h * y;
+        if (pk == 0.0) return false;
+        const double rpk = 1.0 / pk;
+        e = yk * rpk;
+        f = hold * p * rpk;
+        pm = p;
+        p = pk;
+        y = yk;
+        carry = hold;
+        if (MinorScale::Out(p)) {
+            const double g = MinorScale::Factor(p);
+            pm *= g;
+            p *= g;
+            y *= g;
+        }
+        hold = h;
+        sold = s;
+        return true;
+    }
+};
+
 template <int Layout, bool Uniform, int Variant>
 int CubicC2Streaming(const DfTask *t) {
     const int64_t n = t->nx, cells = n - 1;
@@ -86,79 +116,44 @@ int CubicC2Streaming(const DfTask *t) {
         }
         if (di0 == 0.0 || dl == 0.0) return DfStatusSingularSystem;
         // Block k holds e_k, f_k (m_k = e_k - f_k m_{k+1}) above row c and
-        // e_k, g_k (m_k = e_k - g_k m_{k-1}) below it, then 1/h_k and s_k.
-        double pm = 1.0, p = di0, y = r0, upp = up0;
-        double te = r0 / di0, tf = up0 / di0;  // e, f of the last row eliminated from the top
-        b[0] = te;
-        b[1] = tf;
+        // e_k, f_k (m_k = e_k - f_k m_{k-1}) below it, then 1/h_k and s_k.
+        HalfSweep top{1.0, di0, r0, up0, h0, s0, r0 / di0, up0 / di0};
+        HalfSweep bottom{1.0, dl, rl, lol, hl, sl, rl / dl, lol / dl};
+        b[0] = top.e;
+        b[1] = top.f;
         b[2] = rh0;
         b[3] = s0;
-        double qm = 1.0, q = dl, z = rl, lon = lol;
-        double be = rl / dl, bg = lol / dl;  // e, g of the last row eliminated from the bottom
-        double hp = h0, sp = s0;            // h, s of the cell above the next top row
-        double hn = hl, sn = sl, rhn = rhl; // the cell below the next bottom row
-        auto Rescale = [](double &a, double &b2, double &w) {
-            if (MinorScale::Out(a)) {
-                const double f = MinorScale::Factor(a);
-                a *= f;
-                b2 *= f;
-                w *= f;
-            }
-        };
+        double rhn = rhl;  // 1/h of the cell below the next bottom row
         const int64_t down = n - 1 - c;  // rows eliminated from the bottom: n-1..c+1
         for (int64_t i = 1; i < down; ++i) {
             if (i < c) {
                 const int64_t k = i;
                 const double h = H(k), rh = Uniform ? rhu : 1.0 / h, s = Slope(k, rh);
-                const double pk = 2.0 * (hp + h) * p - h * upp * pm;
-                const double yk = 3.0 * (h * sp + hp * s) * p - h * y;
-                if (pk == 0.0) return DfStatusSingularSystem;
-                const double rpk = 1.0 / pk;
-                te = yk * rpk;
-                tf = hp * p * rpk;
-                b[4 * k] = te;
-                b[4 * k + 1] = tf;
+                if (!top.Step(h, s)) return DfStatusSingularSystem;
+                b[4 * k] = top.e;
+                b[4 * k + 1] = top.f;
                 b[4 * k + 2] = rh;
                 b[4 * k + 3] = s;
-                pm = p;
-                p = pk;
-                y = yk;
-                upp = hp;
-                Rescale(p, pm, y);
-                hp = h;
-                sp = s;
             }
-            {
-                const int64_t k = n - 1 - i;  // interior row; its lower cell k is known
-                const double h = H(k - 1), rh = Uniform ? rhu : 1.0 / h, s = Slope(k - 1, rh);
-                const double qk = 2.0 * (h + hn) * q - h * lon * qm;
-                const double zk = 3.0 * (hn * s + h * sn) * q - h * z;
-                if (qk == 0.0) return DfStatusSingularSystem;
-                const double rqk = 1.0 / qk;
-                be = zk * rqk;
-                bg = hn * q * rqk;
-                b[4 * k] = be;
-                b[4 * k + 1] = bg;
-                b[4 * k + 2] = rhn;
-                b[4 * k + 3] = sn;
-                qm = q;
-                q = qk;
-                z = zk;
-                lon = hn;
-                Rescale(q, qm, z);
-                hn = h;
-                sn = s;
-                rhn = rh;
-            }
+            const int64_t k = n - 1 - i;  // interior row; its lower cell k is known
+            const double sn = bottom.sold;
+            const double h = H(k - 1), rh = Uniform ? rhu : 1.0 / h, s = Slope(k - 1, rh);
+            if (!bottom.Step(h, s)) return DfStatusSingularSystem;
+            b[4 * k] = bottom.e;
+            b[4 * k + 1] = bottom.f;
+            b[4 * k + 2] = rhn;
+            b[4 * k + 3] = sn;
+            rhn = rh;
         }
         // Row c: the top side left h_{c-1}, s_{c-1}; the bottom side h_c, s_c.
         {
-            const double lo = hn, d = 2.0 * (hp + hn), up = hp, r = 3.0 * (hn * sp + hp * sn);
-            const double den = d - lo * tf - up * bg;
+            const double hp = top.hold, hn = bottom.hold, sn = bottom.sold;
+            const double lo = hn, d = 2.0 * (hp + hn), up = hp, r = 3.0 * (hn * top.sold + hp * sn);
+            const double den = d - lo * top.f - up * bottom.f;
             if (den == 0.0) return DfStatusSingularSystem;
             b[4 * c + 2] = rhn;
             b[4 * c + 3] = sn;
-            double mc = (r - lo * te - up * be) / den;
+            double mc = (r - lo * top.e - up * bottom.e) / den;
             // Substitution outwards from row c, both directions side by side;
             // cell k gets m_k and m_{k+1}.
             auto Cell = [&](int64_t k, double m, double mnext) {
