@@ -6,6 +6,7 @@
 
 #include "dft/dfti_descriptor.h"
 #include "dft/engine/engine.h"
+#include "dft/smallcube/cube_kernels.h"
 
 namespace orb::dft {
 
@@ -29,6 +30,7 @@ struct DftiPlanRecord {
     DftiPackedSide packed_backward;  // backward input side
     int32_t threads = 1;
     int32_t cube_n = 0;                // small-cube planner
+    CubeKernel cube_forward = nullptr, cube_backward = nullptr;
     DftiSplit1DBlocking blocking;      // split 1-D planner
 };
 
@@ -42,6 +44,12 @@ int32_t DftiForwardInPlace(DftiDescriptor *, void *, void *, void *, void *);
 int32_t DftiBackwardInPlace(DftiDescriptor *, void *, void *, void *, void *);
 int32_t DftiForwardOutOfPlace(DftiDescriptor *, void *, void *, void *, void *);
 int32_t DftiBackwardOutOfPlace(DftiDescriptor *, void *, void *, void *, void *);
+
+// Small-cube compute entries (dfti_small_cube.cpp).
+int32_t DftiCubeForwardInPlace(DftiDescriptor *, void *, void *, void *, void *);
+int32_t DftiCubeBackwardInPlace(DftiDescriptor *, void *, void *, void *, void *);
+int32_t DftiCubeForwardOutOfPlace(DftiDescriptor *, void *, void *, void *, void *);
+int32_t DftiCubeBackwardOutOfPlace(DftiDescriptor *, void *, void *, void *, void *);
 
 // Position of R(k) (part 0) or I(k) (part 1) in a packed real array of
 // length-n transforms, or -1 when the format does not store it.
