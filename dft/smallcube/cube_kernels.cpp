@@ -25,12 +25,9 @@ inline V Load(const R *p, int64_t lane_step) {
     if constexpr (Contiguous || kLanes<V> == 2) {
         __builtin_memcpy(&v, p, sizeof v);
     } else {
-        R lanes[kLanes<V>];
-        for (int w = 0; w < kLanes<V> / 2; ++w) {
-            lanes[2 * w] = p[w * lane_step];
-            lanes[2 * w + 1] = p[w * lane_step + 1];
-        }
-        __builtin_memcpy(&v, lanes, sizeof v);
+        // One complex (two reals) per lane: a 16- or 8-byte move each.
+        for (int w = 0; w < kLanes<V> / 2; ++w)
+            __builtin_memcpy(reinterpret_cast<R *>(&v) + 2 * w, p + w * lane_step, 2 * sizeof(R));
     }
     return v;
 }
@@ -40,10 +37,8 @@ inline void Store(R *p, int64_t lane_step, V v) {
     if constexpr (Contiguous || kLanes<V> == 2) {
         __builtin_memcpy(p, &v, sizeof v);
     } else {
-        for (int w = 0; w < kLanes<V> / 2; ++w) {
-            p[w * lane_step] = v[2 * w];
-            p[w * lane_step + 1] = v[2 * w + 1];
-        }
+        for (int w = 0; w < kLanes<V> / 2; ++w)
+            __builtin_memcpy(p + w * lane_step, reinterpret_cast<const R *>(&v) + 2 * w, 2 * sizeof(R));
     }
 }
 
