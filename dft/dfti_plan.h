@@ -7,6 +7,7 @@
 #include "dft/dfti_descriptor.h"
 #include "dft/engine/engine.h"
 #include "dft/smallcube/cube_kernels.h"
+#include "dft/split1d/split1d_kernels.h"
 
 namespace orb::dft {
 
@@ -23,6 +24,14 @@ struct DftiSplit1DBlocking {
     int32_t v = 0, p = 0, b = 0;
 };
 
+// Split 1-D plan: kernel kind and table, the layout and scales it runs with.
+struct DftiSplit1DPlan {
+    int32_t kind = 0, n = 0;
+    SplitKernel forward = nullptr, backward = nullptr;
+    int32_t count = 1, is = 1, os = 1, idist = 0, odist = 0;
+    double fscale = 1.0, bscale = 1.0;
+};
+
 struct DftiPlanRecord {
     EnginePlan *forward = nullptr;
     EnginePlan *backward = nullptr;
@@ -32,6 +41,7 @@ struct DftiPlanRecord {
     int32_t cube_n = 0;                // small-cube planner
     CubeKernel cube_forward = nullptr, cube_backward = nullptr;
     DftiSplit1DBlocking blocking;      // split 1-D planner
+    DftiSplit1DPlan split;
 };
 
 // Builds both engine plans for the committed working tables. Returns 0,
@@ -44,6 +54,9 @@ int32_t DftiForwardInPlace(DftiDescriptor *, void *, void *, void *, void *);
 int32_t DftiBackwardInPlace(DftiDescriptor *, void *, void *, void *, void *);
 int32_t DftiForwardOutOfPlace(DftiDescriptor *, void *, void *, void *, void *);
 int32_t DftiBackwardOutOfPlace(DftiDescriptor *, void *, void *, void *, void *);
+
+// Builds the split 1-D plan and installs its compute entries (dfti_split1d.cpp).
+int32_t DftiBuildSplit1D(DftiDescriptor *d, DftiPlanRecord *r);
 
 // Small-cube compute entries (dfti_small_cube.cpp).
 int32_t DftiCubeForwardInPlace(DftiDescriptor *, void *, void *, void *, void *);

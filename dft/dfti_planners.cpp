@@ -70,10 +70,6 @@ using BuildFn = int32_t (*)(const DftiPlanner *, DftiDescriptor *, DftiPlanRecor
 // the out-of-cache answer for the kernels.
 int32_t BuildEngine(const DftiPlanner *self, DftiDescriptor *d, DftiPlanRecord *r) {
     r->cube_n = 0;
-    if (self == &DftiPlannerSplit1D)
-        r->blocking = DftiSplit1DBlock(d->work_n, d->work_count,
-                                       d->placement == DftiValuePlacement43, d->work_is,
-                                       d->work_os, d->work_idist, d->work_odist);
     if (int32_t s = DftiBindEngine(d, r)) return s;
     if (self == &DftiPlannerGeneral) {
         bool large = DftiIsLargeProblem(d, DftiCacheSize(1), DftiCacheSize(0));
@@ -83,6 +79,11 @@ int32_t BuildEngine(const DftiPlanner *self, DftiDescriptor *d, DftiPlanRecord *
     d->compute_forward = in_place ? DftiForwardInPlace : DftiForwardOutOfPlace;
     d->compute_backward = in_place ? DftiBackwardInPlace : DftiBackwardOutOfPlace;
     return DftiStatusNoError;
+}
+
+int32_t BuildSplit1D(const DftiPlanner *, DftiDescriptor *d, DftiPlanRecord *r) {
+    r->cube_n = 0;
+    return DftiBuildSplit1D(d, r);
 }
 
 // n^3 cubes: the unrolled kernels of the descriptor's level, no engine plan.
@@ -137,7 +138,7 @@ struct Lists {
 const DftiPlanner DftiPlannerSplitMultiDim = {Plan<AcceptSplitMultiDim, BuildEngine, false>,
                                                Release};
 const DftiPlanner DftiPlannerSplitBatch = {Plan<AcceptSplitBatch, BuildEngine, false>, Release};
-const DftiPlanner DftiPlannerSplit1D = {Plan<AcceptSplit1D, BuildEngine, false>, Release};
+const DftiPlanner DftiPlannerSplit1D = {Plan<AcceptSplit1D, BuildSplit1D, false>, Release};
 const DftiPlanner DftiPlannerSmallCube = {Plan<AcceptSmallCube, BuildCube, false>, Release};
 const DftiPlanner DftiPlannerGeneral = {Plan<AcceptAll, BuildEngine, true>, Release};
 

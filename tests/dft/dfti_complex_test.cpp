@@ -107,6 +107,16 @@ TEST(DftiComplex, LayoutTable) {
         cases.push_back(c);
     }
     {
+        ApiCase c = make("1d split straight-line in place strided", {7});
+        c.split = true, c.unit_in = -2, c.scale = 0.25;
+        cases.push_back(c);
+    }
+    {
+        ApiCase c = make("1d split straight-line oop", {10});
+        c.split = true, c.in_place = false, c.unit_in = 3, c.unit_out = 2;
+        cases.push_back(c);
+    }
+    {
         ApiCase c = make("small cube 8", {8, 8, 8});
         cases.push_back(c);
     }

@@ -87,6 +87,7 @@ TEST(DftiPlanners, SwitchingLayoutReleasesTheOldPlan) {
     EXPECT_EQ(a.h->current_planner, &DftiPlannerSplit1D);
     const auto *split_plan = static_cast<const DftiPlanRecord *>(a.h->plan);
     EXPECT_EQ(split_plan->blocking.b, 0);  // 16 * 1 / 32
+    EXPECT_EQ(split_plan->split.kind, kSplitKindGeneral);
     // Recommitting with the same split planner keeps its plan record.
     ASSERT_EQ(DftiSetValue(a.h, DftiParamTransformCount, 1), 0);
     ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
@@ -98,6 +99,20 @@ TEST(DftiPlanners, SwitchingLayoutReleasesTheOldPlan) {
     ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
     EXPECT_EQ(a.h->current_planner, &DftiPlannerGeneral);
     EXPECT_EQ(a.h->data_args, 1);
+}
+
+// Short split lengths take the straight-line kind, longer ones the engine.
+TEST(DftiPlanners, SplitKindByLength) {
+    for (int32_t n : {1, 7, 10, 11, 64}) {
+        Handle a;
+        ASSERT_EQ(DftiCreateDescriptor_d_1d(&a.h, DftiValueComplex, n), 0);
+        ASSERT_EQ(DftiSetValue(a.h, DftiParamLayout8, 42), 0);
+        ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
+        ASSERT_EQ(a.h->current_planner, &DftiPlannerSplit1D);
+        const auto *plan = static_cast<const DftiPlanRecord *>(a.h->plan);
+        EXPECT_EQ(plan->split.kind, n <= 10 ? kSplitKindStraight : kSplitKindGeneral) << n;
+        EXPECT_EQ(plan->forward == nullptr, n <= 10) << n;  // no engine plan behind the kernels
+    }
 }
 
 TEST(DftiPlanners, UserThreadsGiveSingleThreadedPlans) {

@@ -1,12 +1,15 @@
-// Small-cube kernels: every level's variant, both precisions and directions,
-// every n of the range, in and out of place, against the long-double naive
-// transform; plus the planner's path through the public interface.
+// Unrolled kernels, every level's variant called directly against the
+// long-double naive transform: small cubes (both precisions and directions,
+// every n, in and out of place) and split-storage straight-line kernels
+// (strides, negative too, scale); plus the small-cube path through the
+// public interface.
 #include <gtest/gtest.h>
 
 #include <cstring>
 
 #include "dft/dfti_descriptor.h"
 #include "dft/smallcube/cube_kernels.h"
+#include "dft/split1d/split1d_kernels.h"
 #include "engine_oracle.h"
 #include "include/orb_dfti.h"
 
@@ -49,6 +52,38 @@ TEST(DftiSmallCube, EveryLevelEveryN) {
                             << "level " << level << " single " << single << " backward "
                             << backward << " in place " << in_place << " n " << n;
                     }
+}
+
+TEST(DftiSplitStraight, EveryLevelEveryN) {
+    struct Layout { int64_t is, os; bool in_place; };
+    const Layout layouts[] = {{1, 1, false}, {3, -2, false}, {-1, -1, true}, {2, 2, true}};
+    for (int level : {2, 6, 7})
+        for (bool backward : {false, true})
+            for (const Layout &l : layouts)
+                for (int n = 1; n <= kSplitStraightMaxN; ++n) {
+                    const int64_t span = 3 * n + 3;
+                    std::vector<double> re(2 * span, 9), im(2 * span, 9), ore(2 * span, 9),
+                        oim(2 * span, 9);
+                    const int64_t mid = span;  // index 0 with room on both sides
+                    const std::vector<LCx> x = RandomComplex(n, 31 + n);
+                    std::vector<LCx> ref = x;
+                    NaiveAxis(ref, {n}, 0, backward ? 1 : -1);
+                    for (int j = 0; j < n; ++j) {
+                        re[mid + j * l.is] = double(x[j].real());
+                        im[mid + j * l.is] = double(x[j].imag());
+                    }
+                    double *out_re = l.in_place ? re.data() : ore.data();
+                    double *out_im = l.in_place ? im.data() : oim.data();
+                    SplitKernelsForLevel(level).k[backward][n](re.data() + mid, im.data() + mid,
+                                                               out_re + mid, out_im + mid, l.is,
+                                                               l.os, 0.5);
+                    std::vector<LCx> got(n);
+                    for (int k = 0; k < n; ++k)
+                        got[k] = LCx(out_re[mid + k * l.os], out_im[mid + k * l.os]) * 2.0L;
+                    EXPECT_LE(RelRms(got, ref), Tolerance(true, n))
+                        << "level " << level << " backward " << backward << " n " << n
+                        << " is " << l.is << " os " << l.os;
+                }
 }
 
 // Through the interface: offsets are honoured and the result is the

@@ -1,0 +1,19 @@
+// Kernel set by CpuLevel and the kind selector of the split 1-D plan.
+#include "dft/split1d/split1d_kernels.h"
+
+namespace orb::dft {
+
+const SplitKernelTable &SplitKernelsForLevel(int level) {
+    if (level >= 7) return k_avx2::SplitKernels();
+    if (level == 6) return k_avx::SplitKernels();
+    return k_sse2::SplitKernels();
+}
+
+// Starts from the general kind and lowers it while a cheaper one fits.
+int32_t SplitKernelKind(int32_t n, int32_t start_kind) {
+    int32_t kind = start_kind;
+    if (kind > kSplitKindStraight && n >= 1 && n <= kSplitStraightMaxN) kind = kSplitKindStraight;
+    return kind;
+}
+
+}  // namespace orb::dft
