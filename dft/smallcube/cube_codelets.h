@@ -20,10 +20,12 @@ typedef float VF4 __attribute__((vector_size(32)));
 // Exchange re and im in every complex pair.
 #if defined(__clang__)
 inline VD1 Swap(VD1 v) { return __builtin_shufflevector(v, v, 1, 0); }
+#if defined(__AVX__)
 inline VD2 Swap(VD2 v) { return __builtin_shufflevector(v, v, 1, 0, 3, 2); }
+inline VF4 Swap(VF4 v) { return __builtin_shufflevector(v, v, 1, 0, 3, 2, 5, 4, 7, 6); }
+#endif
 inline VF1 Swap(VF1 v) { return __builtin_shufflevector(v, v, 1, 0); }
 inline VF2 Swap(VF2 v) { return __builtin_shufflevector(v, v, 1, 0, 3, 2); }
-inline VF4 Swap(VF4 v) { return __builtin_shufflevector(v, v, 1, 0, 3, 2, 5, 4, 7, 6); }
 #else
 typedef long long MaskD1 __attribute__((vector_size(16)));
 typedef long long MaskD2 __attribute__((vector_size(32)));
@@ -31,10 +33,12 @@ typedef int MaskF1 __attribute__((vector_size(8)));
 typedef int MaskF2 __attribute__((vector_size(16)));
 typedef int MaskF4 __attribute__((vector_size(32)));
 inline VD1 Swap(VD1 v) { return __builtin_shuffle(v, MaskD1{1, 0}); }
+#if defined(__AVX__)
 inline VD2 Swap(VD2 v) { return __builtin_shuffle(v, MaskD2{1, 0, 3, 2}); }
+inline VF4 Swap(VF4 v) { return __builtin_shuffle(v, MaskF4{1, 0, 3, 2, 5, 4, 7, 6}); }
+#endif
 inline VF1 Swap(VF1 v) { return __builtin_shuffle(v, MaskF1{1, 0}); }
 inline VF2 Swap(VF2 v) { return __builtin_shuffle(v, MaskF2{1, 0, 3, 2}); }
-inline VF4 Swap(VF4 v) { return __builtin_shuffle(v, MaskF4{1, 0, 3, 2, 5, 4, 7, 6}); }
 #endif
 
 template <typename V>

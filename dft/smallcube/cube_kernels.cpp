@@ -42,7 +42,7 @@ inline void Store(R *p, int64_t lane_step, V v) {
     }
 }
 
-// Transforms `lines` lines: line l starts at complex index l*line_step
+// Transforms Count lines: line l starts at complex index l*line_step
 // (l runs in groups of W lanes), element j of a line at j*elem_step.
 template <int N, int S, typename V, typename R, bool Contiguous>
 inline void Group(const R *src, R *dst, int64_t elem_step, int64_t lane_step) {
@@ -52,16 +52,17 @@ inline void Group(const R *src, R *dst, int64_t elem_step, int64_t lane_step) {
     for (int k = 0; k < N; ++k) Store<V, R, Contiguous>(dst + 2 * k * elem_step, 2 * lane_step, y[k]);
 }
 
-template <int N, int S, typename VW, typename V1, typename R, bool Contiguous>
-inline void Lines(const R *src, R *dst, int64_t lines, int64_t elem_step, int64_t line_step) {
+template <int N, int S, typename VW, typename V1, typename R, bool Contiguous, int64_t Count>
+inline void Lines(const R *src, R *dst, int64_t elem_step, int64_t line_step) {
     constexpr int W = kLanes<VW> / 2;
-    int64_t l = 0;
-    for (; l + W <= lines; l += W)
+    constexpr int64_t whole = Count - Count % W;
+    for (int64_t l = 0; l < whole; l += W)
         Group<N, S, VW, R, Contiguous>(src + 2 * l * line_step, dst + 2 * l * line_step,
                                        elem_step, line_step);
-    for (; l < lines; ++l)
-        Group<N, S, V1, R, true>(src + 2 * l * line_step, dst + 2 * l * line_step, elem_step,
-                                 line_step);
+    if constexpr (whole < Count)
+        for (int64_t l = whole; l < Count; ++l)
+            Group<N, S, V1, R, true>(src + 2 * l * line_step, dst + 2 * l * line_step,
+                                     elem_step, line_step);
 }
 
 template <int N, int S, typename R, typename VW, typename V1>
@@ -74,12 +75,12 @@ void Cube(const void *in_v, void *out_v) {
         out[1] = in[1];
     } else {
         // Outermost axis: lines at consecutive indices, elements N*N apart.
-        Lines<N, S, VW, V1, R, true>(in, out, NN, NN, 1);
+        Lines<N, S, VW, V1, R, true, NN>(in, out, NN, 1);
         // Middle axis: per plane, lines at consecutive indices, elements N apart.
         for (int64_t p = 0; p < N; ++p)
-            Lines<N, S, VW, V1, R, true>(out + 2 * NN * p, out + 2 * NN * p, N, N, 1);
+            Lines<N, S, VW, V1, R, true, N>(out + 2 * NN * p, out + 2 * NN * p, N, 1);
         // Innermost axis: contiguous lines, N apart; lanes gathered.
-        Lines<N, S, VW, V1, R, false>(out, out, NN, 1, N);
+        Lines<N, S, VW, V1, R, false, NN>(out, out, 1, N);
     }
 }
 
