@@ -13,7 +13,7 @@
 
 #include "../roots/roots_core.h"
 
-namespace orb::vmk {
+ORB_VMK_BEGIN
 
 template <int W> inline VD<W> atan2_main(VD<W> y, VD<W> x) {
 #if defined(__clang__)
@@ -121,6 +121,6 @@ template <int W> inline VI<W> atan2_special_lanes(VD<W> y, VD<W> x) {
     return ~finite | zeros;
 }
 
-} // namespace orb::vmk
+ORB_VMK_END
 
 #endif

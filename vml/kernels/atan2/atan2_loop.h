@@ -6,7 +6,7 @@
 #include "../roots/kernel_loop.h"
 #include "atan2_core.h"
 
-namespace orb::vmk {
+ORB_VMK_BEGIN
 
 /* Accurate: the double-double core for double operands; Fast: the plain
  * double evaluation (single precision always uses it). */
@@ -28,6 +28,6 @@ inline void atan2_loop(int32_t n, const T *a, const T *b, T *y) {
     }
 }
 
-} // namespace orb::vmk
+ORB_VMK_END
 
 #endif

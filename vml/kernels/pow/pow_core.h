@@ -16,7 +16,7 @@
 
 #include "../roots/roots_core.h"
 
-namespace orb::vmk {
+ORB_VMK_BEGIN
 
 constexpr double kLn2Hi = 0.6931471805598903;
 constexpr double kLn2Lo = 5.497923018708371e-14;
@@ -179,6 +179,6 @@ inline double pow_special(double a, const PowExponent &pe, double b, int *code) 
     return (neg_a && pe.odd) ? -mag : mag;
 }
 
-} // namespace orb::vmk
+ORB_VMK_END
 
 #endif

@@ -10,7 +10,7 @@
 #include "frame_link.h"
 #include "roots_core.h"
 
-namespace orb::vmk {
+ORB_VMK_BEGIN
 
 /* Sets MXCSR for the kernel and restores it on exit, touching the register
  * only when the relevant bits differ. */
@@ -111,6 +111,6 @@ inline void unary_kernel(int32_t n, const T *a, T *y, Acc acc, int32_t code,
     unary_loop<W, Core, T>(n, a, y, acc, code, name);
 }
 
-} // namespace orb::vmk
+ORB_VMK_END
 
 #endif

@@ -11,7 +11,17 @@
 #include <immintrin.h>
 #endif
 
-namespace orb::vmk {
+/* Everything here is inline and compiled once per level: an inline
+ * namespace named after the level keeps each level's copies apart, or the
+ * linker would keep one level's instantiation for all of them. */
+#if defined(ORB_KNS)
+#define ORB_VMK_BEGIN namespace orb::vmk { inline namespace ORB_KNS {
+#else
+#define ORB_VMK_BEGIN namespace orb::vmk { inline namespace k_plain {
+#endif
+#define ORB_VMK_END } }
+
+ORB_VMK_BEGIN
 
 template <int W> struct Lanes {
     typedef double D __attribute__((vector_size(8 * W)));
@@ -126,6 +136,6 @@ template <int W, typename T> inline void store(T *p, VD<W> v) {
     }
 }
 
-} // namespace orb::vmk
+ORB_VMK_END
 
 #endif

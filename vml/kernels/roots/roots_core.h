@@ -16,7 +16,7 @@
 
 #include "dd.h"
 
-namespace orb::vmk {
+ORB_VMK_BEGIN
 
 template <int W> struct Out {
     VD<W> r;
@@ -108,6 +108,6 @@ struct InvCbrtCore {
     }
 };
 
-} // namespace orb::vmk
+ORB_VMK_END
 
 #endif
