@@ -196,14 +196,16 @@ const std::vector<Case> kAtan2Cases = {
     {-1, -1, -3 * kPi / 4, 0}, {1e-320, 1e300, 0.0, 0}, {-1e300, 1e-320, -kPi / 2, 0}};
 
 TEST(VmlMathSpecial, Atan2) {
-    const decltype(&k_ref::vdAtan2_ha) kd[] = ORB_ALL_LEVELS(vdAtan2_ha);
+    using KD = decltype(&k_ref::vdAtan2_ha);
+    const KD kd[3][6] = {ORB_ALL_LEVELS(vdAtan2_ha), ORB_ALL_LEVELS(vdAtan2_la),
+                         ORB_ALL_LEVELS(vdAtan2_ep)};
     const decltype(&k_ref::vsAtan2_ha) ks[] = ORB_ALL_LEVELS(vsAtan2_ha);
-    const decltype(&k_ref::vdAtan2_la) kl[] = ORB_ALL_LEVELS(vdAtan2_la);
     for (size_t l = 0; l < 6; ++l) {
-        Check<double>(kAtan2Cases, "vdAtan2", kLevelNames[l],
-                      [&](int n, const double *a, const double *b, double *y) { kl[l](n, a, b, y); });
-        Check<double>(kAtan2Cases, "vdAtan2", kLevelNames[l],
-                      [&](int n, const double *a, const double *b, double *y) { kd[l](n, a, b, y); });
+        for (const auto &flavour : kd)
+            Check<double>(kAtan2Cases, "vdAtan2", kLevelNames[l],
+                          [&](int n, const double *a, const double *b, double *y) {
+                              flavour[l](n, a, b, y);
+                          });
         Check<float>(kAtan2Cases, "vsAtan2", kLevelNames[l],
                      [&](int n, const float *a, const float *b, float *y) { ks[l](n, a, b, y); });
     }

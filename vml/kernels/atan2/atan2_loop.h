@@ -8,9 +8,12 @@
 
 ORB_VMK_BEGIN
 
-/* Accurate: the double-double core for double operands; Fast: the plain
- * double evaluation (single precision always uses it). */
-template <int W, typename T, bool Accurate>
+/* The evaluation a kernel uses: the double-double core (double, code 2),
+ * the plain double one with the long polynomial (double, code 1) or with
+ * the short one (double code 3, every single-precision code). */
+enum class AtanPath { Accurate, Plain, Short };
+
+template <int W, typename T, AtanPath Path>
 inline void atan2_loop(int32_t n, const T *a, const T *b, T *y) {
     for (int32_t i = 0; i < n; i += W) {
         int rem = n - i < W ? n - i : W;
@@ -18,8 +21,11 @@ inline void atan2_loop(int32_t n, const T *a, const T *b, T *y) {
         VI<W> special = atan2_special_lanes<W>(va, vb);
         const VD<W> one = splat<W>(1.0);
         VD<W> ya = select<W>(special, one, va), xb = select<W>(special, one, vb);
-        VD<W> r = (sizeof(T) == 4 || !Accurate) ? atan2_plain<W, sizeof(T) == 8>(ya, xb)
-                                                 : atan2_main<W>(ya, xb);
+        VD<W> r;
+        if constexpr (Path == AtanPath::Accurate)
+            r = atan2_main<W>(ya, xb);
+        else
+            r = atan2_plain<W, sizeof(T) == 8, Path == AtanPath::Short>(ya, xb);
         if (__builtin_expect(any<W>(special), 0)) {
             for (int l = 0; l < W; ++l)
                 if (special[l]) r[l] = atan2_special(va[l], vb[l]);

@@ -62,6 +62,12 @@ template <int W> inline VD<W> xor_sign(VD<W> v, VI<W> s) {
     return from_bits<W>(bits<W>(v) ^ s);
 }
 template <int W> inline bool any(VI<W> m) {
+#if defined(__AVX__)
+    if constexpr (W == 4) return _mm256_movemask_pd((__m256d)m) != 0;
+#endif
+#if defined(__SSE2__)
+    if constexpr (W == 2) return _mm_movemask_pd((__m128d)m) != 0;
+#endif
     int64_t acc = 0;
     for (int i = 0; i < W; ++i) acc |= m[i];
     return acc != 0;
