@@ -3,7 +3,8 @@
 // and precision, run through all six level variants, including the hard
 // regions. The bound depends on the flavour: 1 ulp for the accurate
 // kernels (Sqrt correctly rounded), 4 ulp for the lower-accuracy ones,
-// 26 correct bits for the fastest double arc tangent.
+// 26 correct bits for the fastest double arc tangent, 11 for the fastest
+// single-precision cube roots.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -120,21 +121,25 @@ TEST(VmlMathAccuracy, Sqrt) {
 TEST(VmlMathAccuracy, Cbrt) {
     const decltype(&k_ref::vdCbrt_ha) kd[] = ORB_ALL_LEVELS(vdCbrt_ha);
     const decltype(&k_ref::vsCbrt_ha) ks[] = ORB_ALL_LEVELS(vsCbrt_ha);
+    const decltype(&k_ref::vsCbrt_la) kl[] = ORB_ALL_LEVELS(vsCbrt_la);
     const decltype(&k_ref::vsCbrt_ep) ke[] = ORB_ALL_LEVELS(vsCbrt_ep);
     CheckUnary<double>(MathFn::Cbrt, kd, RootInputs<double>(3, true, 50000), 1.0);
     auto fin = RootInputs<float>(4, true, 50000);
     CheckUnary<float>(MathFn::Cbrt, ks, fin, 1.0);
-    CheckUnary<float>(MathFn::Cbrt, ke, fin, 4.0);
+    CheckUnary<float>(MathFn::Cbrt, kl, fin, 4.0);
+    CheckUnary<float>(MathFn::Cbrt, ke, fin, 0x1p12);  // 11 correct bits
 }
 
 TEST(VmlMathAccuracy, InvCbrt) {
     const decltype(&k_ref::vdInvCbrt_ha) kd[] = ORB_ALL_LEVELS(vdInvCbrt_ha);
     const decltype(&k_ref::vsInvCbrt_ha) ks[] = ORB_ALL_LEVELS(vsInvCbrt_ha);
+    const decltype(&k_ref::vsInvCbrt_la) kl[] = ORB_ALL_LEVELS(vsInvCbrt_la);
     const decltype(&k_ref::vsInvCbrt_ep) ke[] = ORB_ALL_LEVELS(vsInvCbrt_ep);
     CheckUnary<double>(MathFn::InvCbrt, kd, RootInputs<double>(5, true, 50000), 1.0);
     auto fin = RootInputs<float>(6, true, 50000);
     CheckUnary<float>(MathFn::InvCbrt, ks, fin, 1.0);
-    CheckUnary<float>(MathFn::InvCbrt, ke, fin, 4.0);
+    CheckUnary<float>(MathFn::InvCbrt, kl, fin, 4.0);
+    CheckUnary<float>(MathFn::InvCbrt, ke, fin, 0x1p12);  // 11 correct bits
 }
 
 // Bases for an exponent b: log-uniform so that |b log2 a| stays within

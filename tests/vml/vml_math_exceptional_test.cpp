@@ -100,21 +100,25 @@ const std::vector<Case> kInvCbrtCases = {
 TEST(VmlMathSpecial, Cbrt) {
     const decltype(&k_ref::vdCbrt_ha) kd[] = ORB_ALL_LEVELS(vdCbrt_ha);
     const decltype(&k_ref::vsCbrt_ha) ks[] = ORB_ALL_LEVELS(vsCbrt_ha);
+    const decltype(&k_ref::vsCbrt_la) kl[] = ORB_ALL_LEVELS(vsCbrt_la);
     const decltype(&k_ref::vsCbrt_ep) ke[] = ORB_ALL_LEVELS(vsCbrt_ep);
     CheckUnaryAll<double>(kd, kCbrtCases, "vdCbrt");
     CheckUnaryAll<float>(ks, kCbrtCases, "vsCbrt");
-    // The seed-only flavour is not exact on cubes; check the specials only.
+    // The faster flavours are not exact on cubes; check the specials only.
     std::vector<Case> specials(kCbrtCases.begin(), kCbrtCases.begin() + 5);
+    CheckUnaryAll<float>(kl, specials, "vsCbrt");
     CheckUnaryAll<float>(ke, specials, "vsCbrt");
 }
 
 TEST(VmlMathSpecial, InvCbrt) {
     const decltype(&k_ref::vdInvCbrt_ha) kd[] = ORB_ALL_LEVELS(vdInvCbrt_ha);
     const decltype(&k_ref::vsInvCbrt_ha) ks[] = ORB_ALL_LEVELS(vsInvCbrt_ha);
+    const decltype(&k_ref::vsInvCbrt_la) kl[] = ORB_ALL_LEVELS(vsInvCbrt_la);
     const decltype(&k_ref::vsInvCbrt_ep) ke[] = ORB_ALL_LEVELS(vsInvCbrt_ep);
     CheckUnaryAll<double>(kd, kInvCbrtCases, "vdInvCbrt");
     CheckUnaryAll<float>(ks, kInvCbrtCases, "vsInvCbrt");
     std::vector<Case> specials(kInvCbrtCases.begin(), kInvCbrtCases.begin() + 5);
+    CheckUnaryAll<float>(kl, specials, "vsInvCbrt");
     CheckUnaryAll<float>(ke, specials, "vsInvCbrt");
 }
 

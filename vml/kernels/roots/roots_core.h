@@ -61,9 +61,10 @@ template <int W> inline CbrtParts<W> cbrt_parts(VD<W> ax, bool halley) {
     return {t, r, scale};
 }
 
-/* Accuracy flavour: Full meets 1 ulp, Fast keeps only the seed (enough for
- * single precision at the lower accuracy codes). */
-enum class Acc { Full, Fast };
+/* Accuracy flavour: Full meets 1 ulp; Fast (4 ulp) and Seed (11 bits) are
+ * single-precision flavours: the vector levels run them on float lanes
+ * (float_roots.h), the plain loops on the seed of the double core. */
+enum class Acc { Full, Fast, Seed };
 
 struct SqrtCore {
     template <int W> static Out<W> eval(VD<W> a, Acc) {

@@ -9,10 +9,10 @@
 
 const VmlUnaryKernelS vml_kernels_vsSqrt[32] = ORB_VML_KERNEL_ROW(vsSqrt_ha, vsSqrt_ha, vsSqrt_ha);
 const VmlUnaryKernelD vml_kernels_vdSqrt[32] = ORB_VML_KERNEL_ROW(vdSqrt_ha, vdSqrt_ha, vdSqrt_ha);
-const VmlUnaryKernelS vml_kernels_vsCbrt[32] = ORB_VML_KERNEL_ROW(vsCbrt_ep, vsCbrt_ha, vsCbrt_ep);
+const VmlUnaryKernelS vml_kernels_vsCbrt[32] = ORB_VML_KERNEL_ROW(vsCbrt_la, vsCbrt_ha, vsCbrt_ep);
 const VmlUnaryKernelD vml_kernels_vdCbrt[32] = ORB_VML_KERNEL_ROW(vdCbrt_ha, vdCbrt_ha, vdCbrt_ha);
 const VmlUnaryKernelS vml_kernels_vsInvCbrt[32] =
-    ORB_VML_KERNEL_ROW(vsInvCbrt_ep, vsInvCbrt_ha, vsInvCbrt_ep);
+    ORB_VML_KERNEL_ROW(vsInvCbrt_la, vsInvCbrt_ha, vsInvCbrt_ep);
 const VmlUnaryKernelD vml_kernels_vdInvCbrt[32] =
     ORB_VML_KERNEL_ROW(vdInvCbrt_ha, vdInvCbrt_ha, vdInvCbrt_ha);
 
