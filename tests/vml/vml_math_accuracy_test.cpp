@@ -224,6 +224,8 @@ TEST(VmlMathAccuracy, Atan2) {
     std::vector<float> as, bs;
     Atan2Inputs<float>(8, 60000, as, bs);
     CheckAtan2<float>(ks, as, bs);
+    const decltype(&k_ref::vsAtan2_la) ksl[] = ORB_ALL_LEVELS(vsAtan2_la);
+    CheckAtan2<float>(ksl, as, bs, 4.0);
 }
 
 }  // namespace

@@ -203,15 +203,19 @@ TEST(VmlMathSpecial, Atan2) {
     using KD = decltype(&k_ref::vdAtan2_ha);
     const KD kd[3][6] = {ORB_ALL_LEVELS(vdAtan2_ha), ORB_ALL_LEVELS(vdAtan2_la),
                          ORB_ALL_LEVELS(vdAtan2_ep)};
-    const decltype(&k_ref::vsAtan2_ha) ks[] = ORB_ALL_LEVELS(vsAtan2_ha);
+    using KS = decltype(&k_ref::vsAtan2_ha);
+    const KS ks[2][6] = {ORB_ALL_LEVELS(vsAtan2_ha), ORB_ALL_LEVELS(vsAtan2_la)};
     for (size_t l = 0; l < 6; ++l) {
         for (const auto &flavour : kd)
             Check<double>(kAtan2Cases, "vdAtan2", kLevelNames[l],
                           [&](int n, const double *a, const double *b, double *y) {
                               flavour[l](n, a, b, y);
                           });
-        Check<float>(kAtan2Cases, "vsAtan2", kLevelNames[l],
-                     [&](int n, const float *a, const float *b, float *y) { ks[l](n, a, b, y); });
+        for (const auto &flavour : ks)
+            Check<float>(kAtan2Cases, "vsAtan2", kLevelNames[l],
+                         [&](int n, const float *a, const float *b, float *y) {
+                             flavour[l](n, a, b, y);
+                         });
     }
 }
 

@@ -5,16 +5,21 @@
 
 #include "../roots/kernel_loop.h"
 #include "atan2_core.h"
+#include "atan2_float.h"
 
 ORB_VMK_BEGIN
 
 /* The evaluation a kernel uses: the double-double core (double, code 2),
  * the plain double one with the long polynomial (double, code 1) or with
- * the short one (double code 3, every single-precision code). */
-enum class AtanPath { Accurate, Plain, Short };
+ * the short one (double code 3, single code 2), or float lanes (single
+ * codes 1 and 3). */
+enum class AtanPath { Accurate, Plain, Short, Float };
 
 template <int W, typename T, AtanPath Path>
 inline void atan2_loop(int32_t n, const T *a, const T *b, T *y) {
+    /* Float: single precision on float lanes at the vector levels, the
+     * short double evaluation in the plain loops. */
+    if constexpr (Path == AtanPath::Float && W > 1) return atan2_float_loop<W>(n, a, b, y);
     for (int32_t i = 0; i < n; i += W) {
         int rem = n - i < W ? n - i : W;
         VD<W> va = load_part<W, T>(a + i, rem), vb = load_part<W, T>(b + i, rem);
@@ -25,7 +30,7 @@ inline void atan2_loop(int32_t n, const T *a, const T *b, T *y) {
         if constexpr (Path == AtanPath::Accurate)
             r = atan2_main<W>(ya, xb);
         else
-            r = atan2_plain<W, sizeof(T) == 8, Path == AtanPath::Short>(ya, xb);
+            r = atan2_plain<W, sizeof(T) == 8, Path != AtanPath::Plain>(ya, xb);
         if (__builtin_expect(any<W>(special), 0)) {
             for (int l = 0; l < W; ++l)
                 if (special[l]) r[l] = atan2_special(va[l], vb[l]);
