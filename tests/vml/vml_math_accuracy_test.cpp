@@ -226,6 +226,8 @@ TEST(VmlMathAccuracy, Atan2) {
     CheckAtan2<float>(ks, as, bs);
     const decltype(&k_ref::vsAtan2_la) ksl[] = ORB_ALL_LEVELS(vsAtan2_la);
     CheckAtan2<float>(ksl, as, bs, 4.0);
+    const decltype(&k_ref::vsAtan2_ep) kse[] = ORB_ALL_LEVELS(vsAtan2_ep);
+    CheckAtan2<float>(kse, as, bs, 0x1p12);  // 11 correct bits and more
 }
 
 }  // namespace

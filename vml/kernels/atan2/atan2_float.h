@@ -1,10 +1,16 @@
 /* Single-precision arc tangent of the lower-accuracy codes, straight on
- * float lanes (twice as many per register as the widened double core):
- * with n = min(|x|,|y|), d = max(|x|,|y|), u = n/d or (n - d)/(n + d)
- * beyond tan(pi/8) (adds pi/4); atan(u) = u + u^3 P(u^2), P of degree 4
- * (2^-24.3 relative on the tail, tools/accuracy/fit_coefficients.py);
- * reflections as in the double core. Within about 2 ulp (bound: 4).
- * Lanes holding a NaN, an infinity or two zeros take the scalar C99 path. */
+ * float lanes (twice as many per register as the widened double core).
+ * With n = min(|x|,|y|), d = max(|x|,|y|) and u = n/d in [0, 1] (one
+ * division, no reduction): atan(u) = u + u^3 P(u^2), then
+ * angle = C + s atan(u) with C in {0, pi/2, pi} and s = -1 when exactly
+ * one of "swap" (|y| > |x|) and "x negative" holds; the sign of y goes on
+ * last. P: degree 8 (2^-25.3 relative on [0, 1], within about 2 ulp,
+ * code 1) or degree 4 (2^-15.6, code 3); coefficients from
+ * tools/accuracy/fit_coefficients.py, rounded to float.
+ * Zeros, infinities and NaNs need no test of their own: the quotient is a
+ * NaN for NaN operands, for two zeros and for two infinities (those lanes
+ * take the scalar C99 path), and one infinity or one zero already gives
+ * the C99 angle through u = 0. */
 #ifndef ORB_VML_KERNELS_ATAN2_FLOAT_H
 #define ORB_VML_KERNELS_ATAN2_FLOAT_H
 
@@ -12,7 +18,7 @@
 
 ORB_VMK_BEGIN
 
-template <int F> struct FloatAtan2 {
+template <int F, bool Short> struct FloatAtan2 {
     using V = typename FloatLanes<F>::V;
     using M = typename FloatLanes<F>::M;
 
@@ -25,45 +31,49 @@ template <int F> struct FloatAtan2 {
 #endif
         return a * b + c;
     }
+    template <int N> static V hornerf(V z, const float (&c)[N]) {
+        V p = splatf(c[N - 1]);
+        for (int i = N - 2; i >= 0; --i) p = fmaf(p, z, splatf(c[i]));
+        return p;
+    }
+    static bool any_nan(V r) {
+#if defined(__AVX__)
+        if constexpr (F == 8) return _mm256_movemask_ps(_mm256_cmp_ps(r, r, _CMP_UNORD_Q)) != 0;
+#endif
+#if defined(__SSE__)
+        if constexpr (F == 4) return _mm_movemask_ps(_mm_cmpunord_ps(r, r)) != 0;
+#endif
+        M m = (M)(r != r);
+        int32_t acc = 0;
+        for (int l = 0; l < F; ++l) acc |= m[l];
+        return acc != 0;
+    }
 
-    /* atan2(y, x) for lanes that are finite and not both zero; `special`
-     * receives the others. */
-    static V eval(V y, V x, M &special) {
-        static const float p[5] = {-0.3333333176116852f, 0.19999540483648964f,
-                                   -0.1426395559798464f, 0.10743731490791084f,
-                                   -0.06451928208121749f};
-        M ay_i = (M)y & INT32_MAX, ax_i = (M)x & INT32_MAX;
-        special = (M)(ay_i >= 0x7F800000) | (M)(ax_i >= 0x7F800000) |
-                  ((M)(ay_i == 0) & (M)(ax_i == 0));
-        V ay = (V)ay_i, ax = (V)ax_i;
+    static V eval(V y, V x) {
+        static const float pl[9] = {-0.3333333134651184f, 0.19999739527702332f,
+                                    -0.1427856832742691f, 0.11033764481544495f,
+                                    -0.08656880259513855f, 0.0625016912817955f,
+                                    -0.035871539264917374f, 0.01350777130573988f,
+                                    -0.0023869972210377455f};
+        static const float ps[5] = {-0.3333047032356262f, 0.1985442042350769f,
+                                    -0.1301778107881546f, 0.06834405660629272f,
+                                    -0.01802321895956993f};
+        const M ysign = (M)y & INT32_MIN, xneg = (M)x >> 31;
+        V ay = (V)((M)y & INT32_MAX), ax = (V)((M)x & INT32_MAX);
         M swap = (M)(ay > ax);
-        V num = sel(swap, ax, ay), den = sel(swap, ay, ax);
-        /* n + d must not overflow. */
-        V f = sel((M)(den > 0x1p126f), splatf(0.25f), splatf(1.0f));
-        num = num * f;
-        den = sel(special, splatf(1.0f), den * f);
-        M red = (M)(num > 0.41421356f * den);
-        V u = sel(red, num - den, num) / sel(red, num + den, den);
+        V u = sel(swap, ax, ay) / sel(swap, ay, ax);
         V z = u * u;
-        V poly = fmaf(fmaf(fmaf(fmaf(splatf(p[4]), z, splatf(p[3])), z, splatf(p[2])), z,
-                           splatf(p[1])), z, splatf(p[0]));
-        V at = fmaf(u * z, poly, u);
-        V c = sel(red, splatf(0.78539816f), V{});
-        V s = splatf(1.0f);
-        c = sel(swap, 1.57079633f - c, c);
-        s = sel(swap, -s, s);
-        M xneg = (M)x < 0;
-        c = sel(xneg, 3.14159265f - c, c);
-        s = sel(xneg, -s, s);
-        V r = fmaf(s, at, c);
-        return (V)((M)r ^ ((M)y & INT32_MIN));
+        V at = fmaf(u * z, Short ? hornerf(z, ps) : hornerf(z, pl), u);
+        V c = sel(swap, splatf(1.57079633f), sel(xneg, splatf(3.14159265f), V{}));
+        at = (V)((M)at ^ ((swap ^ xneg) & INT32_MIN));
+        return (V)((M)(c + at) ^ ysign);
     }
 };
 
-template <int W>
+template <int W, bool Short>
 inline void atan2_float_loop(int32_t n, const float *a, const float *b, float *y) {
     constexpr int F = W >= 4 ? 8 : 4;
-    using A = FloatAtan2<F>;
+    using A = FloatAtan2<F, Short>;
     for (int32_t i = 0; i < n; i += F) {
         const int rem = n - i < F ? n - i : F;
         typename A::V va = A::splatf(1.0f), vb = A::splatf(1.0f);
@@ -74,13 +84,10 @@ inline void atan2_float_loop(int32_t n, const float *a, const float *b, float *y
             memcpy(&va, a + i, rem * sizeof(float));
             memcpy(&vb, b + i, rem * sizeof(float));
         }
-        typename A::M special;
-        typename A::V r = A::eval(va, vb, special);
-        int32_t acc = 0;
-        for (int l = 0; l < F; ++l) acc |= special[l];
-        if (__builtin_expect(acc != 0, 0))
+        typename A::V r = A::eval(va, vb);
+        if (__builtin_expect(A::any_nan(r), 0))
             for (int l = 0; l < F; ++l)
-                if (special[l]) r[l] = static_cast<float>(atan2_special(va[l], vb[l]));
+                if (r[l] != r[l]) r[l] = static_cast<float>(atan2_special(va[l], vb[l]));
         if (rem == F)
             memcpy(y + i, &r, sizeof r);
         else

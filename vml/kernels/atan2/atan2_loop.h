@@ -11,15 +11,16 @@ ORB_VMK_BEGIN
 
 /* The evaluation a kernel uses: the double-double core (double, code 2),
  * the plain double one with the long polynomial (double, code 1) or with
- * the short one (double code 3, single code 2), or float lanes (single
- * codes 1 and 3). */
-enum class AtanPath { Accurate, Plain, Short, Float };
+ * the short one (double code 3, single code 2), or float lanes with the
+ * long (single code 1) or short polynomial (single code 3). */
+enum class AtanPath { Accurate, Plain, Short, Float, FloatShort };
 
 template <int W, typename T, AtanPath Path>
 inline void atan2_loop(int32_t n, const T *a, const T *b, T *y) {
     /* Float: single precision on float lanes at the vector levels, the
      * short double evaluation in the plain loops. */
-    if constexpr (Path == AtanPath::Float && W > 1) return atan2_float_loop<W>(n, a, b, y);
+    if constexpr (Path == AtanPath::Float && W > 1) return atan2_float_loop<W, false>(n, a, b, y);
+    if constexpr (Path == AtanPath::FloatShort && W > 1) return atan2_float_loop<W, true>(n, a, b, y);
     for (int32_t i = 0; i < n; i += W) {
         int rem = n - i < W ? n - i : W;
         VD<W> va = load_part<W, T>(a + i, rem), vb = load_part<W, T>(b + i, rem);

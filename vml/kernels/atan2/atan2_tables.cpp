@@ -5,7 +5,7 @@
 #include "../roots/table_row.h"
 #include "vml/vml_tables.h"
 
-const VmlBinaryKernelS vml_kernels_vsAtan2[32] = ORB_VML_KERNEL_ROW(vsAtan2_la, vsAtan2_ha, vsAtan2_la);
+const VmlBinaryKernelS vml_kernels_vsAtan2[32] = ORB_VML_KERNEL_ROW(vsAtan2_la, vsAtan2_ha, vsAtan2_ep);
 const VmlBinaryKernelD vml_kernels_vdAtan2[32] = ORB_VML_KERNEL_ROW(vdAtan2_la, vdAtan2_ha, vdAtan2_ep);
 
 #include "atan2_costs.inc"
