@@ -24,14 +24,20 @@ inline void atan2_loop(int32_t n, const T *a, const T *b, T *y) {
     for (int32_t i = 0; i < n; i += W) {
         int rem = n - i < W ? n - i : W;
         VD<W> va = load_part<W, T>(a + i, rem), vb = load_part<W, T>(b + i, rem);
-        VI<W> special = atan2_special_lanes<W>(va, vb);
-        const VD<W> one = splat<W>(1.0);
-        VD<W> ya = select<W>(special, one, va), xb = select<W>(special, one, vb);
+        VI<W> special;
         VD<W> r;
-        if constexpr (Path == AtanPath::Accurate)
-            r = atan2_main<W>(ya, xb);
-        else
-            r = atan2_plain<W, sizeof(T) == 8, Path != AtanPath::Plain>(ya, xb);
+        if constexpr (Path == AtanPath::Accurate) {
+            special = atan2_special_lanes<W>(va, vb);
+            const VD<W> one = splat<W>(1.0);
+            r = atan2_main<W>(select<W>(special, one, va), select<W>(special, one, vb));
+        } else {
+            /* The plain quotients come out NaN exactly for the lanes
+             * that need the scalar path (a NaN, two zeros, two
+             * infinities); one zero or one infinity gives u = 0 and the
+             * right angle. */
+            r = atan2_plain<W, sizeof(T) == 8, Path != AtanPath::Plain>(va, vb);
+            special = (VI<W>)(r != r);
+        }
         if (__builtin_expect(any<W>(special), 0)) {
             for (int l = 0; l < W; ++l)
                 if (special[l]) r[l] = atan2_special(va[l], vb[l]);
