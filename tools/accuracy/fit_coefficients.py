@@ -44,6 +44,7 @@ def atan_tail(z):     # atan(u) = u + u^3 P(u^2)
 
 
 fit("cbrt seed", cbrt, mp.mpf(1), mp.mpf(2), 7, "m")
+fit("inverse cbrt seed (single, widened)", lambda m: 1 / mp.cbrt(m), mp.mpf(1), mp.mpf(2), 5, "m")
 fit("atan tail P", atan_tail, mp.mpf(0), (mp.sqrt(2) - 1)**2, 10, "z = u^2")
 print("ln2 hi/lo, pi parts:")
 ln2 = mp.log(2)

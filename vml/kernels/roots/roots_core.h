@@ -61,10 +61,36 @@ template <int W> inline CbrtParts<W> cbrt_parts(VD<W> ax, bool halley) {
     return {t, r, scale};
 }
 
-/* Accuracy flavour: Full meets 1 ulp; Fast (4 ulp) and Seed (11 bits) are
- * single-precision flavours: the vector levels run them on float lanes
+/* Accuracy flavour: Full meets 1 ulp; Wide (1 ulp), Fast (4 ulp) and Seed
+ * (11 bits) are single-precision flavours: Wide runs on widened operands
+ * (inv_cbrt_wide), the vector levels run Fast and Seed on float lanes
  * (float_roots.h), the plain loops on the seed of the double core. */
-enum class Acc { Full, Fast, Seed };
+enum class Acc { Full, Wide, Fast, Seed };
+
+/* 1/cbrt(ax) for widened single-precision ax (finite, non-zero, never a
+ * subnormal double): x = m 2^(3k+j), m in [1,2); a degree-5 seed for
+ * m^(-1/3) (17.1 bits, tools/accuracy/fit_coefficients.py) times
+ * 2^(-j/3) 2^-k, then one division-free Newton step
+ * y + y (1 - x y^3)/3, whose relative error 2 e^2 stays below 2^-33:
+ * a single-precision result (y, or x y^2 for the cube root) is off by
+ * little more than its final rounding. */
+template <int W> inline VD<W> inv_cbrt_wide(VD<W> ax) {
+    static const double seed[6] = {1.7776471684890054, -1.5540274077106597,
+                                   1.2271496200207155, -0.5865141615889806,
+                                   0.15224956438221762, -0.016511679091286462};
+    VI<W> ib = bits<W>(ax);
+    VI<W> u = (ib >> 52) - 1023 + 150;   /* e + 150 in [1, 278] */
+    VI<W> q = (u * 43691) >> 17;         /* u / 3 */
+    VI<W> j = u - 3 * q;
+    VI<W> k = q - 50;
+    VD<W> m = from_bits<W>((ib & 0x000FFFFFFFFFFFFFLL) | 0x3FF0000000000000LL);
+    VD<W> c = select<W>(j == 0, splat<W>(1.0),
+                        select<W>(j == 1, splat<W>(0.7937005259840998),
+                                  splat<W>(0.6299605249474366)));
+    VD<W> y = from_bits<W>(bits<W>(horner<W>(m, seed) * c) - (k << 52));
+    VD<W> e = 1.0 - ax * (y * y * y);
+    return fma<W>(y * e, splat<W>(0.3333333333333333), y);
+}
 
 struct SqrtCore {
     template <int W> static Out<W> eval(VD<W> a, Acc) {
@@ -76,9 +102,15 @@ struct CbrtCore {
     template <int W> static Out<W> eval(VD<W> a, Acc acc) {
         VD<W> ax = vabs<W>(a);
         VI<W> special = (VI<W>)(a == 0.0) | ~(VI<W>)(ax < kInf);
-        CbrtParts<W> p = cbrt_parts<W>(select<W>(special, splat<W>(1.0), ax),
-                                       acc == Acc::Full);
-        VD<W> r = (acc == Acc::Full ? p.t + p.t * p.r : p.t) * p.scale;
+        VD<W> r;
+        if (acc == Acc::Wide) {
+            VD<W> xs = select<W>(special, splat<W>(1.0), ax), y = inv_cbrt_wide<W>(xs);
+            r = xs * (y * y);
+        } else {
+            CbrtParts<W> p = cbrt_parts<W>(select<W>(special, splat<W>(1.0), ax),
+                                           acc == Acc::Full);
+            r = (acc == Acc::Full ? p.t + p.t * p.r : p.t) * p.scale;
+        }
         r = xor_sign<W>(r, sign_bits<W>(a));
         return {select<W>(special, a + a, r), VI<W>{}};
     }
@@ -89,18 +121,22 @@ struct InvCbrtCore {
         VD<W> ax = vabs<W>(a);
         VI<W> zero = (VI<W>)(a == 0.0);
         VI<W> special = zero | ~(VI<W>)(ax < kInf);
-        CbrtParts<W> p = cbrt_parts<W>(select<W>(special, splat<W>(1.0), ax),
-                                       acc == Acc::Full);
         VD<W> r;
-        if (acc == Acc::Full) {
-            VD<W> y = 1.0 / p.t;
-            DD<W> ty = two_prod<W>(p.t, y);
-            VD<W> e = (1.0 - ty.hi) - ty.lo;
-            r = y + y * ((e - p.r) + p.r * p.r);
+        if (acc == Acc::Wide) {
+            r = inv_cbrt_wide<W>(select<W>(special, splat<W>(1.0), ax));
         } else {
-            r = 1.0 / p.t;
+            CbrtParts<W> p = cbrt_parts<W>(select<W>(special, splat<W>(1.0), ax),
+                                           acc == Acc::Full);
+            if (acc == Acc::Full) {
+                VD<W> y = 1.0 / p.t;
+                DD<W> ty = two_prod<W>(p.t, y);
+                VD<W> e = (1.0 - ty.hi) - ty.lo;
+                r = y + y * ((e - p.r) + p.r * p.r);
+            } else {
+                r = 1.0 / p.t;
+            }
+            r = r / p.scale;
         }
-        r = r / p.scale;
         /* 1/(+-0) = +-inf, 1/(+-inf) = +-0, NaN stays NaN. */
         VD<W> sp = select<W>(zero, xor_sign<W>(splat<W>(kInf), sign_bits<W>(a)),
                              1.0 / (a + a));

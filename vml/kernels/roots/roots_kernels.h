@@ -2,7 +2,7 @@
  * status reported for flagged lanes, export name). Every level namespace
  * (k_ref for the plain reference loops, k_generic ... k_avx2) defines them
  * all; the declarations below follow from the list. Suffix _ha is the
- * flavour within 1 ulp, _la the single-precision flavour within 4 ulp
+ * flavour within 1 ulp (single precision: Newton step on widened lanes), _la the single-precision flavour within 4 ulp
  * (seed and one Newton step on float lanes), _ep the seed-only one (11
  * bits and more). */
 #ifndef ORB_VML_KERNELS_ROOTS_KERNELS_H
@@ -13,11 +13,11 @@
 #define ORB_VML_ROOT_KERNELS(X)                                  \
     X(vsSqrt_ha, float, SqrtCore, Full, 1, "vsSqrt")             \
     X(vdSqrt_ha, double, SqrtCore, Full, 1, "vdSqrt")            \
-    X(vsCbrt_ha, float, CbrtCore, Full, 0, "vsCbrt")             \
+    X(vsCbrt_ha, float, CbrtCore, Wide, 0, "vsCbrt")             \
     X(vsCbrt_la, float, CbrtCore, Fast, 0, "vsCbrt")             \
     X(vsCbrt_ep, float, CbrtCore, Seed, 0, "vsCbrt")             \
     X(vdCbrt_ha, double, CbrtCore, Full, 0, "vdCbrt")            \
-    X(vsInvCbrt_ha, float, InvCbrtCore, Full, 2, "vsInvCbrt")    \
+    X(vsInvCbrt_ha, float, InvCbrtCore, Wide, 2, "vsInvCbrt")    \
     X(vsInvCbrt_la, float, InvCbrtCore, Fast, 2, "vsInvCbrt")    \
     X(vsInvCbrt_ep, float, InvCbrtCore, Seed, 2, "vsInvCbrt")    \
     X(vdInvCbrt_ha, double, InvCbrtCore, Full, 2, "vdInvCbrt")
