@@ -114,20 +114,34 @@ template <int W> inline VD<W> exp_dd(DD<W> y) {
     return exp_tail<W>(kd, r + yl, VD<W>{});
 }
 
-/* Single precision: every float operand and every finite non-zero float
- * result keep |b log a| below 104, so plain double arithmetic (relative
- * error near 2^-44 in the exponent) leaves only the final rounding. */
+/* Single precision, without tables: every finite non-zero float result
+ * keeps |b log a| below 104, and double arithmetic leaves only the final
+ * rounding to single once log and exp are good to about 2^-32.
+ *   log: a = 2^e m, m in [sqrt(1/2), sqrt(2)); s = (m - 1)/(m + 1),
+ *        log m = 2 s (1 + s^2/3 + ... + s^12/13), truncation below 2^-39
+ *        relative (s^2 <= 0.0295);
+ *   exp: t = k ln2 + r, |r| <= ln2/2, e^r by its Taylor polynomial of
+ *        degree 8 (remainder below 2^-32 relative), 2^k on the exponent.
+ * t is clamped to [-120, 100]: beyond, the float result is 0 or
+ * overflows either way (the kernel flags the overflow). */
 template <int W> inline VD<W> pow_single(VD<W> ax, double b) {
-    static const double q[6] = {-0.5, 0.3333333333333333, -0.25, 0.2,
-                                -0.16666666666666666, 0.14285714285714285};
-    LogArg<W> g = log_arg<W>(ax);   /* widened floats: never subnormal */
-    VD<W> lh = gather<W>(kPowLogHi, g.idx);
-    VD<W> lm = fma<W>(g.e, splat<W>(0.6931471805599453), lh) +
-               fma<W>(g.r * g.r, horner<W>(g.r, q), g.r);
-    VD<W> y = vmax<W>(vmin<W>(b * lm, splat<W>(710.0)), splat<W>(-746.0));
-    VD<W> kd = round_int<W>(y * kN_Ln2);
-    VD<W> r = fma<W>(kd, splat<W>(-0.0054152123481245725), y);
-    return exp_tail<W>(kd, r, VD<W>{});
+    static const double lc[7] = {1.0, 1.0 / 3, 1.0 / 5, 1.0 / 7, 1.0 / 9, 1.0 / 11, 1.0 / 13};
+    static const double ec[9] = {1.0, 1.0, 1.0 / 2, 1.0 / 6, 1.0 / 24, 1.0 / 120,
+                                 1.0 / 720, 1.0 / 5040, 1.0 / 40320};
+    VI<W> tmp = bits<W>(ax) - 0x3FE6A09E667F3BCDLL;   /* bits of sqrt(1/2) */
+    VI<W> e = tmp >> 52;
+    VD<W> m = from_bits<W>(bits<W>(ax) - (e << 52));
+    VD<W> s = (m - 1.0) / (m + 1.0);
+    VD<W> lm = (s + s) * horner<W>(s * s, lc);
+    VD<W> t = b * fma<W>(to_double<W>(e), splat<W>(0.6931471805599453), lm);
+    t = vmax<W>(vmin<W>(t, splat<W>(100.0)), splat<W>(-120.0));
+    VD<W> kd = round_int<W>(t * 1.4426950408889634);
+    VD<W> r = fma<W>(kd, splat<W>(-1.9082149292705877e-10),
+                     fma<W>(kd, splat<W>(-0.6931471803691238), t));
+    VD<W> p = horner<W>(r, ec);
+    const VD<W> magic = splat<W>(6755399441055744.0);
+    VI<W> k = bits<W>(kd + magic) - bits<W>(magic);
+    return from_bits<W>(bits<W>(p) + (k << 52));
 }
 
 /* Properties of the scalar exponent, computed once per kernel call. */
