@@ -135,7 +135,12 @@ TEST(VmlMathAccuracy, InvCbrt) {
     const decltype(&k_ref::vsInvCbrt_ha) ks[] = ORB_ALL_LEVELS(vsInvCbrt_ha);
     const decltype(&k_ref::vsInvCbrt_la) kl[] = ORB_ALL_LEVELS(vsInvCbrt_la);
     const decltype(&k_ref::vsInvCbrt_ep) ke[] = ORB_ALL_LEVELS(vsInvCbrt_ep);
-    CheckUnary<double>(MathFn::InvCbrt, kd, RootInputs<double>(5, true, 50000), 1.0);
+    const decltype(&k_ref::vdInvCbrt_la) kdl[] = ORB_ALL_LEVELS(vdInvCbrt_la);
+    const decltype(&k_ref::vdInvCbrt_ep) kde[] = ORB_ALL_LEVELS(vdInvCbrt_ep);
+    auto din = RootInputs<double>(5, true, 50000);
+    CheckUnary<double>(MathFn::InvCbrt, kd, din, 1.0);
+    CheckUnary<double>(MathFn::InvCbrt, kdl, din, 4.0);
+    CheckUnary<double>(MathFn::InvCbrt, kde, din, 0x1p26);  // 26 correct bits
     auto fin = RootInputs<float>(6, true, 50000);
     CheckUnary<float>(MathFn::InvCbrt, ks, fin, 1.0);
     CheckUnary<float>(MathFn::InvCbrt, kl, fin, 4.0);

@@ -124,6 +124,10 @@ TEST(VmlMathSpecial, InvCbrt) {
     std::vector<Case> specials(kInvCbrtCases.begin(), kInvCbrtCases.begin() + 5);
     CheckUnaryAll<float>(kl, specials, "vsInvCbrt");
     CheckUnaryAll<float>(ke, specials, "vsInvCbrt");
+    const decltype(&k_ref::vdInvCbrt_la) kdl[] = ORB_ALL_LEVELS(vdInvCbrt_la);
+    const decltype(&k_ref::vdInvCbrt_ep) kde[] = ORB_ALL_LEVELS(vdInvCbrt_ep);
+    CheckUnaryAll<double>(kdl, specials, "vdInvCbrt");
+    CheckUnaryAll<double>(kde, specials, "vdInvCbrt");
 }
 
 // Powx takes one exponent per call: the cases are grouped by exponent.

@@ -63,33 +63,45 @@ template <int W> inline CbrtParts<W> cbrt_parts(VD<W> ax, bool halley) {
 
 /* Accuracy flavour: Full meets 1 ulp; Wide (1 ulp), Fast (4 ulp) and Seed
  * (11 bits) are single-precision flavours: Wide runs on widened operands
- * (inv_cbrt_wide), the vector levels run Fast and Seed on float lanes
- * (float_roots.h), the plain loops on the seed of the double core. */
-enum class Acc { Full, Wide, Fast, Seed };
+ * (inv_cbrt_newton), the vector levels run Fast and Seed on float lanes
+ * (float_roots.h), the plain loops on the seed of the double core.
+ * Newton2 (4 ulp) and Newton1 (26 bits and more) are the double inverse
+ * cube roots of codes 1 and 3: inv_cbrt_newton with two or one steps. */
+enum class Acc { Full, Wide, Fast, Seed, Newton2, Newton1 };
 
-/* 1/cbrt(ax) for widened single-precision ax (finite, non-zero, never a
- * subnormal double): x = m 2^(3k+j), m in [1,2); a degree-5 seed for
- * m^(-1/3) (17.1 bits, tools/accuracy/fit_coefficients.py) times
- * 2^(-j/3) 2^-k, then one division-free Newton step
- * y + y (1 - x y^3)/3, whose relative error 2 e^2 stays below 2^-33:
- * a single-precision result (y, or x y^2 for the cube root) is off by
- * little more than its final rounding. */
-template <int W> inline VD<W> inv_cbrt_wide(VD<W> ax) {
+/* 1/cbrt(ax) for finite non-zero ax, without a division: x = m 2^(3k+j),
+ * m in [1,2); a degree-5 seed for m^(-1/3) (17.1 bits,
+ * tools/accuracy/fit_coefficients.py) times 2^(-j/3) 2^-k, then Newton
+ * steps y + y (1 - x y^3)/3, each taking the relative error e to 2 e^2:
+ * below 2^-33 after one step, so a widened single-precision result (y, or
+ * x y^2 for the cube root) is off by little more than its final rounding;
+ * after two only the rounding of the last steps is left (a few ulp in
+ * double). Subnormal doubles (Subnormal) are scaled by 2^54 first. */
+template <int W, int Steps, bool Subnormal> inline VD<W> inv_cbrt_newton(VD<W> ax) {
     static const double seed[6] = {1.7776471684890054, -1.5540274077106597,
                                    1.2271496200207155, -0.5865141615889806,
                                    0.15224956438221762, -0.016511679091286462};
+    VI<W> tiny{};
+    if constexpr (Subnormal) {
+        tiny = (VI<W>)(ax < 2.2250738585072014e-308);
+        ax = select<W>(tiny, ax * kTwo54, ax);
+    }
     VI<W> ib = bits<W>(ax);
-    VI<W> u = (ib >> 52) - 1023 + 150;   /* e + 150 in [1, 278] */
-    VI<W> q = (u * 43691) >> 17;         /* u / 3 */
+    VI<W> u = (ib >> 52) - 1023 + 1080;  /* e + 1080 in [4, 2103] */
+    VI<W> q = (u * 43691) >> 17;         /* u / 3, exact below 2^16 */
     VI<W> j = u - 3 * q;
-    VI<W> k = q - 50;
+    VI<W> k = q - 360;
     VD<W> m = from_bits<W>((ib & 0x000FFFFFFFFFFFFFLL) | 0x3FF0000000000000LL);
     VD<W> c = select<W>(j == 0, splat<W>(1.0),
                         select<W>(j == 1, splat<W>(0.7937005259840998),
                                   splat<W>(0.6299605249474366)));
     VD<W> y = from_bits<W>(bits<W>(horner<W>(m, seed) * c) - (k << 52));
-    VD<W> e = 1.0 - ax * (y * y * y);
-    return fma<W>(y * e, splat<W>(0.3333333333333333), y);
+    for (int s = 0; s < Steps; ++s) {
+        VD<W> e = 1.0 - ax * (y * y * y);
+        y = fma<W>(y * e, splat<W>(0.3333333333333333), y);
+    }
+    if constexpr (Subnormal) y = y * select<W>(tiny, splat<W>(262144.0), splat<W>(1.0));
+    return y;
 }
 
 struct SqrtCore {
@@ -104,7 +116,7 @@ struct CbrtCore {
         VI<W> special = (VI<W>)(a == 0.0) | ~(VI<W>)(ax < kInf);
         VD<W> r;
         if (acc == Acc::Wide) {
-            VD<W> xs = select<W>(special, splat<W>(1.0), ax), y = inv_cbrt_wide<W>(xs);
+            VD<W> xs = select<W>(special, splat<W>(1.0), ax), y = inv_cbrt_newton<W, 1, false>(xs);
             r = xs * (y * y);
         } else {
             CbrtParts<W> p = cbrt_parts<W>(select<W>(special, splat<W>(1.0), ax),
@@ -123,7 +135,11 @@ struct InvCbrtCore {
         VI<W> special = zero | ~(VI<W>)(ax < kInf);
         VD<W> r;
         if (acc == Acc::Wide) {
-            r = inv_cbrt_wide<W>(select<W>(special, splat<W>(1.0), ax));
+            r = inv_cbrt_newton<W, 1, false>(select<W>(special, splat<W>(1.0), ax));
+        } else if (acc == Acc::Newton2) {
+            r = inv_cbrt_newton<W, 2, true>(select<W>(special, splat<W>(1.0), ax));
+        } else if (acc == Acc::Newton1) {
+            r = inv_cbrt_newton<W, 1, true>(select<W>(special, splat<W>(1.0), ax));
         } else {
             CbrtParts<W> p = cbrt_parts<W>(select<W>(special, splat<W>(1.0), ax),
                                            acc == Acc::Full);

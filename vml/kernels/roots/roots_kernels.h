@@ -2,7 +2,8 @@
  * status reported for flagged lanes, export name). Every level namespace
  * (k_ref for the plain reference loops, k_generic ... k_avx2) defines them
  * all; the declarations below follow from the list. Suffix _ha is the
- * flavour within 1 ulp (single precision: Newton step on widened lanes), _la the single-precision flavour within 4 ulp
+ * flavour within 1 ulp (single precision: Newton step on widened lanes),
+ * vdInvCbrt_la/_ep the division-free double ones of codes 1 and 3, _la the single-precision flavour within 4 ulp
  * (seed and one Newton step on float lanes), _ep the seed-only one (11
  * bits and more). */
 #ifndef ORB_VML_KERNELS_ROOTS_KERNELS_H
@@ -20,7 +21,9 @@
     X(vsInvCbrt_ha, float, InvCbrtCore, Wide, 2, "vsInvCbrt")    \
     X(vsInvCbrt_la, float, InvCbrtCore, Fast, 2, "vsInvCbrt")    \
     X(vsInvCbrt_ep, float, InvCbrtCore, Seed, 2, "vsInvCbrt")    \
-    X(vdInvCbrt_ha, double, InvCbrtCore, Full, 2, "vdInvCbrt")
+    X(vdInvCbrt_ha, double, InvCbrtCore, Full, 2, "vdInvCbrt")   \
+    X(vdInvCbrt_la, double, InvCbrtCore, Newton2, 2, "vdInvCbrt") \
+    X(vdInvCbrt_ep, double, InvCbrtCore, Newton1, 2, "vdInvCbrt")
 
 /* The namespaces of the levels the kernels are built for. */
 #define ORB_VML_MATH_LEVELS(X) X(k_ref) X(k_generic) X(k_sse2) X(k_sse42) X(k_avx) X(k_avx2)
