@@ -33,6 +33,13 @@ inline DD Dot2(double a, double b, double c, double d) {
     return {s, err + (e + f)};
 }
 inline double Round1(DD x) { return x.hi + x.lo; }
+// a*b + c*d within 2 ulp (Kahan's form: the rounding error of c*d is
+// recovered exactly and added back), three multiply-adds and a multiply.
+inline double Kahan(double a, double b, double c, double d) {
+    const double w = c * d;
+    const double e = std::fma(c, d, -w);
+    return std::fma(a, b, w) + e;
+}
 
 // 2^k for k in [-1022, 1023], built from the exponent bits.
 inline double Pow2(int64_t k) { return FromBits<double>(uint64_t(k + 1023) << 52); }
@@ -133,8 +140,8 @@ template <bool Conj> struct OpCMul : ByParts<OpCMul<Conj>> {
     }
     static void Parts(double ar, double ai, double br, double bi, double *x, double *y) {
         if (Conj) bi = -bi;
-        *x = Round1(Dot2(ar, br, -ai, bi));
-        *y = Round1(Dot2(ar, bi, ai, br));
+        *x = Kahan(ar, br, -ai, bi);
+        *y = Kahan(ar, bi, ai, br);
     }
     static VmlComplex8 Fix(VmlComplex8 a, VmlComplex8 b) {
         const double ar = a.real, ai = a.imag, br = b.real;
