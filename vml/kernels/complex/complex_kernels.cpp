@@ -49,27 +49,37 @@ void ZLoop(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, Out *y,
     for (; i < n; ++i) y[i] = redo(a[i], b[i]);
 }
 
-void ZDiv(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {
+template <class Op, class VecBody>
+void ZBinary(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y,
+             VecBody vec) {
     ControlGuard guard;
     if (n <= 0) return;
     const size_t bytes = size_t(n) * sizeof *y;
     if (PartialOverlap(y, a, bytes) || PartialOverlap(y, b, bytes)) {
-        DriveBinary<VmlComplex16, OpCDiv>(n, a, b, y);
+        DriveBinary<VmlComplex16, Op>(n, a, b, y);
         return;
     }
     ZLoop(n, a, b, y,
-          [](cvec::V ar, cvec::V ai, cvec::V br, cvec::V bi, VmlComplex16 *out) {
+          [vec](cvec::V ar, cvec::V ai, cvec::V br, cvec::V bi, VmlComplex16 *out) {
               cvec::V x, z, lo, hi;
-              const cvec::U bad = cvec::Div(ar, ai, br, bi, &x, &z);
+              const cvec::U bad = vec(ar, ai, br, bi, &x, &z);
               cvec::Join(x, z, &lo, &hi);
               StoreU(&out->real, lo);
               StoreU(&out->real + cvec::kL, hi);
               return bad;
           },
           [](VmlComplex16 p, VmlComplex16 q) {
-              const VmlComplex16 r = OpCDiv::Apply(p, q);
-              return OpCDiv::Bad(p, q, r) ? OpCDiv::Fix(p, q) : r;
+              const VmlComplex16 r = Op::Apply(p, q);
+              return Op::Bad(p, q, r) ? Op::Fix(p, q) : r;
           });
+}
+
+void ZDiv(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {
+    ZBinary<OpCDiv>(n, a, b, y, cvec::Div);
+}
+template <bool Conj>
+void ZMul(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {
+    ZBinary<OpCMul<Conj>>(n, a, b, y, cvec::Mul<Conj>);
 }
 
 void ZAbs(int32_t n, const VmlComplex16 *a, double *y) {
@@ -143,8 +153,18 @@ void LinearFrac(int32_t n, const T *a, const T *b, T sa, T ta, T sb, T tb,
         Binary<VmlComplex16, Op, true>(n, a, b, y); }
 
 VML_CBIN(vcAdd, vzAdd, OpCAdd)
-VML_CBIN(vcMul, vzMul, OpCMul<false>)
-VML_CBIN(vcMulByConj, vzMulByConj, OpCMul<true>)
+VML_CBIN(vcMul, vzMulScalar, OpCMul<false>)
+VML_CBIN(vcMulByConj, vzMulByConjScalar, OpCMul<true>)
+void vzMul(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) { ZMul<false>(n, a, b, y); }
+void vzMulByConj(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {
+    ZMul<true>(n, a, b, y);
+}
+void vzMul_plain(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {
+    vzMulScalar_plain(n, a, b, y);
+}
+void vzMulByConj_plain(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {
+    vzMulByConjScalar_plain(n, a, b, y);
+}
 VML_CBIN(vcDiv, vzDivScalar, OpCDiv)
 void vzDiv(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) { ZDiv(n, a, b, y); }
 void vzDiv_plain(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {

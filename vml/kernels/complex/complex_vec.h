@@ -81,6 +81,17 @@ inline DDV Dot2V(V a, V b, V c, V d) {
     return {s, err + (e + f)};
 }
 
+// kL complex products a*b (a*conj(b) when Conj) as rounded double-double
+// sums; returns the lanes with a non-finite part, which the scalar path
+// redoes (overflowing intermediates, infinite and NaN parts).
+template <bool Conj> inline U Mul(V ar, V ai, V br, V bi, V *x, V *y) {
+    if (Conj) bi = -bi;
+    const DDV re = Dot2V(ar, br, -ai, bi), im = Dot2V(ar, bi, ai, br);
+    *x = re.hi + re.lo;
+    *y = im.hi + im.lo;
+    return BitCast<U>(ExpBits(*x) == SplatU(2047)) | BitCast<U>(ExpBits(*y) == SplatU(2047));
+}
+
 // Lanes where x is neither zero nor of magnitude in [2^-450, 2^451): outside
 // that range a square or a product of two parts could overflow or reach the
 // subnormal range, so the lane goes to the scaled scalar path.
