@@ -42,6 +42,11 @@ struct DftiPlanRecord {
     CubeKernel cube_forward = nullptr, cube_backward = nullptr;
     DftiSplit1DBlocking blocking;      // split 1-D planner
     DftiSplit1DPlan split;
+    // Split multi-dimensional and batch planners: rank-1 sub-descriptors
+    // (one per working dimension, or one under the outer batch row).
+    int32_t sub_count = 0;
+    DftiDescriptor *subs[DftiMaxRank] = {};
+    DftiRow outer = {1, 0, 0};         // split batch: the last working transform row
 };
 
 // Builds both engine plans for the committed working tables. Returns 0,
@@ -57,6 +62,13 @@ int32_t DftiBackwardOutOfPlace(DftiDescriptor *, void *, void *, void *, void *)
 
 // Builds the split 1-D plan and installs its compute entries (dfti_split1d.cpp).
 int32_t DftiBuildSplit1D(DftiDescriptor *d, DftiPlanRecord *r);
+
+// Split multi-dimensional and split batch plans over rank-1 sub-descriptors
+// (dfti_split_chain.cpp); both install their compute entries.
+int32_t DftiBuildSplitMultiDim(DftiDescriptor *d, DftiPlanRecord *r);
+int32_t DftiBuildSplitBatch(DftiDescriptor *d, DftiPlanRecord *r);
+// Frees the record's sub-descriptors from index `keep` on.
+void DftiFreeSubDescriptors(DftiPlanRecord *r, int32_t keep);
 
 // Small-cube compute entries (dfti_small_cube.cpp).
 int32_t DftiCubeForwardInPlace(DftiDescriptor *, void *, void *, void *, void *);

@@ -1,8 +1,9 @@
 // The planners and their ordered lists. Every planner checks that the
 // configuration is its own, takes over the descriptor (releasing another
 // planner's plan), builds its plan record and installs the compute entries.
-// The small-cube planner installs unrolled n^3 kernels; the others compute
-// through the transform engine.
+// The split multi-dimensional and batch planners run rank-1 sub-descriptors,
+// the split 1-D and small-cube planners their straight-line kernels, and the
+// general planner the transform engine.
 #include <new>
 
 #include "dft/dfti_plan.h"
@@ -48,6 +49,7 @@ int32_t DataArgs(const DftiDescriptor *d) {
 void DestroyRecord(DftiDescriptor *d) {
     auto *r = static_cast<DftiPlanRecord *>(d->plan);
     if (!r) return;
+    DftiFreeSubDescriptors(r, 0);
     DftiUnbindEngine(r);
     r->~DftiPlanRecord();
     ServFree(r);
@@ -84,6 +86,16 @@ int32_t BuildEngine(const DftiPlanner *self, DftiDescriptor *d, DftiPlanRecord *
 int32_t BuildSplit1D(const DftiPlanner *, DftiDescriptor *d, DftiPlanRecord *r) {
     r->cube_n = 0;
     return DftiBuildSplit1D(d, r);
+}
+
+int32_t BuildSplitMultiDim(const DftiPlanner *, DftiDescriptor *d, DftiPlanRecord *r) {
+    r->cube_n = 0;
+    return DftiBuildSplitMultiDim(d, r);
+}
+
+int32_t BuildSplitBatch(const DftiPlanner *, DftiDescriptor *d, DftiPlanRecord *r) {
+    r->cube_n = 0;
+    return DftiBuildSplitBatch(d, r);
 }
 
 // n^3 cubes: the unrolled kernels of the descriptor's level, no engine plan.
@@ -135,9 +147,9 @@ struct Lists {
 
 }  // namespace
 
-const DftiPlanner DftiPlannerSplitMultiDim = {Plan<AcceptSplitMultiDim, BuildEngine, false>,
+const DftiPlanner DftiPlannerSplitMultiDim = {Plan<AcceptSplitMultiDim, BuildSplitMultiDim, false>,
                                                Release};
-const DftiPlanner DftiPlannerSplitBatch = {Plan<AcceptSplitBatch, BuildEngine, false>, Release};
+const DftiPlanner DftiPlannerSplitBatch = {Plan<AcceptSplitBatch, BuildSplitBatch, false>, Release};
 const DftiPlanner DftiPlannerSplit1D = {Plan<AcceptSplit1D, BuildSplit1D, false>, Release};
 const DftiPlanner DftiPlannerSmallCube = {Plan<AcceptSmallCube, BuildCube, false>, Release};
 const DftiPlanner DftiPlannerGeneral = {Plan<AcceptAll, BuildEngine, true>, Release};

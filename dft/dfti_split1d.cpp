@@ -69,7 +69,7 @@ int32_t BackwardOutOfPlace(DftiDescriptor *d, void *a, void *b, void *c, void *e
 int32_t DftiBuildSplit1D(DftiDescriptor *d, DftiPlanRecord *r) {
     DftiSplit1DPlan &p = r->split;
     const bool in_place = d->placement == DftiValuePlacement43;
-    const int32_t kind = SplitKernelKind(d->work_n, kSplitKindGeneral);
+    const int32_t kind = SplitKernelKind(d->work_n, kSplitKindStart);
     // Kernel tables change only with the length or the kind.
     if (kind != p.kind || d->work_n != p.n) {
         p.kind = kind;
@@ -87,11 +87,13 @@ int32_t DftiBuildSplit1D(DftiDescriptor *d, DftiPlanRecord *r) {
     p.os = d->work_os;
     p.idist = d->work_idist;
     p.odist = d->work_odist;
-    p.fscale = d->work_fscale;
-    p.bscale = d->work_bscale;
+    // Kinds 1, 2 and 4 leave the scaling to what they call.
+    const bool scaled_inside = kind == 1 || kind == 2 || kind == kSplitKindEngine;
+    p.fscale = scaled_inside ? 1.0 : d->work_fscale;
+    p.bscale = scaled_inside ? 1.0 : d->work_bscale;
     r->blocking = DftiSplit1DBlock(d->work_n, d->work_count, in_place, d->work_is, d->work_os,
                                    d->work_idist, d->work_odist);
-    if (kind == kSplitKindGeneral) {
+    if (kind == kSplitKindEngine) {
         if (int32_t s = DftiBindEngine(d, r)) return s;
         d->compute_forward = in_place ? DftiForwardInPlace : DftiForwardOutOfPlace;
         d->compute_backward = in_place ? DftiBackwardInPlace : DftiBackwardOutOfPlace;

@@ -29,11 +29,16 @@ ORB_DFT_SPLIT_LEVELS(ORB_DFT_SPLIT_DECLARE)
 
 const SplitKernelTable &SplitKernelsForLevel(int level);
 
-// Kernel kinds of the split one-dimensional plan, chosen by length:
-//   8  general: the transform engine on split arrays (any length)
-//   3  straight-line kernel of this table (n <= kSplitStraightMaxN)
-// Both kinds apply the descriptor's scale factors themselves.
-constexpr int32_t kSplitKindGeneral = 8;
+// Kernel kinds of the split one-dimensional plan. The selector starts from
+// kSplitKindStart (no assumption about the length) and lowers the kind while
+// a more specialised one fits:
+//   4  engine: the transform engine on split arrays, any length; the scale
+//      factors are folded into the engine plans, so the plan's own scales
+//      stay 1.0
+//   3  straight-line kernel of this table (n <= kSplitStraightMaxN); the
+//      kernel multiplies by the plan's scale factor
+constexpr int32_t kSplitKindStart = 8;
+constexpr int32_t kSplitKindEngine = 4;
 constexpr int32_t kSplitKindStraight = 3;
 int32_t SplitKernelKind(int32_t n, int32_t start_kind);
 

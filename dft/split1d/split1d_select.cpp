@@ -9,9 +9,10 @@ const SplitKernelTable &SplitKernelsForLevel(int level) {
     return k_sse2::SplitKernels();
 }
 
-// Starts from the general kind and lowers it while a cheaper one fits.
+// Lowers the starting kind to the most specialised kind that handles n.
 int32_t SplitKernelKind(int32_t n, int32_t start_kind) {
     int32_t kind = start_kind;
+    if (kind > kSplitKindEngine) kind = kSplitKindEngine;
     if (kind > kSplitKindStraight && n >= 1 && n <= kSplitStraightMaxN) kind = kSplitKindStraight;
     return kind;
 }
