@@ -62,6 +62,9 @@ int32_t DftiBackwardOutOfPlace(DftiDescriptor *, void *, void *, void *, void *)
 
 // Builds the split 1-D plan and installs its compute entries (dfti_split1d.cpp).
 int32_t DftiBuildSplit1D(DftiDescriptor *d, DftiPlanRecord *r);
+// Installs the compute entries that run the record's straight-line split
+// kernel over its transforms (r->split, r->blocking).
+void DftiInstallSplitKernelEntries(DftiDescriptor *d);
 
 // Split multi-dimensional and split batch plans over rank-1 sub-descriptors
 // (dfti_split_chain.cpp); both install their compute entries.

@@ -100,9 +100,14 @@ int32_t DftiBuildSplit1D(DftiDescriptor *d, DftiPlanRecord *r) {
         return DftiStatusNoError;
     }
     DftiUnbindEngine(r);
+    DftiInstallSplitKernelEntries(d);
+    return DftiStatusNoError;
+}
+
+void DftiInstallSplitKernelEntries(DftiDescriptor *d) {
+    const bool in_place = d->placement == DftiValuePlacement43;
     d->compute_forward = in_place ? ForwardInPlace : ForwardOutOfPlace;
     d->compute_backward = in_place ? BackwardInPlace : BackwardOutOfPlace;
-    return DftiStatusNoError;
 }
 
 }  // namespace orb::dft

@@ -18,9 +18,24 @@ struct SubSpec {
     DftiRow batch[DftiMaxRank + 1];
     int32_t batch_count = 0;
     bool in_place = true;
+    bool engine = false;  // compute through the general planner's engine plan
     double fscale = 1.0, bscale = 1.0;
     int32_t thread_limit = 1;
 };
+
+// Batch rows the engine takes in one plan: a sub-descriptor whose rows
+// normalise to at most this many runs them all in one engine call instead
+// of looping one transform at a time.
+constexpr int32_t kEngineBatchRows = 2;
+
+bool EngineTakesRows(const SubSpec &spec) {
+    if (spec.batch_count == 0) return false;
+    DftiRow dim = spec.dim, rows[DftiMaxRank + 1];
+    for (int32_t i = 0; i < spec.batch_count; ++i) rows[i] = spec.batch[i];
+    DftiTable dims{1, 1, &dim}, batch{spec.batch_count, spec.batch_count, rows};
+    DftiNormaliseTables(&dims, &batch);
+    return batch.count <= kEngineBatchRows && batch.rows[0].n > 1;
+}
 
 // Builds *slot (or reuses it when its length still fits), configures it
 // from the spec and commits it.
@@ -52,6 +67,8 @@ int32_t CommitSub(const DftiDescriptor *parent, DftiDescriptor **slot, const Sub
     sub->user_threads = parent->user_threads;
     sub->thread_limit = spec.thread_limit;
     sub->level = parent->level;
+    sub->flags = spec.engine ? (sub->flags | DftiFlagNoSplitPlanners)
+                             : (sub->flags & ~DftiFlagNoSplitPlanners);
     return sub->methods->commit(sub);
 }
 
@@ -188,6 +205,7 @@ int32_t DftiBuildSplitMultiDim(DftiDescriptor *d, DftiPlanRecord *r) {
             spec.bscale = d->work_bscale;
         }
         spec.thread_limit = r->threads;
+        spec.engine = EngineTakesRows(spec);
         r->sub_count = k + 1;
         if (int32_t s = CommitSub(d, &r->subs[k], spec)) return s;
     }
@@ -212,8 +230,24 @@ int32_t DftiBuildSplitBatch(DftiDescriptor *d, DftiPlanRecord *r) {
     const bool outer_parallel = r->outer.n >= r->threads;
     spec.thread_limit = outer_parallel ? 1 : r->threads;
     if (!outer_parallel) r->threads = 1;
+    spec.engine = EngineTakesRows(spec);
     r->sub_count = 1;
     if (int32_t s = CommitSub(d, &r->subs[0], spec)) return s;
+    // A straight-line kernel under the outer row runs over it directly,
+    // without a descriptor call per transform.
+    const DftiDescriptor *sub = r->subs[0];
+    const auto *leaf = static_cast<const DftiPlanRecord *>(sub->plan);
+    if (sub->current_planner == &DftiPlannerSplit1D && leaf->split.kind == kSplitKindStraight) {
+        r->split = leaf->split;
+        r->split.count = r->outer.n;
+        r->split.idist = r->outer.is;
+        r->split.odist = r->outer.os;
+        r->blocking = DftiSplit1DBlock(r->split.n, r->outer.n, in_place, r->split.is, r->split.os,
+                                       r->outer.is, r->outer.os);
+        r->threads = d->threads;
+        DftiInstallSplitKernelEntries(d);
+        return DftiStatusNoError;
+    }
     d->compute_forward = BatchForward;
     d->compute_backward = BatchBackward;
     return DftiStatusNoError;

@@ -104,6 +104,7 @@ TEST(DftiPlanners, SwitchingLayoutReleasesTheOldPlan) {
 // Split layouts above rank 1 or with batches run chains of rank-1
 // sub-descriptors: one per dimension (the first one alone moves data from
 // input to output and carries the scales), or one under the outer batch row.
+// Split batches of straight-line lengths run the kernel over the outer row.
 TEST(DftiPlanners, SplitChains) {
     const int32_t D = DftiValueDouble, S = DftiValueSingle;
     struct Row {
@@ -114,10 +115,13 @@ TEST(DftiPlanners, SplitChains) {
         std::vector<const DftiPlanner *> sub_planners;
     };
     const Row rows[] = {
-        {D, {4, 6}, 1, 43, &DftiPlannerSplitMultiDim, {&DftiPlannerSplitBatch, &DftiPlannerSplitBatch}},
+        // Passes whose batch rows merge into at most two runs are one
+        // engine plan each; the middle pass of a 3-D batch has three.
+        {D, {4, 6}, 1, 43, &DftiPlannerSplitMultiDim, {&DftiPlannerGeneral, &DftiPlannerGeneral}},
         {S, {3, 4, 5}, 2, 44, &DftiPlannerSplitMultiDim,
-         {&DftiPlannerSplitBatch, &DftiPlannerSplitBatch, &DftiPlannerSplitBatch}},
+         {&DftiPlannerGeneral, &DftiPlannerSplitBatch, &DftiPlannerGeneral}},
         {D, {16}, 3, 44, &DftiPlannerSplitBatch, {&DftiPlannerSplit1D}},
+        {D, {8}, 5, 43, &DftiPlannerSplitBatch, {&DftiPlannerSplit1D}},
         {S, {16}, 3, 43, &DftiPlannerSplitBatch, {&DftiPlannerGeneral}},
     };
     for (const Row &r : rows) {
