@@ -1,4 +1,5 @@
-// Descriptor interface against FFTW3, same data, same run, one thread each.
+// Descriptor interface against FFTW3, same data, same run, one thread each,
+// timing rounds alternating between the contenders (best round counts).
 // Prints per case the ratios FFTW time / our time (above 1: we are faster)
 // with FFTW planned by MEASURE and by ESTIMATE, and the relative RMS
 // distance of the two results (packed formats are unpacked first).
@@ -21,23 +22,36 @@ double Now() {
     return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
+// Repetitions of f that take about 1 ms: short rounds, so that the best of
+// many escapes preemption on a loaded machine.
 template <class F>
-double TimeIt(F f) {
+int Calibrate(F f) {
     f();
     int reps = 1;
     for (;;) {
         double t0 = Now();
         for (int i = 0; i < reps; ++i) f();
-        if (Now() - t0 > 0.02) break;
+        if (Now() - t0 > 0.001) return reps;
         reps *= 2;
     }
-    double best = 1e30;
-    for (int round = 0; round < 3; ++round) {
+}
+
+// Best time per call of each contender; rounds alternate between them so
+// that a burst of load on the shared machine hits all alike.
+template <class A, class B, class C>
+void TimeThree(A a, B b, C c, double *ta, double *tb, double *tc) {
+    const int ra = Calibrate(a), rb = Calibrate(b), rc = Calibrate(c);
+    *ta = *tb = *tc = 1e30;
+    auto round = [](auto f, int reps, double *best) {
         double t0 = Now();
         for (int i = 0; i < reps; ++i) f();
-        best = std::min(best, (Now() - t0) / reps);
+        *best = std::min(*best, (Now() - t0) / reps);
+    };
+    for (int r = 0; r < 41; ++r) {
+        round(a, ra, ta);
+        round(b, rb, tb);
+        round(c, rc, tc);
     }
-    return best;
 }
 
 using Cx = std::complex<double>;
@@ -121,10 +135,12 @@ void Run(const Case &c) {
     fin = in;
     const size_t half = size_t(n) * c.count;
     double *ore = out.data(), *oim = out.data() + half;
-    const double ours = c.split ? TimeIt([&] { DftiComputeForward(d, in.data(), in.data() + half, ore, oim); })
-                                : TimeIt([&] { DftiComputeForward(d, in.data(), out.data()); });
-    const double theirs = TimeIt([&] { fftw_execute(p); });
-    const double estimate = TimeIt([&] { fftw_execute(e); });
+    double ours, theirs, estimate;
+    auto run_ours = [&] {
+        if (c.split) DftiComputeForward(d, in.data(), in.data() + half, ore, oim);
+        else DftiComputeForward(d, in.data(), out.data());
+    };
+    TimeThree(run_ours, [&] { fftw_execute(p); }, [&] { fftw_execute(e); }, &ours, &theirs, &estimate);
     if (c.split) {  // interleave the first transform of both for the comparison
         std::vector<double> a(2 * size_t(n)), b(2 * size_t(n));
         for (int k = 0; k < n; ++k) {
