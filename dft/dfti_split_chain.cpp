@@ -28,8 +28,13 @@ struct SubSpec {
 // of looping one transform at a time.
 constexpr int32_t kEngineBatchRows = 2;
 
-bool EngineTakesRows(const SubSpec &spec) {
+bool EngineTakesRows(const DftiDescriptor *parent, const SubSpec &spec) {
     if (spec.batch_count == 0) return false;
+    // Short double lengths have straight-line kernels: the split batch
+    // planner runs them over the rows instead.
+    if (parent->precision == DftiValueDouble &&
+        SplitKernelKind(spec.dim.n, kSplitKindStart) == kSplitKindStraight)
+        return false;
     DftiRow dim = spec.dim, rows[DftiMaxRank + 1];
     for (int32_t i = 0; i < spec.batch_count; ++i) rows[i] = spec.batch[i];
     DftiTable dims{1, 1, &dim}, batch{spec.batch_count, spec.batch_count, rows};
@@ -205,7 +210,7 @@ int32_t DftiBuildSplitMultiDim(DftiDescriptor *d, DftiPlanRecord *r) {
             spec.bscale = d->work_bscale;
         }
         spec.thread_limit = r->threads;
-        spec.engine = EngineTakesRows(spec);
+        spec.engine = EngineTakesRows(d, spec);
         r->sub_count = k + 1;
         if (int32_t s = CommitSub(d, &r->subs[k], spec)) return s;
     }
@@ -230,7 +235,7 @@ int32_t DftiBuildSplitBatch(DftiDescriptor *d, DftiPlanRecord *r) {
     const bool outer_parallel = r->outer.n >= r->threads;
     spec.thread_limit = outer_parallel ? 1 : r->threads;
     if (!outer_parallel) r->threads = 1;
-    spec.engine = EngineTakesRows(spec);
+    spec.engine = EngineTakesRows(d, spec);
     r->sub_count = 1;
     if (int32_t s = CommitSub(d, &r->subs[0], spec)) return s;
     // A straight-line kernel under the outer row runs over it directly,

@@ -104,8 +104,9 @@
  *      length-1 dimensions are dropped): one rank-1 descriptor per
  *      dimension; the first pass moves the data from input to output and
  *      applies the scale, the other passes work in place on the output.
- *      A pass whose other dimensions and batches merge into at most two
- *      strided runs is one engine plan; otherwise it loops its outer run.
+ *      A pass of length above 10 (or single precision) whose other
+ *      dimensions and batches merge into at most two strided runs is one
+ *      engine plan; otherwise it goes to the split batch planner.
  *   2. split batch (DftiValueLayout42, rank 1, several transforms): a
  *      rank-1 descriptor under the outermost batch run, which is shared out
  *      over the threads; short lengths (kind 3 below) run the straight-line

@@ -116,8 +116,10 @@ TEST(DftiPlanners, SplitChains) {
     };
     const Row rows[] = {
         // Passes whose batch rows merge into at most two runs are one
-        // engine plan each; the middle pass of a 3-D batch has three.
-        {D, {4, 6}, 1, 43, &DftiPlannerSplitMultiDim, {&DftiPlannerGeneral, &DftiPlannerGeneral}},
+        // engine plan each (the middle pass of a 3-D batch has three), unless
+        // straight-line kernels take the length.
+        {D, {12, 16}, 1, 44, &DftiPlannerSplitMultiDim, {&DftiPlannerGeneral, &DftiPlannerGeneral}},
+        {D, {4, 6}, 1, 43, &DftiPlannerSplitMultiDim, {&DftiPlannerSplitBatch, &DftiPlannerSplitBatch}},
         {S, {3, 4, 5}, 2, 44, &DftiPlannerSplitMultiDim,
          {&DftiPlannerGeneral, &DftiPlannerSplitBatch, &DftiPlannerGeneral}},
         {D, {16}, 3, 44, &DftiPlannerSplitBatch, {&DftiPlannerSplit1D}},
@@ -212,7 +214,7 @@ TEST(DftiPlanners, Split1DBlockingNumbers) {
 }
 
 TEST(DftiPlanners, LargeProblemTest) {
-    const int64_t c1 = 32768, c2 = 1048576;  // the floors of the test
+    // Cache sizes 0: the test's floors apply (C1 = 32 KiB, C2 = 1 MiB).
     struct Row { std::vector<int32_t> lengths; bool large; };
     const Row rows[] = {
         {{256}, false},     // 256 * 4096 = 1 MiB: not above C2; B = 4096 < C1
@@ -232,8 +234,6 @@ TEST(DftiPlanners, LargeProblemTest) {
                   0);
         ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
         EXPECT_EQ(DftiIsLargeProblem(a.h, 0, 0), r.large) << r.lengths.back();
-        (void)c1;
-        (void)c2;
     }
     EXPECT_GT(DftiCacheSize(1), 0);
     EXPECT_GE(DftiCacheSize(0), DftiCacheSize(1));
