@@ -49,6 +49,12 @@ struct DftiPlanRecord {
     DftiRow outer = {1, 0, 0};         // split batch: the last working transform row
 };
 
+// Threads for a planner's parallel loop: 1 when the whole problem has
+// fewer points than a parallel region is worth (opening one costs about as
+// much as transforming this many points), else `threads`.
+constexpr int64_t kDftiParallelMinPoints = int64_t(1) << 15;
+int32_t DftiLoopThreads(const DftiDescriptor *d, int32_t threads);
+
 // Builds both engine plans for the committed working tables. Returns 0,
 // DftiPlannerDeclined for a configuration no plan fits, or a status.
 int32_t DftiBindEngine(DftiDescriptor *d, DftiPlanRecord *r);

@@ -70,6 +70,7 @@ int32_t DftiBuildSplit1D(DftiDescriptor *d, DftiPlanRecord *r) {
     DftiSplit1DPlan &p = r->split;
     const bool in_place = d->placement == DftiValuePlacement43;
     const int32_t kind = SplitKernelKind(d->work_n, kSplitKindStart);
+    r->threads = DftiLoopThreads(d, r->threads);
     // Kernel tables change only with the length or the kind.
     if (kind != p.kind || d->work_n != p.n) {
         p.kind = kind;
@@ -108,6 +109,13 @@ void DftiInstallSplitKernelEntries(DftiDescriptor *d) {
     const bool in_place = d->placement == DftiValuePlacement43;
     d->compute_forward = in_place ? ForwardInPlace : ForwardOutOfPlace;
     d->compute_backward = in_place ? BackwardInPlace : BackwardOutOfPlace;
+}
+
+int32_t DftiLoopThreads(const DftiDescriptor *d, int32_t threads) {
+    int64_t points = 1;
+    for (int32_t i = 0; i < d->work_dims.count; ++i) points *= d->work_dims.rows[i].n;
+    for (int32_t i = 0; i < d->work_transforms.count; ++i) points *= d->work_transforms.rows[i].n;
+    return points < kDftiParallelMinPoints ? 1 : threads;
 }
 
 }  // namespace orb::dft

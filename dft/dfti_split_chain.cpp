@@ -232,6 +232,7 @@ int32_t DftiBuildSplitBatch(DftiDescriptor *d, DftiPlanRecord *r) {
     spec.fscale = d->work_fscale;
     spec.bscale = d->work_bscale;
     // Threads go to the outer loop when it has work for all of them.
+    r->threads = DftiLoopThreads(d, r->threads);
     const bool outer_parallel = r->outer.n >= r->threads;
     spec.thread_limit = outer_parallel ? 1 : r->threads;
     if (!outer_parallel) r->threads = 1;
@@ -249,7 +250,7 @@ int32_t DftiBuildSplitBatch(DftiDescriptor *d, DftiPlanRecord *r) {
         r->split.odist = r->outer.os;
         r->blocking = DftiSplit1DBlock(r->split.n, r->outer.n, in_place, r->split.is, r->split.os,
                                        r->outer.is, r->outer.os);
-        r->threads = d->threads;
+        r->threads = DftiLoopThreads(d, d->threads);
         DftiInstallSplitKernelEntries(d);
         return DftiStatusNoError;
     }

@@ -79,6 +79,11 @@ TEST(DftiComplex, LayoutTable) {
          .unit_in = 2, .pad = 1, .thread_limit = 2},
         {.name = "1d split straight-line batch oop", .lengths = {5}, .count = 40, .in_place = false,
          .split = true, .unit_out = -3},
+        // Large enough for the split loops to open a parallel region.
+        {.name = "1d split straight-line batch 2 threads", .lengths = {8}, .count = 4100,
+         .split = true, .thread_limit = 2},
+        {.name = "1d split batch 2 threads", .lengths = {40}, .count = 820, .in_place = false,
+         .split = true, .unit_out = 2, .thread_limit = 2},
         {.name = "1d split single transform", .lengths = {64}, .in_place = false, .split = true},
         {.name = "1d split straight-line in place strided", .lengths = {7}, .split = true,
          .unit_in = -2, .scale = 0.25},

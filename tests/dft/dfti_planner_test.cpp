@@ -190,6 +190,21 @@ TEST(DftiPlanners, UserThreadsGiveSingleThreadedPlans) {
     EXPECT_EQ(a.h->threads, 1);
 }
 
+// Split loops open a parallel region only for problems worth one.
+TEST(DftiPlanners, SplitLoopThreadsBySize) {
+    struct Row { int32_t n, count, want; };
+    for (const Row &r : {Row{8, 1000, 1}, Row{8, 8192, 2}, Row{64, 1000, 2}, Row{100, 1, 1}}) {
+        Handle a;
+        ASSERT_EQ(DftiCreateDescriptor_d_1d(&a.h, DftiValueComplex, r.n), 0);
+        ASSERT_EQ(DftiSetValue(a.h, DftiParamLayout8, 42), 0);
+        ASSERT_EQ(DftiSetValue(a.h, DftiParamThreadLimit, 2), 0);
+        ASSERT_EQ(DftiSetValue(a.h, DftiParamTransformCount, r.count), 0);
+        ASSERT_EQ(DftiSetValue(a.h, DftiParamInputDistance, r.n), 0);
+        ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
+        EXPECT_EQ(static_cast<const DftiPlanRecord *>(a.h->plan)->threads, r.want) << r.n << " x " << r.count;
+    }
+}
+
 TEST(DftiPlanners, Split1DBlockingNumbers) {
     struct Row { int32_t n, T; bool in_place; int32_t is, os, idist, odist; DftiSplit1DBlocking want; };
     const Row rows[] = {
