@@ -95,7 +95,9 @@ TEST(DftiMemory, CommitFailuresLeaveNothing) {
             EXPECT_EQ(LiveBlocks(), live) << r.lengths.size() << " " << k;
             if (exhausted) break;
         }
-        if (r.layout8 == 39) EXPECT_GE(failures, 1) << r.lengths[0];
+        if (r.layout8 == 39) {
+            EXPECT_GE(failures, 1) << r.lengths[0];
+        }
     }
 }
 
