@@ -21,24 +21,24 @@ template <class A, class... R> const void *FirstArray(A a, R...) {
 
 std::atomic<float> g_factor{-1.0f};
 
+// Machine factor of this process, computed once.
+float Factor() {
+    float f = g_factor.load(std::memory_order_acquire);
+    if (f < 0.0f) {
+        int32_t p = 1, k = 1, s = 0;
+        ServTopologyCounts(&p, &k, &s);
+        f = orb::vml::MachineFactor(p, k, s);
+        g_factor.store(f, std::memory_order_release);
+    }
+    return f;
+}
+
+// The team part, kept out of line: a function holding a parallel region
+// asks the runtime for its thread number on entry, which the serial path
+// must not pay.
 template <class K, class... A>
-void Run(K kernel, int32_t n, float cost, A... args) {
-    if (n < orb::vml::kThreadThreshold) {
-        kernel(n, args...);
-        return;
-    }
-    int32_t t = ServDomainThreads(ServDomainVml);
-    if (t <= 1) {
-        kernel(n, args...);
-        return;
-    }
-    if (ServGetDynamic()) {
-        ServVmlThreadCount(&t, n, cost);
-        if (t <= 1) {
-            kernel(n, args...);
-            return;
-        }
-    }
+__attribute__((noinline)) void RunTeam(K kernel, int32_t n, int32_t t,
+                                       A... args) {
     const VmlErrorCallback callback = ServVmlGetCallback();
     const uint32_t mode = ServVmlGetMode();
     const void *base = FirstArray(args...);
@@ -46,7 +46,7 @@ void Run(K kernel, int32_t n, float cost, A... args) {
 #pragma omp parallel num_threads(t)
     {
         ServVmlSetCallback(callback);
-        ServVmlSetMode(mode);
+        ServThreadStateGet()->vml_mode = mode;  // the caller's word, whole
         ServVmlSetArgBase(base);
         ServVmlSetStatus(0);
         int32_t first, count;
@@ -59,6 +59,29 @@ void Run(K kernel, int32_t n, float cost, A... args) {
     }
     ServVmlSetArgBase(nullptr);
     ServVmlSetStatus(shared_status);
+}
+
+template <class K, class... A>
+inline void Run(K kernel, int32_t n, float cost, A... args) {
+    if (n < orb::vml::kThreadThreshold) {
+        kernel(n, args...);
+        return;
+    }
+    // Under the dynamic rule a call whose work estimate is below one thread
+    // stays serial whatever the allowed count: decide that before asking
+    // for the count, which costs more than a short kernel.
+    const bool dynamic = ServGetDynamic() != 0;
+    if (dynamic && float(n) * cost * Factor() < 1.0f) {
+        kernel(n, args...);
+        return;
+    }
+    int32_t t = ServDomainThreads(ServDomainVml);
+    if (t > 1 && dynamic) ServVmlThreadCount(&t, n, cost);
+    if (t <= 1) {
+        kernel(n, args...);
+        return;
+    }
+    RunTeam(kernel, n, t, args...);
 }
 
 }  // namespace
@@ -77,14 +100,7 @@ float MachineFactor(int32_t p, int32_t k, int32_t t) {
 }  // namespace orb::vml
 
 extern "C" int32_t ServVmlThreadCount(int32_t *t, int32_t n, float c) {
-    float f = g_factor.load(std::memory_order_acquire);
-    if (f < 0.0f) {
-        int32_t p = 1, k = 1, s = 0;
-        ServTopologyCounts(&p, &k, &s);
-        f = orb::vml::MachineFactor(p, k, s);
-        g_factor.store(f, std::memory_order_release);
-    }
-    const float work = float(n) * c * f;
+    const float work = float(n) * c * Factor();
     int32_t count = int32_t(std::nearbyint(work));
     if (count == 0) count = 1;
     if (count > *t) count = *t;

@@ -2,9 +2,11 @@
 //   speed = peer time / orb time  (>= 1: the library is at least as fast)
 // 1. arithmetic exports vs plain compiler-vectorized loops, n = 1e2..1e7;
 // 2. complex Mul/Div/Abs vs std::complex loops;
-// 3. threaded speed-up (2 threads vs 1) for n >= 1e6;
-// 4. relative cost per element of each table slot, in units anchored on
-//    the vdAdd AVX row (0.76), for the cost tables.
+// 3. threaded speed-up (2 threads vs 1) for n = 1e5..1e7;
+// 4. ("costs" argument) the time of every level of each export relative
+//    to its level 9, printed as the VML_COST_RATIOS rows of the tables.
+// Timings alternate library and peer and keep the best of several rounds,
+// so that load from other processes hits both alike.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -23,17 +25,28 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Best of three timings of `reps` calls, in seconds per call.
-double Time(const std::function<void()> &f, int reps) {
+// Best of `rounds` timings of `reps` calls, in seconds per call.
+double Time(const std::function<void()> &f, int reps, int rounds = 3) {
     double best = 1e30;
-    for (int t = 0; t < 3; ++t) {
+    for (int t = 0; t < rounds; ++t) {
         const auto t0 = Clock::now();
         for (int r = 0; r < reps; ++r) f();
         best = std::min(best, std::chrono::duration<double>(Clock::now() - t0).count() / reps);
     }
     return best;
 }
-int RepsFor(long n) { return int(std::max(1L, 3000000L / n)); }
+int RepsFor(long n) { return int(std::max(1L, 2000000L / n)); }
+
+// peer time / library time, the two measured alternately.
+double Ratio(const std::function<void()> &peer, const std::function<void()> &orb, long n) {
+    const int reps = RepsFor(n);
+    double tp = 1e30, to = 1e30;
+    for (int round = 0; round < 5; ++round) {
+        tp = std::min(tp, Time(peer, reps, 1));
+        to = std::min(to, Time(orb, reps, 1));
+    }
+    return tp / to;
+}
 
 template <class T> std::vector<T> Random(long n, unsigned seed) {
     std::mt19937 g(seed);
@@ -78,10 +91,8 @@ template <class T> void Arithmetic(const char *prefix) {
     for (const Row &r : rows) {
         std::printf("%s%-7s", prefix, r.name);
         for (long n : kSizes) {
-            const int reps = RepsFor(n);
-            const double to = Time([&] { r.orb(int(n), a.data(), b.data(), y.data()); }, reps);
-            const double tp = Time([&] { r.peer(int(n), a.data(), b.data(), y.data()); }, reps);
-            std::printf(" %9.2f", tp / to);
+            std::printf(" %9.2f", Ratio([&] { r.peer(int(n), a.data(), b.data(), y.data()); },
+                                        [&] { r.orb(int(n), a.data(), b.data(), y.data()); }, n));
         }
         std::printf("\n");
     }
@@ -103,7 +114,6 @@ template <class C, class R> void Complex(const char *prefix) {
     for (int op = 0; op < 3; ++op) {
         std::printf("%s%-7s", prefix, op == 0 ? "Mul" : op == 1 ? "Div" : "Abs");
         for (long n : kSizes) {
-            const int reps = RepsFor(n);
             std::function<void()> orb, peer;
             if (op == 0) {
                 orb = [&] { if (dbl) vzMul(int(n), (const VmlComplex16 *)a.data(), (const VmlComplex16 *)b.data(), (VmlComplex16 *)y.data());
@@ -118,63 +128,92 @@ template <class C, class R> void Complex(const char *prefix) {
                             else vcAbs(int(n), (const VmlComplex8 *)a.data(), (float *)m.data()); };
                 peer = [&] { peer::CAbs<C, R>(int(n), a.data(), m.data()); };
             }
-            std::printf(" %9.2f", Time(peer, reps) / Time(orb, reps));
+            std::printf(" %9.2f", Ratio(peer, orb, n));
         }
         std::printf("\n");
     }
 }
 
 void Threaded() {
-    std::printf("\nthreaded speed-up (time with 1 thread / time with 2 threads)\n");
+    std::printf("\nthreaded speed-up (time with 1 thread / time with 2 threads)\n%-8s", "n");
     const long nmax = 10000000;
     const std::vector<double> a = Random<double>(2 * nmax, 5), b = Random<double>(2 * nmax, 6);
     std::vector<double> y(2 * nmax);
+    const VmlComplex16 *za = (const VmlComplex16 *)a.data(), *zb = (const VmlComplex16 *)b.data();
+    VmlComplex16 *zy = (VmlComplex16 *)y.data();
+    for (long n : {100000L, 1000000L, 10000000L}) std::printf(" %9ld", n);
+    std::printf("\n");
     ServSetDynamic(0);
-    for (long n : {1000000L, 10000000L}) {
-        auto add = [&] { vdAdd(int(n), a.data(), b.data(), y.data()); };
-        auto div = [&] { vzDiv(int(n), (const VmlComplex16 *)a.data(), (const VmlComplex16 *)b.data(), (VmlComplex16 *)y.data()); };
-        double t[2][2];
-        for (int k = 0; k < 2; ++k) {
-            ServSetDomainValue(ServDomainVml, k + 1);
-            t[k][0] = Time(add, 3);
-            t[k][1] = Time(div, 3);
+    const std::pair<const char *, std::function<void(int)>> fns[] = {
+        {"vdAdd", [&](int n) { vdAdd(n, a.data(), b.data(), y.data()); }},
+        {"vdDiv", [&](int n) { vdDiv(n, a.data(), b.data(), y.data()); }},
+        {"vzMul", [&](int n) { vzMul(n, za, zb, zy); }},
+        {"vzDiv", [&](int n) { vzDiv(n, za, zb, zy); }},
+        {"vzAbs", [&](int n) { vzAbs(n, za, y.data()); }}};
+    for (const auto &row : fns) {
+        const auto &fn = row.second;
+        std::printf("%-8s", row.first);
+        for (long n : {100000L, 1000000L, 10000000L}) {
+            const int reps = int(std::max(1L, 20000000L / n));
+            double t[2] = {1e30, 1e30};
+            for (int round = 0; round < 3; ++round)
+                for (int k = 0; k < 2; ++k) {
+                    ServSetDomainValue(ServDomainVml, k + 1);
+                    t[k] = std::min(t[k], Time([&] { fn(int(n)); }, reps, 1));
+                }
+            std::printf(" %9.2f", t[0] / t[1]);
         }
-        std::printf("n=%-9ld vdAdd %.2f  vzDiv %.2f\n", n, t[0][0] / t[1][0], t[0][1] / t[1][1]);
+        std::printf("\n");
     }
+    ServSetDynamic(1);
     ServSetDomainValue(ServDomainVml, 1);
 }
 
-// Per-element cost of every level of one export at n = 4096 (in cache),
-// relative to vdAdd at level 8 = 0.76.
+// Time per element of levels 0, 2..8 of each export relative to its level
+// 9 (n = 4096, in cache), printed as the table rows.
 void Costs() {
     ServSetDomainValue(ServDomainVml, 1);
     const int n = 4096;
     const std::vector<double> a = Random<double>(2 * n, 7), b = Random<double>(2 * n, 8);
     std::vector<double> y(2 * n);
-    const double anchor = Time([&] { vml_kernels_vdAdd[8](n, a.data(), b.data(), y.data()); }, 2000);
-    auto row = [&](const char *name, const std::function<void(int)> &call) {
-        std::printf("%-14s", name);
-        for (int slot = 0; slot < 30; ++slot) {
-            if (slot % 10 == 1 || slot % 10 == 9) { std::printf(" %6s", "fix"); continue; }
-            std::printf(" %6.2f", Time([&] { call(slot); }, 300) / anchor * 0.76);
-            if (slot % 10 == 9) std::printf(" |");
-        }
-        std::printf("\n");
-    };
-    std::printf("\nrelative cost per element by slot (levels 0-9 x accuracy 1-3; levels 1 and 9 fixed)\n");
+    const float *fa = (const float *)a.data(), *fb = (const float *)b.data();
+    float *fy = (float *)y.data();
     const VmlComplex16 *za = (const VmlComplex16 *)a.data(), *zb = (const VmlComplex16 *)b.data();
     VmlComplex16 *zy = (VmlComplex16 *)y.data();
-    row("vdAdd", [&](int s) { vml_kernels_vdAdd[s](n, a.data(), b.data(), y.data()); });
-    row("vdMul", [&](int s) { vml_kernels_vdMul[s](n, a.data(), b.data(), y.data()); });
-    row("vdDiv", [&](int s) { vml_kernels_vdDiv[s](n, a.data(), b.data(), y.data()); });
-    row("vdSqr", [&](int s) { vml_kernels_vdSqr[s](n, a.data(), y.data()); });
-    row("vdAbs", [&](int s) { vml_kernels_vdAbs[s](n, a.data(), y.data()); });
-    row("vdRound", [&](int s) { vml_kernels_vdRound[s](n, a.data(), y.data()); });
-    row("vzAdd", [&](int s) { vml_kernels_vzAdd[s](n / 2, za, zb, zy); });
-    row("vzMul", [&](int s) { vml_kernels_vzMul[s](n / 2, za, zb, zy); });
-    row("vzDiv", [&](int s) { vml_kernels_vzDiv[s](n / 2, za, zb, zy); });
-    row("vzAbs", [&](int s) { vml_kernels_vzAbs[s](n / 2, za, y.data()); });
-    row("vdLinearFrac", [&](int s) { vml_kernels_vdLinearFrac[s](n, a.data(), b.data(), 2, 1, 3, 1, y.data()); });
+    const VmlComplex8 *ca = (const VmlComplex8 *)a.data(), *cb = (const VmlComplex8 *)b.data();
+    VmlComplex8 *cy = (VmlComplex8 *)y.data();
+    const int m = n / 2;  // complex elements
+    const std::pair<const char *, std::function<void(int)>> rows[] = {
+#define REAL2(N, A, B, Y) {#N, [&](int s) { vml_kernels_##N[s](n, A, B, Y); }},
+#define REAL1(N, A, Y) {#N, [&](int s) { vml_kernels_##N[s](n, A, Y); }},
+        REAL2(vsAdd, fa, fb, fy) REAL2(vdAdd, a.data(), b.data(), y.data())
+        REAL2(vsSub, fa, fb, fy) REAL2(vdSub, a.data(), b.data(), y.data())
+        REAL2(vsMul, fa, fb, fy) REAL2(vdMul, a.data(), b.data(), y.data())
+        REAL2(vsDiv, fa, fb, fy) REAL2(vdDiv, a.data(), b.data(), y.data())
+        REAL1(vsSqr, fa, fy) REAL1(vdSqr, a.data(), y.data())
+        REAL1(vsAbs, fa, fy) REAL1(vdAbs, a.data(), y.data())
+        REAL1(vsRound, fa, fy) REAL1(vdRound, a.data(), y.data())
+#define CPLX2(N, A, B, Y) {#N, [&](int s) { vml_kernels_##N[s](m, A, B, Y); }},
+        CPLX2(vcAdd, ca, cb, cy) CPLX2(vzAdd, za, zb, zy)
+        CPLX2(vcMul, ca, cb, cy) CPLX2(vzMul, za, zb, zy)
+        CPLX2(vcMulByConj, ca, cb, cy) CPLX2(vzMulByConj, za, zb, zy)
+        CPLX2(vcDiv, ca, cb, cy) CPLX2(vzDiv, za, zb, zy)
+        {"vcAbs", [&](int s) { vml_kernels_vcAbs[s](m, ca, fy); }},
+        {"vzAbs", [&](int s) { vml_kernels_vzAbs[s](m, za, y.data()); }},
+        {"vsLinearFrac", [&](int s) { vml_kernels_vsLinearFrac[s](n, fa, fb, 2, 1, 3, 1, fy); }},
+        {"vdLinearFrac", [&](int s) { vml_kernels_vdLinearFrac[s](n, a.data(), b.data(), 2, 1, 3, 1, y.data()); }},
+    };
+    std::printf("\ncost ratios t(level)/t(level 9), levels 0 2 3 4 5 6 7 8 (n = %d)\n", n);
+    for (const auto &row : rows) {
+        const char *name = row.first;
+        const auto &fn = row.second;
+        double t[10];
+        for (int level = 0; level < 10; ++level)
+            t[level] = level == 1 ? 0.0 : Time([&, level = level] { fn(level); }, 200, 5);
+        std::printf("%-14s VML_COST_RATIOS(", name);
+        for (int level : {0, 2, 3, 4, 5, 6, 7, 8})
+            std::printf("%.2ff%s", t[level] / t[9], level == 8 ? ")\n" : ", ");
+    }
 }
 
 }  // namespace
@@ -183,13 +222,16 @@ int main(int argc, char **argv) {
     ServVmlSetMode(0x0100);  // errors only recorded: no side effects in timing
     std::printf("vector math benchmark: CpuLevel %d, ExtCpuLevel %d\n",
                 int(ServGetCpuLevel()), int(ServGetExtCpuLevel()));
-    const bool quick = argc > 1 && std::string(argv[1]) == "quick";
+    const std::string what = argc > 1 ? argv[1] : "ratios";
     ServSetDomainValue(ServDomainVml, 1);
+    if (what == "costs") {
+        Costs();
+        return 0;
+    }
     Arithmetic<double>("vd");
     Arithmetic<float>("vs");
     Complex<VmlComplex16, double>("vz");
     Complex<VmlComplex8, float>("vc");
-    Threaded();
-    if (!quick) Costs();
+    if (what == "ratios") Threaded();
     return 0;
 }

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "datafit/level_guard.h"
 #include "datafit/df_interp_request.h"
 #include "orb_df.h"
 

@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "datafit/level_guard.h"
 #include "datafit/df_oracle.h"
 #include "datafit/df_test_data.h"
 

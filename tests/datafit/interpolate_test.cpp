@@ -9,6 +9,7 @@
 #include <random>
 #include <vector>
 
+#include "datafit/level_guard.h"
 #include "datafit/df_interp_request.h"
 #include "datafit/df_test_data.h"
 

@@ -194,20 +194,24 @@ TEST(VmlArithKernels, FlushFieldDecidesSubnormalProduct) {
     }
 }
 
+// Halfway and near-halfway values, repeated so that every case also runs
+// through the vector loop of each slot.
 TEST(VmlArithKernels, RoundCases) {
     struct Case { double in, out; };
     const Case cases[] = {{2.5, 3.0}, {-2.5, -3.0}, {0.49, 0.0}, {-0.3, -0.0},
                           {0.5, 1.0}, {-0.5, -1.0}, {0.99, 1.0}, {1.5, 2.0},
+                          {0.49999999999999994, 0.0}, {-0.49999999999999994, -0.0},
                           {4503599627370495.5, 4503599627370496.0},
                           {9007199254740993.0, 9007199254740993.0}};
+    constexpr int kCases = sizeof cases / sizeof cases[0], n = 4 * kCases;
+    double in[n], out[n];
+    for (int i = 0; i < n; ++i) in[i] = cases[i % kCases].in;
     ModeScope mode(kQuiet);
     for (int slot = 0; slot < 30; ++slot) {
         if (!SlotRunnable(slot)) continue;
-        for (const Case &c : cases) {
-            double y;
-            vml_kernels_vdRound[slot](1, &c.in, &y);
-            EXPECT_TRUE(SameValue(y, c.out)) << c.in << " slot " << slot;
-        }
+        vml_kernels_vdRound[slot](n, in, out);
+        for (int i = 0; i < n; ++i)
+            EXPECT_TRUE(SameValue(out[i], cases[i % kCases].out)) << in[i] << " slot " << slot;
     }
 }
 

@@ -2,7 +2,8 @@
 // against the MPFR oracle: a few tens of thousands of operands per function
 // and precision, run through all six level variants, including the hard
 // regions. The bound depends on the flavour: 1 ulp for the accurate
-// kernels (Sqrt correctly rounded), 4 ulp for the lower-accuracy ones.
+// kernels (Sqrt correctly rounded), 4 ulp for the lower-accuracy ones,
+// 26 correct bits (double) or 11 (single) for the fastest ones.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -51,30 +52,16 @@ std::vector<ExactValue> References(MathFn fn, const std::vector<T> &a, const std
     return r;
 }
 
-template <typename T, typename K, size_t L>
-void CheckUnary(MathFn fn, const K (&kernels)[L], const std::vector<T> &a, double bound) {
-    std::vector<T> none(a.size(), T(0));
-    auto ref = References(fn, a, none);
+// Runs the six level variants (run(level, y)) over operands a, b and
+// checks the worst error against the references.
+template <typename T, typename Run>
+void CheckLevels(MathFn fn, const std::vector<T> &a, const std::vector<T> &b, double bound,
+                 Run run) {
+    auto ref = References(fn, a, b);
     Worst w;
     std::vector<T> y(a.size());
-    for (size_t l = 0; l < L; ++l) {
-        kernels[l](static_cast<int32_t>(a.size()), a.data(), y.data());
-        for (size_t i = 0; i < a.size(); ++i)
-            w.see(UlpError(ref[i], y[i], kSingle<T>), kLevelNames[l], a[i], 0);
-    }
-    EXPECT_LE(w.err, bound) << w.where;
-    std::printf("  %s %zu operands: max %.3f ulp (%s)\n", kSingle<T> ? "single" : "double",
-                a.size(), w.err, w.where.c_str());
-}
-
-template <typename T, typename K, size_t L>
-void CheckAtan2(const K (&kernels)[L], const std::vector<T> &a, const std::vector<T> &b,
-                double bound = 1.0) {
-    auto ref = References(MathFn::Atan2, a, b);
-    Worst w;
-    std::vector<T> y(a.size());
-    for (size_t l = 0; l < L; ++l) {
-        kernels[l](static_cast<int32_t>(a.size()), a.data(), b.data(), y.data());
+    for (size_t l = 0; l < 6; ++l) {
+        run(l, y.data());
         for (size_t i = 0; i < a.size(); ++i)
             w.see(UlpError(ref[i], y[i], kSingle<T>), kLevelNames[l], a[i], b[i]);
     }
@@ -83,20 +70,26 @@ void CheckAtan2(const K (&kernels)[L], const std::vector<T> &a, const std::vecto
                 a.size(), w.err, w.where.c_str());
 }
 
-template <typename T, typename K, size_t L>
-void CheckPow(const K (&kernels)[L], const std::vector<T> &a, T b) {
-    std::vector<T> bs(a.size(), b);
-    auto ref = References(MathFn::Pow, a, bs);
-    Worst w;
-    std::vector<T> y(a.size());
-    for (size_t l = 0; l < L; ++l) {
-        kernels[l](static_cast<int32_t>(a.size()), a.data(), b, y.data());
-        for (size_t i = 0; i < a.size(); ++i)
-            w.see(UlpError(ref[i], y[i], kSingle<T>), kLevelNames[l], a[i], b);
-    }
-    EXPECT_LE(w.err, 1.0) << w.where;
-    std::printf("  %s %zu operands: max %.3f ulp (%s)\n", kSingle<T> ? "single" : "double",
-                a.size(), w.err, w.where.c_str());
+template <typename T, typename K>
+void CheckUnary(MathFn fn, const K (&k)[6], const std::vector<T> &a, double bound) {
+    const int32_t n = static_cast<int32_t>(a.size());
+    CheckLevels<T>(fn, a, std::vector<T>(a.size(), T(0)), bound,
+                   [&](size_t l, T *y) { k[l](n, a.data(), y); });
+}
+
+template <typename T, typename K>
+void CheckAtan2(const K (&k)[6], const std::vector<T> &a, const std::vector<T> &b,
+                double bound = 1.0) {
+    const int32_t n = static_cast<int32_t>(a.size());
+    CheckLevels<T>(MathFn::Atan2, a, b, bound,
+                   [&](size_t l, T *y) { k[l](n, a.data(), b.data(), y); });
+}
+
+template <typename T, typename K>
+void CheckPow(const K (&k)[6], const std::vector<T> &a, T b) {
+    const int32_t n = static_cast<int32_t>(a.size());
+    CheckLevels<T>(MathFn::Pow, a, std::vector<T>(a.size(), b), 1.0,
+                   [&](size_t l, T *y) { k[l](n, a.data(), b, y); });
 }
 
 // The random root operands plus powers of two over the whole range.
@@ -108,32 +101,41 @@ template <typename T> std::vector<T> RootInputs(uint64_t seed, bool negative_too
     v.push_back(std::numeric_limits<T>::denorm_min());
     return v;
 }
-TEST(VmlMathAccuracy, Sqrt) {
-    const decltype(&k_ref::vdSqrt_ha) kd[] = ORB_ALL_LEVELS(vdSqrt_ha);
-    const decltype(&k_ref::vsSqrt_ha) ks[] = ORB_ALL_LEVELS(vsSqrt_ha);
-    // Correctly rounded: within half an ulp.
-    CheckUnary<double>(MathFn::Sqrt, kd, RootInputs<double>(1, false, 50000), 0.5);
-    CheckUnary<float>(MathFn::Sqrt, ks, RootInputs<float>(2, false, 50000), 0.5);
-}
+// One flavour's level variants and its bound (ulp of the precision).
+template <typename T> struct UnaryFlavour {
+    void (*k[6])(int32_t, const T *, T *);
+    double bound;
+};
+struct RootCase {
+    MathFn fn;
+    std::vector<UnaryFlavour<double>> d;
+    std::vector<UnaryFlavour<float>> s;
+};
 
-TEST(VmlMathAccuracy, Cbrt) {
-    const decltype(&k_ref::vdCbrt_ha) kd[] = ORB_ALL_LEVELS(vdCbrt_ha);
-    const decltype(&k_ref::vsCbrt_ha) ks[] = ORB_ALL_LEVELS(vsCbrt_ha);
-    const decltype(&k_ref::vsCbrt_ep) ke[] = ORB_ALL_LEVELS(vsCbrt_ep);
-    CheckUnary<double>(MathFn::Cbrt, kd, RootInputs<double>(3, true, 50000), 1.0);
-    auto fin = RootInputs<float>(4, true, 50000);
-    CheckUnary<float>(MathFn::Cbrt, ks, fin, 1.0);
-    CheckUnary<float>(MathFn::Cbrt, ke, fin, 4.0);
-}
-
-TEST(VmlMathAccuracy, InvCbrt) {
-    const decltype(&k_ref::vdInvCbrt_ha) kd[] = ORB_ALL_LEVELS(vdInvCbrt_ha);
-    const decltype(&k_ref::vsInvCbrt_ha) ks[] = ORB_ALL_LEVELS(vsInvCbrt_ha);
-    const decltype(&k_ref::vsInvCbrt_ep) ke[] = ORB_ALL_LEVELS(vsInvCbrt_ep);
-    CheckUnary<double>(MathFn::InvCbrt, kd, RootInputs<double>(5, true, 50000), 1.0);
-    auto fin = RootInputs<float>(6, true, 50000);
-    CheckUnary<float>(MathFn::InvCbrt, ks, fin, 1.0);
-    CheckUnary<float>(MathFn::InvCbrt, ke, fin, 4.0);
+TEST(VmlMathAccuracy, Roots) {
+    const RootCase cases[] = {
+        // Sqrt correctly rounded: within half an ulp.
+        {MathFn::Sqrt, {{ORB_ALL_LEVELS(vdSqrt_ha), 0.5}}, {{ORB_ALL_LEVELS(vsSqrt_ha), 0.5}}},
+        {MathFn::Cbrt,
+         {{ORB_ALL_LEVELS(vdCbrt_ha), 1.0}},
+         {{ORB_ALL_LEVELS(vsCbrt_ha), 1.0},
+          {ORB_ALL_LEVELS(vsCbrt_la), 4.0},
+          {ORB_ALL_LEVELS(vsCbrt_ep), 0x1p12}}},  // 11 correct bits
+        {MathFn::InvCbrt,
+         {{ORB_ALL_LEVELS(vdInvCbrt_ha), 1.0},
+          {ORB_ALL_LEVELS(vdInvCbrt_la), 4.0},
+          {ORB_ALL_LEVELS(vdInvCbrt_ep), 0x1p26}},  // 26 correct bits
+         {{ORB_ALL_LEVELS(vsInvCbrt_ha), 1.0},
+          {ORB_ALL_LEVELS(vsInvCbrt_la), 4.0},
+          {ORB_ALL_LEVELS(vsInvCbrt_ep), 0x1p12}}}};
+    uint64_t seed = 1;
+    for (const RootCase &c : cases) {
+        const bool negative_too = c.fn != MathFn::Sqrt;
+        auto din = RootInputs<double>(seed++, negative_too, 50000);
+        for (const auto &f : c.d) CheckUnary<double>(c.fn, f.k, din, f.bound);
+        auto fin = RootInputs<float>(seed++, negative_too, 50000);
+        for (const auto &f : c.s) CheckUnary<float>(c.fn, f.k, fin, f.bound);
+    }
 }
 
 // Bases for an exponent b: log-uniform so that |b log2 a| stays within
@@ -206,16 +208,21 @@ template <typename T> void Atan2Inputs(uint64_t seed, int count, std::vector<T> 
 }
 
 TEST(VmlMathAccuracy, Atan2) {
-    const decltype(&k_ref::vdAtan2_ha) kd[] = ORB_ALL_LEVELS(vdAtan2_ha);
-    const decltype(&k_ref::vsAtan2_ha) ks[] = ORB_ALL_LEVELS(vsAtan2_ha);
+    using KD = decltype(&k_ref::vdAtan2_ha);
+    using KS = decltype(&k_ref::vsAtan2_ha);
+    // code 2: 1 ulp, code 1: 4 ulp, code 3: 26 (double) or 11 (single) bits
+    const struct { KD k[6]; double bound; } fd[] = {
+        {ORB_ALL_LEVELS(vdAtan2_ha), 1.0}, {ORB_ALL_LEVELS(vdAtan2_la), 4.0},
+        {ORB_ALL_LEVELS(vdAtan2_ep), 0x1p26}};
+    const struct { KS k[6]; double bound; } fs[] = {
+        {ORB_ALL_LEVELS(vsAtan2_ha), 1.0}, {ORB_ALL_LEVELS(vsAtan2_la), 4.0},
+        {ORB_ALL_LEVELS(vsAtan2_ep), 0x1p12}};
     std::vector<double> ad, bd;
     Atan2Inputs<double>(7, 60000, ad, bd);
-    CheckAtan2<double>(kd, ad, bd);
-    const decltype(&k_ref::vdAtan2_la) kl[] = ORB_ALL_LEVELS(vdAtan2_la);
-    CheckAtan2<double>(kl, ad, bd, 4.0);
+    for (const auto &f : fd) CheckAtan2<double>(f.k, ad, bd, f.bound);
     std::vector<float> as, bs;
     Atan2Inputs<float>(8, 60000, as, bs);
-    CheckAtan2<float>(ks, as, bs);
+    for (const auto &f : fs) CheckAtan2<float>(f.k, as, bs, f.bound);
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
-// The root, power and arc-tangent exports through the call frame: the
-// table rows (slot -> level variant and accuracy flavour), and an
+// The root, power and arc-tangent exports through the call frame: an
 // exceptional element found by a kernel reaching the caller's status word
 // and callback with its position in the whole array, serial and threaded.
 #include <gtest/gtest.h>
@@ -15,31 +14,6 @@
 #include "vml_math_reports.h"
 
 namespace {
-
-TEST(VmlMathEntry, TableRows) {
-    // Level 0, 1-2, 3-6, 7, 8, 9 of every block.
-    for (int code = 1; code <= 3; ++code) {
-        const int b = 10 * (code - 1);
-        EXPECT_EQ(vml_kernels_vdSqrt[b + 0], &k_ref::vdSqrt_ha);
-        EXPECT_EQ(vml_kernels_vdSqrt[b + 2], &k_generic::vdSqrt_ha);
-        EXPECT_EQ(vml_kernels_vdPowx[b + 6], &k_sse2::vdPowx_ha);
-        EXPECT_EQ(vml_kernels_vdAtan2[b + 7], code == 2 ? &k_sse42::vdAtan2_ha : &k_sse42::vdAtan2_la);
-        EXPECT_EQ(vml_kernels_vsAtan2[b + 8], &k_avx::vsAtan2_ha);
-        EXPECT_EQ(vml_kernels_vdInvCbrt[b + 9], &k_avx2::vdInvCbrt_ha);
-        // Single-precision cube roots: the seed-only flavour except at code 2.
-        EXPECT_EQ(vml_kernels_vsCbrt[b + 9], code == 2 ? &k_avx2::vsCbrt_ha : &k_avx2::vsCbrt_ep);
-        for (int l = 0; l < 10; ++l) {
-            EXPECT_NE(vml_kernels_vsSqrt[b + l], nullptr);
-            EXPECT_NE(vml_kernels_vsPowx[b + l], nullptr);
-            EXPECT_GT(vml_costs_vdPowx[b + l], 0.0f);
-        }
-        EXPECT_EQ(vml_costs_vdCbrt[b + 1], 3.0f);
-    }
-    EXPECT_EQ(vml_costs_vdSqrt[9], 2.0f);
-    EXPECT_EQ(vml_costs_vdSqrt[19], 3.0f);
-    EXPECT_EQ(vml_costs_vdSqrt[29], 1.0f);
-    EXPECT_EQ(vml_kernels_vdSqrt[30], nullptr);
-}
 
 // n = 5000 goes through the threader whenever more than one thread is
 // allowed; n = 50 always runs in the calling thread.

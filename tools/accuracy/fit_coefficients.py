@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Polynomial coefficients of the root, power and arc-tangent kernels.
+"""Polynomial coefficients of the root and arc-tangent kernels (the power
+kernels use Taylor coefficients and the tables of pow_tables.py).
 
 Each kernel polynomial is a Chebyshev-node fit (mpmath.chebyfit, 60-digit
 working precision) of a smooth, non-vanishing auxiliary function, which is
@@ -35,19 +36,6 @@ def cbrt(m):
     return mp.cbrt(m)
 
 
-def log_tail(z):      # log(m) = 2s + 2s^3/3 + s^5 Q(s^2),  s = (m-1)/(m+1)
-    if z == 0:
-        return mp.mpf(2) / 5
-    s = mp.sqrt(z)
-    return (2 * mp.atanh(s) - 2 * s - 2 * s**3 / 3) / s**5
-
-
-def exp_tail(r):      # e^r = 1 + r + r^2 P(r)
-    if r == 0:
-        return mp.mpf(1) / 2
-    return (mp.exp(r) - 1 - r) / r**2
-
-
 def atan_tail(z):     # atan(u) = u + u^3 P(u^2)
     if z == 0:
         return -mp.mpf(1) / 3
@@ -55,10 +43,8 @@ def atan_tail(z):     # atan(u) = u + u^3 P(u^2)
     return (mp.atan(u) - u) / u**3
 
 
-smax = (mp.sqrt(2) - 1) / (mp.sqrt(2) + 1)
 fit("cbrt seed", cbrt, mp.mpf(1), mp.mpf(2), 7, "m")
-fit("log tail Q", log_tail, mp.mpf(0), smax**2, 8, "z = s^2")
-fit("exp tail P", exp_tail, -mp.log(2) / 2, mp.log(2) / 2, 11, "r")
+fit("inverse cbrt seed (single, widened)", lambda m: 1 / mp.cbrt(m), mp.mpf(1), mp.mpf(2), 5, "m")
 fit("atan tail P", atan_tail, mp.mpf(0), (mp.sqrt(2) - 1)**2, 10, "z = u^2")
 print("ln2 hi/lo, pi parts:")
 ln2 = mp.log(2)

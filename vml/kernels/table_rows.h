@@ -23,4 +23,15 @@
       VML_COST_BLOCK(c0, c2, c3, c4, c5, c6, c7, c8, 3.0f),       \
       VML_COST_BLOCK(c0, c2, c3, c4, c5, c6, c7, c8, 1.0f), 0.0f, 0.0f }
 
+// Cost row from measured time ratios r_L = t(level L) / t(level 9) of the
+// same kernel (bench/vml, "costs" mode): each block scales its fixed
+// level-9 value by the ratio; level 1 keeps its fixed value.
+#define VML_COST_RATIO_BLOCK(r0, r2, r3, r4, r5, r6, r7, r8, k9)            \
+    (r0) * (k9), 3.0f, (r2) * (k9), (r3) * (k9), (r4) * (k9), (r5) * (k9), \
+        (r6) * (k9), (r7) * (k9), (r8) * (k9), k9
+#define VML_COST_RATIOS(r0, r2, r3, r4, r5, r6, r7, r8)                    \
+    { VML_COST_RATIO_BLOCK(r0, r2, r3, r4, r5, r6, r7, r8, 2.0f),          \
+      VML_COST_RATIO_BLOCK(r0, r2, r3, r4, r5, r6, r7, r8, 3.0f),          \
+      VML_COST_RATIO_BLOCK(r0, r2, r3, r4, r5, r6, r7, r8, 1.0f), 0.0f, 0.0f }
+
 #endif

@@ -1,28 +1,69 @@
-// Real arithmetic kernels, compiled once per instruction-set level. The
-// loop shape is the shared frame; the compiler vectorizes the blocked main
-// loop with the level's instruction set. The *_plain kernels (table entry
-// 0, reachable only by the level override) are single loops without
+// Real arithmetic kernels, compiled once per instruction-set level: the
+// level's vector type carries the main loop (two vectors per step, aligned
+// or unaligned stores by the output's alignment), scalar code the tail and
+// partially overlapping arrays. The *_plain kernels (table entry 0,
+// reachable only by the level override) are single loops without
 // control-state handling.
 #include "vml/kernels/arith/arith_kernels.h"
 #include "vml/kernels/arith/arith_ops.h"
+#include "vml/kernels/arith/simd.h"
 #include "vml/kernels/kernel_frame.h"
 
 namespace ORB_KNS {
 namespace {
 
-template <class T, class Op>
-void Binary(int32_t n, const T *a, const T *b, T *y) {
-    vml::ControlGuard guard;
-    if (n <= 0) return;
-    vml::DriveBinary<T, Op>(n, a, b, y);
+using namespace vml;
+
+// Reports, in index order, the flagged lanes of the `count` elements from i.
+template <class T, class Op, class V>
+void ReportLanes(int32_t i, int32_t count, const V *va, const V *vb,
+                 const T *a, const T *b, T *y) {
+    constexpr int32_t W = Vec<T>::kLanes;
+    T xa[4 * W], xb[4 * W];
+    memcpy(xa, va, size_t(count) * sizeof(T));
+    memcpy(xb, vb, size_t(count) * sizeof(T));
+    for (int32_t j = 0; j < count; ++j)
+        if (Op::Flag(xa[j], xb[j])) Op::Report(i + j, a, b, y);
 }
-template <class T, class Op> void Unary(int32_t n, const T *a, T *y) {
-    vml::ControlGuard guard;
-    if (n <= 0) return;
-    vml::DriveUnary<T, T, Op>(n, a, y);
+
+// Inputs of a step are loaded before its stores, so y may equal a or b.
+template <class T, class Op, bool Aligned>
+void VectorLoop(int32_t n, const T *a, const T *b, T *y) {
+    using V = typename Vec<T>::V;
+    constexpr int32_t W = Vec<T>::kLanes;
+    auto store = [](T *p, V v) {
+        if constexpr (Aligned) StoreA(p, v);
+        else StoreU(p, v);
+    };
+    int32_t i = 0;
+    for (; i + 2 * W <= n; i += 2 * W) {
+        const V va[2] = {LoadU<V>(a + i), LoadU<V>(a + i + W)};
+        const V vb[2] = {LoadU<V>(b + i), LoadU<V>(b + i + W)};
+        store(y + i, Op::Apply(va[0], vb[0]));
+        store(y + i + W, Op::Apply(va[1], vb[1]));
+        if constexpr (Op::kReports)
+            if (Any(Op::Suspect(vb[0]) | Op::Suspect(vb[1])))
+                ReportLanes<T, Op>(i, 2 * W, va, vb, a, b, y);
+    }
+    if (i + W <= n) {
+        const V va = LoadU<V>(a + i), vb = LoadU<V>(b + i);
+        store(y + i, Op::Apply(va, vb));
+        if constexpr (Op::kReports)
+            if (Any(Op::Suspect(vb))) ReportLanes<T, Op>(i, W, &va, &vb, a, b, y);
+        i += W;
+    }
+    for (; i < n; ++i) {
+        const T x = a[i], z = b[i];
+        y[i] = Op::Apply(x, z);
+        if constexpr (Op::kReports)
+            if (Op::Flag(x, z)) Op::Report(i, a, b, y);
+    }
 }
+
+// Element by element in index order: the meaning of partially overlapping
+// arrays, and the level-0 loop.
 template <class T, class Op>
-void BinaryPlain(int32_t n, const T *a, const T *b, T *y) {
+void OrderedLoop(int32_t n, const T *a, const T *b, T *y) {
     for (int32_t i = 0; i < n; ++i) {
         const T x = a[i], z = b[i];
         y[i] = Op::Apply(x, z);
@@ -30,38 +71,48 @@ void BinaryPlain(int32_t n, const T *a, const T *b, T *y) {
             if (Op::Flag(x, z)) Op::Report(i, a, b, y);
     }
 }
-template <class T, class Op> void UnaryPlain(int32_t n, const T *a, T *y) {
-    for (int32_t i = 0; i < n; ++i) y[i] = Op::Apply(a[i]);
+
+template <class T, class Op>
+void Binary(int32_t n, const T *a, const T *b, T *y) {
+    ControlGuard guard;
+    if (n <= 0) return;
+    const size_t bytes = size_t(n) * sizeof(T);
+    if (PartialOverlap(y, a, bytes) || PartialOverlap(y, b, bytes))
+        OrderedLoop<T, Op>(n, a, b, y);
+    else if ((uintptr_t(y) & (kVecBytes - 1)) == 0)
+        VectorLoop<T, Op, true>(n, a, b, y);
+    else
+        VectorLoop<T, Op, false>(n, a, b, y);
 }
 
 }  // namespace
 
-#define VML_BIN(sname, dname, Op, PlainOp)                                  \
+#define VML_BIN(sname, dname, Op)                                           \
     void sname(int32_t n, const float *a, const float *b, float *y) {      \
         Binary<float, Op>(n, a, b, y); }                                    \
     void dname(int32_t n, const double *a, const double *b, double *y) {   \
         Binary<double, Op>(n, a, b, y); }                                   \
     void sname##_plain(int32_t n, const float *a, const float *b,          \
-                       float *y) { BinaryPlain<float, PlainOp>(n, a, b, y); } \
+                       float *y) { OrderedLoop<float, Op>(n, a, b, y); }    \
     void dname##_plain(int32_t n, const double *a, const double *b,        \
-                       double *y) { BinaryPlain<double, PlainOp>(n, a, b, y); }
-#define VML_UN(sname, dname, Op, PlainOp)                                   \
+                       double *y) { OrderedLoop<double, Op>(n, a, b, y); }
+// One-input kernels run the same loops with the input passed twice.
+#define VML_UN(sname, dname, Op)                                            \
     void sname(int32_t n, const float *a, float *y) {                      \
-        Unary<float, Op>(n, a, y); }                                        \
+        Binary<float, Op>(n, a, a, y); }                                    \
     void dname(int32_t n, const double *a, double *y) {                    \
-        Unary<double, Op>(n, a, y); }                                       \
+        Binary<double, Op>(n, a, a, y); }                                   \
     void sname##_plain(int32_t n, const float *a, float *y) {              \
-        UnaryPlain<float, PlainOp>(n, a, y); }                              \
+        OrderedLoop<float, Op>(n, a, a, y); }                               \
     void dname##_plain(int32_t n, const double *a, double *y) {            \
-        UnaryPlain<double, PlainOp>(n, a, y); }
+        OrderedLoop<double, Op>(n, a, a, y); }
 
-using namespace vml;
-VML_BIN(vsAdd, vdAdd, OpAdd, OpAdd)
-VML_BIN(vsSub, vdSub, OpSub, OpSub)
-VML_BIN(vsMul, vdMul, OpMul, OpMul)
-VML_BIN(vsDiv, vdDiv, OpDiv, OpDiv)
-VML_UN(vsSqr, vdSqr, OpSqr, OpSqr)
-VML_UN(vsAbs, vdAbs, OpAbs, OpAbsPlain)
-VML_UN(vsRound, vdRound, OpRound, OpRound)
+VML_BIN(vsAdd, vdAdd, OpAdd)
+VML_BIN(vsSub, vdSub, OpSub)
+VML_BIN(vsMul, vdMul, OpMul)
+VML_BIN(vsDiv, vdDiv, OpDiv)
+VML_UN(vsSqr, vdSqr, OpSqr)
+VML_UN(vsAbs, vdAbs, OpAbs)
+VML_UN(vsRound, vdRound, OpRound)
 
 }  // namespace ORB_KNS

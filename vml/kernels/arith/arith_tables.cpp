@@ -6,20 +6,35 @@
     const type vml_kernels_##name[VML_TABLE_SIZE] = VML_KERNEL_TABLE(name);
 VML_ARITH_KERNELS(VML_ARITH_TABLE)
 
-// Relative cost per element (units of the dynamic thread rule).
-#define VML_ADD_COSTS VML_COST_ROW(2.6f, 1.85f, 3.24f, 4.4f, 1.63f, 1.57f, 0.94f, 0.76f)
-const float vml_costs_vsAdd[VML_TABLE_SIZE] = VML_ADD_COSTS;
-const float vml_costs_vdAdd[VML_TABLE_SIZE] = VML_ADD_COSTS;
-const float vml_costs_vsSub[VML_TABLE_SIZE] = VML_ADD_COSTS;
-const float vml_costs_vdSub[VML_TABLE_SIZE] = VML_ADD_COSTS;
-const float vml_costs_vsMul[VML_TABLE_SIZE] = VML_ADD_COSTS;
-const float vml_costs_vdMul[VML_TABLE_SIZE] = VML_ADD_COSTS;
-const float vml_costs_vsSqr[VML_TABLE_SIZE] = VML_ADD_COSTS;
-const float vml_costs_vdSqr[VML_TABLE_SIZE] = VML_ADD_COSTS;
-const float vml_costs_vsAbs[VML_TABLE_SIZE] = VML_ADD_COSTS;
-const float vml_costs_vdAbs[VML_TABLE_SIZE] = VML_ADD_COSTS;
-const float vml_costs_vsRound[VML_TABLE_SIZE] = VML_ADD_COSTS;
-const float vml_costs_vdRound[VML_TABLE_SIZE] = VML_ADD_COSTS;
-#define VML_DIV_COSTS VML_COST_ROW(31.18f, 9.0f, 12.68f, 14.41f, 9.52f, 7.9f, 6.03f, 5.17f)
-const float vml_costs_vsDiv[VML_TABLE_SIZE] = VML_DIV_COSTS;
-const float vml_costs_vdDiv[VML_TABLE_SIZE] = VML_DIV_COSTS;
+// Relative cost per element (units of the dynamic thread rule): each row
+// holds the measured time of levels 0, 2..8 relative to level 9 of the same
+// kernel ("bench_vml costs", n = 4096 in cache), scaled by the fixed
+// level-9 value of each accuracy block.
+const float vml_costs_vsAdd[VML_TABLE_SIZE] =
+    VML_COST_RATIOS(1.40f, 1.44f, 1.44f, 1.43f, 1.44f, 1.44f, 1.44f, 1.00f);
+const float vml_costs_vdAdd[VML_TABLE_SIZE] =
+    VML_COST_RATIOS(1.24f, 1.24f, 1.24f, 1.24f, 1.23f, 1.23f, 1.24f, 0.99f);
+const float vml_costs_vsSub[VML_TABLE_SIZE] =
+    VML_COST_RATIOS(1.42f, 1.45f, 1.44f, 1.45f, 1.45f, 1.46f, 1.46f, 1.01f);
+const float vml_costs_vdSub[VML_TABLE_SIZE] =
+    VML_COST_RATIOS(1.24f, 1.25f, 1.25f, 1.24f, 1.24f, 1.25f, 1.25f, 1.00f);
+const float vml_costs_vsMul[VML_TABLE_SIZE] =
+    VML_COST_RATIOS(2.02f, 2.01f, 2.00f, 1.99f, 2.17f, 2.18f, 2.17f, 1.01f);
+const float vml_costs_vdMul[VML_TABLE_SIZE] =
+    VML_COST_RATIOS(1.24f, 1.24f, 1.24f, 1.23f, 1.23f, 1.23f, 1.24f, 0.98f);
+const float vml_costs_vsDiv[VML_TABLE_SIZE] =
+    VML_COST_RATIOS(4.90f, 1.94f, 2.05f, 2.04f, 2.05f, 1.93f, 2.06f, 1.00f);
+const float vml_costs_vdDiv[VML_TABLE_SIZE] =
+    VML_COST_RATIOS(4.17f, 2.00f, 2.00f, 2.00f, 2.00f, 2.00f, 2.00f, 1.00f);
+const float vml_costs_vsSqr[VML_TABLE_SIZE] =
+    VML_COST_RATIOS(1.93f, 2.00f, 2.29f, 2.00f, 2.01f, 1.97f, 2.12f, 1.16f);
+const float vml_costs_vdSqr[VML_TABLE_SIZE] =
+    VML_COST_RATIOS(1.31f, 1.47f, 1.47f, 1.47f, 1.47f, 1.48f, 1.92f, 1.10f);
+const float vml_costs_vsAbs[VML_TABLE_SIZE] =
+    VML_COST_RATIOS(1.66f, 1.81f, 1.81f, 1.81f, 1.80f, 1.81f, 2.47f, 1.02f);
+const float vml_costs_vdAbs[VML_TABLE_SIZE] =
+    VML_COST_RATIOS(1.50f, 2.67f, 2.66f, 2.66f, 2.65f, 2.66f, 1.80f, 0.71f);
+const float vml_costs_vsRound[VML_TABLE_SIZE] =
+    VML_COST_RATIOS(7.20f, 6.81f, 6.96f, 5.19f, 5.19f, 6.39f, 1.47f, 0.58f);
+const float vml_costs_vdRound[VML_TABLE_SIZE] =
+    VML_COST_RATIOS(8.83f, 9.50f, 8.85f, 8.86f, 8.85f, 8.85f, 2.49f, 1.00f);

@@ -1,19 +1,21 @@
 /* Math core of the arc-tangent kernels, atan2(y, x) for finite operands
  * not both zero. The angle is assembled as C + s atan(u), |u| <= tan(pi/8):
- *   t = min(|x|,|y|) / max(|x|,|y|)            (double-double)
- *   u = t, or (t - 1)/(t + 1) when t > tan(pi/8) (adds pi/4)
+ *   with n = min(|x|,|y|), d = max(|x|,|y|):
+ *   u = n/d, or (n - d)/(n + d) when n/d > tan(pi/8) (adds pi/4),
  *   swap of x and y gives pi/2 - angle, x < 0 gives pi - angle,
- * and the sign of y goes on last. C is carried in two parts and the sum is
- * rounded once, which keeps the error near 0.55 ulp. atan(u) = u + u^3 P(u^2)
+ * and the sign of y goes on last. The accurate core forms n - d and n + d
+ * exactly, divides once (a reciprocal and a corrected product give u as an
+ * unevaluated sum u_hi + u_lo), carries C in two parts and rounds the sum
+ * once, which keeps the error near 0.55 ulp. atan(u) = u + u^3 P(u^2)
  * with P of degree 10 (tools/accuracy/fit_coefficients.py). Operands are
- * first scaled by a common power of two so that the error-free products
+ * first scaled by a common power of two so that the sums and residuals
  * neither overflow nor lose bits to underflow. */
 #ifndef ORB_VML_KERNELS_ATAN2_CORE_H
 #define ORB_VML_KERNELS_ATAN2_CORE_H
 
 #include "../roots/roots_core.h"
 
-namespace orb::vmk {
+ORB_VMK_BEGIN
 
 template <int W> inline VD<W> atan2_main(VD<W> y, VD<W> x) {
 #if defined(__clang__)
@@ -33,21 +35,27 @@ template <int W> inline VD<W> atan2_main(VD<W> y, VD<W> x) {
                                       splat<W>(1.0)));
     num = num * scale;
     den = den * scale;
-    DD<W> t = div<W>(DD<W>{num, VD<W>{}}, DD<W>{den, VD<W>{}});
-    /* Far below 2^-60, atan(t) = t to the last bit and the low part is
-     * only noise from underflow in the residual. */
-    VI<W> tiny = (VI<W>)(t.hi < 0x1p-60);
-    t.hi = select<W>(tiny, num / den, t.hi);
-    t.lo = select<W>(tiny, VD<W>{}, t.lo);
-    VI<W> red = (VI<W>)(t.hi > 0.41421356237309503);
-    DD<W> tm1 = two_sum<W>(t.hi, splat<W>(-1.0));
-    tm1.lo = tm1.lo + t.lo;
-    DD<W> tp1 = two_sum<W>(t.hi, splat<W>(1.0));
-    tp1.lo = tp1.lo + t.lo;
-    DD<W> ur = div<W>(tm1, tp1);
-    DD<W> u = {select<W>(red, ur.hi, t.hi), select<W>(red, ur.lo, t.lo)};
+    VI<W> red = (VI<W>)(num > 0.41421356237309503 * den);
+    DD<W> dif = two_sum<W>(num, -den), sum = two_sum<W>(num, den);
+    VD<W> nh = select<W>(red, dif.hi, num), nl = select<W>(red, dif.lo, VD<W>{});
+    VD<W> dh = select<W>(red, sum.hi, den), dl = select<W>(red, sum.lo, VD<W>{});
+    /* q within two ulps of the quotient; the residual (its own rounding is
+     * 2^-105 relative) corrects it to a double-double. */
+    VD<W> inv = 1.0 / dh;
+    VD<W> q = nh * inv;
+    DD<W> qd = two_prod<W>(q, dh);
+    DD<W> u = {q, (((nh - qd.hi) - qd.lo) + (nl - q * dl)) * inv};
+    /* Unreduced quotients far below 2^-500 would leave residuals in the subnormal
+     * range; there atan(t) = t and only the correctly rounded quotient
+     * counts. */
+    VI<W> tiny = ~red & (VI<W>)(q < 0x1p-500);
+    if (__builtin_expect(any<W>(tiny), 0)) {
+        u.hi = select<W>(tiny, num / den, u.hi);
+        u.lo = select<W>(tiny, VD<W>{}, u.lo);
+    }
     VD<W> z = u.hi * u.hi;
-    VD<W> at_lo = u.lo + u.hi * z * horner<W>(z, p);  /* atan(u) - u.hi */
+    /* atan(u) - u.hi, with the first-order effect of u.lo. */
+    VD<W> at_lo = (u.lo - u.lo * z) + u.hi * z * horner<W>(z, p);
     /* C in units of pi/4: reduction adds 1, swap gives 2 - (.), x < 0 gives
      * 4 - (.); s flips with each reflection. */
     VD<W> c = select<W>(red, splat<W>(1.0), VD<W>{});
@@ -58,22 +66,27 @@ template <int W> inline VD<W> atan2_main(VD<W> y, VD<W> x) {
     c = select<W>(xneg, 4.0 - c, c);
     s = select<W>(xneg, -s, s);
     /* c pi/4 with c <= 4 small integer: c * pi4_hi is exact. */
-    DD<W> sum = two_sum<W>(c * pi4_hi, s * u.hi);
-    VD<W> r = sum.hi + (sum.lo + (c * pi4_lo + s * at_lo));
+    DD<W> acc = two_sum<W>(c * pi4_hi, s * u.hi);
+    VD<W> r = acc.hi + (acc.lo + (c * pi4_lo + s * at_lo));
     return xor_sign<W>(r, sign_bits<W>(y));
 }
 
 
-/* Plain double evaluation: a few ulp in double (the lower-accuracy codes),
- * and far below half an ulp for widened single-precision operands, whose
- * quotient never overflows or underflows. `scale` brings double operands
- * into the range where (num - den)/(num + den) cannot overflow. */
-template <int W, bool scale> inline VD<W> atan2_plain(VD<W> y, VD<W> x) {
+/* Plain double evaluation: a few ulp in double (code 1, the degree-10 P),
+ * or with Short the degree-5 P (relative error 2^-29 on the tail, about
+ * 2^-33 on the angle): 26 bits and more in double (code 3) and within
+ * 0.55 ulp for widened single-precision operands, whose quotient never
+ * overflows or underflows. `scale` brings double operands into the range
+ * where n - d and n + d cannot overflow. */
+template <int W, bool scale, bool Short> inline VD<W> atan2_plain(VD<W> y, VD<W> x) {
     static const double p[11] = {
         -0.3333333333333333, 0.1999999999999552, -0.14285714284666542,
         0.11111111015256361, -0.09090904578123903, 0.07692183190826087,
         -0.06664511447381948, 0.0585814891280221, -0.0508544973794026,
         0.03923165829558719, -0.01917688711906226};
+    static const double ps[6] = {
+        -0.333333332792548, 0.19999977258688387, -0.14284151193628614,
+        0.11071365021884794, -0.08624676145249494, 0.050481385120797445};
     VD<W> ay = vabs<W>(y), ax = vabs<W>(x);
     VI<W> swap = (VI<W>)(ay > ax);
     VD<W> num = select<W>(swap, ax, ay), den = select<W>(swap, ay, ax);
@@ -82,11 +95,10 @@ template <int W, bool scale> inline VD<W> atan2_plain(VD<W> y, VD<W> x) {
         num = num * f;
         den = den * f;
     }
-    VD<W> t = num / den;
-    VI<W> red = (VI<W>)(t > 0.41421356237309503);
-    VD<W> u = select<W>(red, (num - den) / (num + den), t);
+    VI<W> red = (VI<W>)(num > 0.41421356237309503 * den);
+    VD<W> u = select<W>(red, num - den, num) / select<W>(red, num + den, den);
     VD<W> z = u * u;
-    VD<W> at = u + u * z * horner<W>(z, p);
+    VD<W> at = u + u * z * (Short ? horner<W>(z, ps) : horner<W>(z, p));
     VD<W> c = select<W>(red, splat<W>(0.7853981633974483), VD<W>{});
     VD<W> s = splat<W>(1.0);
     c = select<W>(swap, 1.5707963267948966 - c, c);
@@ -121,6 +133,6 @@ template <int W> inline VI<W> atan2_special_lanes(VD<W> y, VD<W> x) {
     return ~finite | zeros;
 }
 
-} // namespace orb::vmk
+ORB_VMK_END
 
 #endif

@@ -10,7 +10,7 @@ constexpr int kW = ORB_KLEVEL >= 6 ? 4 : 2;
 #define ORB_VML_ATAN2_DEF(fn, T, acc)                                         \
     void fn(int32_t n, const T *a, const T *b, T *y) {                   \
         FpControl fp;                                                    \
-        atan2_loop<kW, T, acc>(n, a, b, y);                                   \
+        atan2_loop<kW, T, AtanPath::acc>(n, a, b, y);                                   \
     }
 ORB_VML_ATAN2_KERNELS(ORB_VML_ATAN2_DEF)
 #undef ORB_VML_ATAN2_DEF

@@ -8,7 +8,7 @@ namespace k_ref {
 using namespace orb::vmk;
 
 #define ORB_VML_ATAN2_DEF(fn, T, acc)                                         \
-    void fn(int32_t n, const T *a, const T *b, T *y) { atan2_loop<1, T, acc>(n, a, b, y); }
+    void fn(int32_t n, const T *a, const T *b, T *y) { atan2_loop<1, T, AtanPath::acc>(n, a, b, y); }
 ORB_VML_ATAN2_KERNELS(ORB_VML_ATAN2_DEF)
 #undef ORB_VML_ATAN2_DEF
 } // namespace k_ref

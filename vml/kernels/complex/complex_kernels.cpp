@@ -3,6 +3,7 @@
 // control-state handling.
 #include "vml/kernels/complex/complex_kernels.h"
 #include "vml/kernels/complex/complex_ops.h"
+#include "vml/kernels/complex/complex_vec.h"
 #include "vml/kernels/kernel_frame.h"
 
 namespace ORB_KNS {
@@ -23,6 +24,79 @@ void Binary(int32_t n, const C *a, const C *b, C *y) {
         ControlGuard guard;
         if (n > 0) DriveBinary<C, Op>(n, a, b, y);
     }
+}
+
+// Double-precision quotient and magnitude: vector main path over whole
+// vectors of elements, the scalar operation for the lanes it hands back and
+// for the tail. Inputs of a step are read before its stores (y may equal a
+// or b); partially overlapping arrays take the ordered scalar loop.
+template <class Out, class Body, class Redo>
+void ZLoop(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, Out *y,
+           Body body, Redo redo) {
+    using cvec::V;
+    constexpr int32_t L = cvec::kL;
+    const double *pa = &a->real, *pb = &b->real;
+    int32_t i = 0;
+    for (; i + L <= n; i += L) {
+        V ar, ai, br, bi;
+        cvec::Split(LoadU<V>(pa + 2 * i), LoadU<V>(pa + 2 * i + L), &ar, &ai);
+        cvec::Split(LoadU<V>(pb + 2 * i), LoadU<V>(pb + 2 * i + L), &br, &bi);
+        const cvec::U bad = body(ar, ai, br, bi, y + i);
+        if (Any(bad))
+            for (int32_t k = 0; k < L; ++k)
+                if (bad[k]) y[i + k] = redo(VmlComplex16{ar[k], ai[k]}, VmlComplex16{br[k], bi[k]});
+    }
+    for (; i < n; ++i) y[i] = redo(a[i], b[i]);
+}
+
+template <class Op, class VecBody>
+void ZBinary(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y,
+             VecBody vec) {
+    ControlGuard guard;
+    if (n <= 0) return;
+    const size_t bytes = size_t(n) * sizeof *y;
+    if (PartialOverlap(y, a, bytes) || PartialOverlap(y, b, bytes)) {
+        DriveBinary<VmlComplex16, Op>(n, a, b, y);
+        return;
+    }
+    ZLoop(n, a, b, y,
+          [vec](cvec::V ar, cvec::V ai, cvec::V br, cvec::V bi, VmlComplex16 *out) {
+              cvec::V x, z, lo, hi;
+              const cvec::U bad = vec(ar, ai, br, bi, &x, &z);
+              cvec::Join(x, z, &lo, &hi);
+              StoreU(&out->real, lo);
+              StoreU(&out->real + cvec::kL, hi);
+              return bad;
+          },
+          [](VmlComplex16 p, VmlComplex16 q) {
+              const VmlComplex16 r = Op::Apply(p, q);
+              return Op::Bad(p, q, r) ? Op::Fix(p, q) : r;
+          });
+}
+
+void ZDiv(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {
+    ZBinary<OpCDiv>(n, a, b, y, cvec::Div);
+}
+template <bool Conj>
+void ZMul(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {
+    ZBinary<OpCMul<Conj>>(n, a, b, y, cvec::Mul<Conj>);
+}
+
+void ZAbs(int32_t n, const VmlComplex16 *a, double *y) {
+    ControlGuard guard;
+    if (n <= 0) return;
+    if (PartialOverlap(y, a, size_t(n) * sizeof *y)) {
+        for (int32_t i = 0; i < n; ++i) y[i] = OpCAbs::Apply(a[i]);
+        return;
+    }
+    ZLoop(n, a, a, y,
+          [](cvec::V re, cvec::V im, cvec::V, cvec::V, double *out) {
+              cvec::V r;
+              const cvec::U bad = cvec::Abs(re, im, &r);
+              StoreU(out, r);
+              return bad;
+          },
+          [](VmlComplex16 p, VmlComplex16) { return OpCAbs::Apply(p); });
 }
 
 struct AbsC8 { static float Apply(VmlComplex8 a) { return OpCAbs::Apply(a); } };
@@ -79,12 +153,26 @@ void LinearFrac(int32_t n, const T *a, const T *b, T sa, T ta, T sb, T tb,
         Binary<VmlComplex16, Op, true>(n, a, b, y); }
 
 VML_CBIN(vcAdd, vzAdd, OpCAdd)
-VML_CBIN(vcMul, vzMul, OpCMul<false>)
-VML_CBIN(vcMulByConj, vzMulByConj, OpCMul<true>)
-VML_CBIN(vcDiv, vzDiv, OpCDiv)
+VML_CBIN(vcMul, vzMulScalar, OpCMul<false>)
+VML_CBIN(vcMulByConj, vzMulByConjScalar, OpCMul<true>)
+void vzMul(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) { ZMul<false>(n, a, b, y); }
+void vzMulByConj(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {
+    ZMul<true>(n, a, b, y);
+}
+void vzMul_plain(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {
+    vzMulScalar_plain(n, a, b, y);
+}
+void vzMulByConj_plain(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {
+    vzMulByConjScalar_plain(n, a, b, y);
+}
+VML_CBIN(vcDiv, vzDivScalar, OpCDiv)
+void vzDiv(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) { ZDiv(n, a, b, y); }
+void vzDiv_plain(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {
+    vzDivScalar_plain(n, a, b, y);
+}
 
 void vcAbs(int32_t n, const VmlComplex8 *a, float *y) { Abs<VmlComplex8, float, AbsC8, false>(n, a, y); }
-void vzAbs(int32_t n, const VmlComplex16 *a, double *y) { Abs<VmlComplex16, double, AbsC16, false>(n, a, y); }
+void vzAbs(int32_t n, const VmlComplex16 *a, double *y) { ZAbs(n, a, y); }
 void vcAbs_plain(int32_t n, const VmlComplex8 *a, float *y) { Abs<VmlComplex8, float, AbsC8, true>(n, a, y); }
 void vzAbs_plain(int32_t n, const VmlComplex16 *a, double *y) { Abs<VmlComplex16, double, AbsC16, true>(n, a, y); }
 

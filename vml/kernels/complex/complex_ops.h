@@ -23,16 +23,44 @@ namespace vml {
 
 // ---- double-double helpers ----
 struct DD { double hi, lo; };
+// Exact error of the rounded product p = a * b: one fused multiply-add
+// where the level has it, Dekker's splitting elsewhere (a library fma call
+// would cost more than the whole formula). The split overflows only for
+// magnitudes above 2^995, which end in a non-finite result and the scaled
+// repair path.
+inline double ProdErr(double a, double b, double p) {
+#if ORB_KLEVEL == 7
+    return std::fma(a, b, -p);
+#else
+    const double c = 134217729.0;  // 2^27 + 1
+    const double ta = c * a, tb = c * b;
+    const double ah = ta - (ta - a), bh = tb - (tb - b);
+    const double al = a - ah, bl = b - bh;
+    return ((ah * bh - p) + ah * bl + al * bh) + al * bl;
+#endif
+}
 // a*b + c*d with an error of order u^2 relative to the largest product.
 inline DD Dot2(double a, double b, double c, double d) {
-    const double p = a * b, e = std::fma(a, b, -p);
-    const double q = c * d, f = std::fma(c, d, -q);
+    const double p = a * b, e = ProdErr(a, b, p);
+    const double q = c * d, f = ProdErr(c, d, q);
     const double s = p + q;
     const double t = s - p;
     const double err = (p - (s - t)) + (q - t);
     return {s, err + (e + f)};
 }
 inline double Round1(DD x) { return x.hi + x.lo; }
+// a*b + c*d within 2 ulp (Kahan's form: the rounding error of c*d is
+// recovered exactly and added back), three multiply-adds and a multiply.
+// Without a fused multiply-add the double-double sum stands in.
+inline double Kahan(double a, double b, double c, double d) {
+#if ORB_KLEVEL == 7
+    const double w = c * d;
+    const double e = std::fma(c, d, -w);
+    return std::fma(a, b, w) + e;
+#else
+    return Round1(Dot2(a, b, c, d));
+#endif
+}
 
 // 2^k for k in [-1022, 1023], built from the exponent bits.
 inline double Pow2(int64_t k) { return FromBits<double>(uint64_t(k + 1023) << 52); }
@@ -133,8 +161,8 @@ template <bool Conj> struct OpCMul : ByParts<OpCMul<Conj>> {
     }
     static void Parts(double ar, double ai, double br, double bi, double *x, double *y) {
         if (Conj) bi = -bi;
-        *x = Round1(Dot2(ar, br, -ai, bi));
-        *y = Round1(Dot2(ar, bi, ai, br));
+        *x = Kahan(ar, br, -ai, bi);
+        *y = Kahan(ar, bi, ai, br);
     }
     static VmlComplex8 Fix(VmlComplex8 a, VmlComplex8 b) {
         const double ar = a.real, ai = a.imag, br = b.real;

@@ -1,13 +1,16 @@
-/* Math core of the power kernels: |a|^b = exp(b log|a|) with log|a| and the
- * product carried as double-doubles, so the exponent reaches exp with a
- * relative error near 2^-64 and the result stays within about 0.55 ulp.
+/* Math core of the power kernels: |a|^b = exp(b log|a|), table-driven.
  *
- * log: a = 2^e m, m in [sqrt(1/2), sqrt(2)); s = (m-1)/(m+1) as a
- *   double-double; log m = 2s + 2s^3/3 + s^5 Q(s^2), Q of degree 8.
- * exp: k = round(y / ln2), r = y - k ln2 (ln2 in two parts, the high part
- *   with 42 bits so k ln2_hi is exact); e^r = 1 + r + r^2 P(r), P of
- *   degree 11; the result is scaled by 2^k in two steps.
- * Q and P come from tools/accuracy/fit_coefficients.py.
+ * log: a = 2^e z, z in [0.703125, 1.40625); seven bits of z pick a cell
+ *   with a short reciprocal invc (8 bits), so r = z invc - 1 is exact and
+ *   |r| < 2^-7; log a = e ln2 - log(invc) + log1p(r), with -log(invc) from
+ *   the table in two parts and log1p(r) = r - r^2/2 + r^3 P(r) (Taylor,
+ *   degree 10: the remainder is below 2^-68 relative). The double kernel
+ *   carries the sum as a double-double (relative error near 2^-68), so
+ *   b log a reaches exp with an absolute error below 2^-58.
+ * exp: y = (k + j/128) ln2 + r', |r'| <= ln2/256; e^y = 2^k 2^(j/128)
+ *   (1 + r' + ... + r'^6/720), 2^(j/128) from the table in two parts; the
+ *   result stays within about 0.52 ulp.
+ * Tables: tools/accuracy/pow_tables.py writes pow_table.inc.
  *
  * The core handles finite non-zero a of either sign with b finite and
  * non-zero; the kernel routes everything else to pow_special. */
@@ -16,45 +19,86 @@
 
 #include "../roots/roots_core.h"
 
-namespace orb::vmk {
+ORB_VMK_BEGIN
 
-constexpr double kLn2Hi = 0.6931471805598903;
+#include "pow_table.inc"
+
+constexpr double kLn2Hi = 0.6931471805598903;      /* 42 bits: e ln2_hi exact */
 constexpr double kLn2Lo = 5.497923018708371e-14;
+constexpr double kN_Ln2 = 184.66496523378731;      /* 128 / ln2 */
+constexpr double kLn2_NHi = 0x1.62e42fef80000p-8;    /* ln2/128, 35 bits */
+constexpr double kLn2_NLo = 0x1.1cf79abc9e3b4p-43;
+
+/* The reduced logarithm argument: cell index, exponent and exact r. */
+template <int W> struct LogArg {
+    VI<W> idx;
+    VD<W> e, r;
+};
+
+template <int W> inline LogArg<W> log_arg(VD<W> ax) {
+#if defined(__clang__)
+#pragma clang fp contract(off)
+#endif
+    VI<W> tiny = (VI<W>)(ax < 2.2250738585072014e-308);
+    VD<W> xs = select<W>(tiny, ax * 18014398509481984.0, ax);
+    VI<W> ib = bits<W>(xs);
+    VI<W> tmp = ib - 0x3FE6800000000000LL;          /* bits of 0.703125 */
+    VI<W> idx = (tmp >> 45) & 127;
+    VI<W> e = tmp >> 52;
+    VD<W> z = from_bits<W>(ib - (e << 52));
+    VD<W> ef = to_double<W>(e) - select<W>(tiny, splat<W>(54.0), splat<W>(0.0));
+    VD<W> ic = gather<W>(kPowInvC, idx);
+#if defined(__FMA__)
+    VD<W> r = fma<W>(z, ic, splat<W>(-1.0));
+#else
+    /* z in 45 + 8 bits: both partial products are exact, and so is the
+     * sum, whose exact value r is representable. */
+    VD<W> zh = from_bits<W>(bits<W>(z) & ~0xFFLL);
+    VD<W> r = (zh * ic - 1.0) + (z - zh) * ic;
+#endif
+    return {idx, ef, r};
+}
 
 /* log|a| as a double-double, for finite non-zero a. */
 template <int W> inline DD<W> log_dd(VD<W> ax) {
 #if defined(__clang__)
 #pragma clang fp contract(off)
 #endif
-    static const double q[9] = {
-        0.4, 0.28571428571428564, 0.22222222222228424, 0.18181818179658246,
-        0.15384615760977463, 0.13333296549572363, 0.11766812466114947,
-        0.10456341945425285, 0.10762291418628644};
-    VI<W> tiny = (VI<W>)(ax < 2.2250738585072014e-308);
-    VD<W> xs = select<W>(tiny, ax * 18014398509481984.0, ax);
-    VI<W> ib = bits<W>(xs);
-    VI<W> off = ib - 0x3FE6A09E667F3BCDLL;      /* bits of sqrt(1/2) */
-    VI<W> e = off >> 52;
-    VD<W> m = from_bits<W>(ib - (e << 52));
-    VD<W> ef = to_double<W>(e) - select<W>(tiny, splat<W>(54.0), splat<W>(0.0));
-    DD<W> num = {m - 1.0, VD<W>{}};
-    DD<W> den = two_sum<W>(m, splat<W>(1.0));
-    DD<W> s = div<W>(num, den);
-    VD<W> z = s.hi * s.hi;
-    /* s^3 with the first-order effect of s.lo. */
-    DD<W> s3 = mul<W>(two_prod<W>(s.hi, s.hi), s.hi);
-    s3.lo = s3.lo + 3.0 * z * s.lo;
-    /* 2/3 s^3 with 2/3 in two parts. */
-    const double c_hi = 0.6666666666666666, c_lo = 3.700743415417188e-17;
-    DD<W> t2 = two_prod<W>(s3.hi, splat<W>(c_hi));
-    t2.lo = t2.lo + (s3.hi * c_lo + s3.lo * c_hi);
-    VD<W> t3 = s3.hi * z * horner<W>(z, q);
-    DD<W> sum = fast_two_sum<W>(s.hi + s.hi, t2.hi);
-    VD<W> lo = sum.lo + ((s.lo + s.lo) + t2.lo + t3);
-    DD<W> lm = fast_two_sum<W>(sum.hi, lo);
-    /* + e ln2; e ln2_hi is exact. */
-    DD<W> x = two_sum<W>(ef * kLn2Hi, lm.hi);
-    return fast_two_sum<W>(x.hi, x.lo + (lm.lo + ef * kLn2Lo));
+    static const double q[8] = {
+        0.3333333333333333, -0.25, 0.2, -0.16666666666666666,
+        0.14285714285714285, -0.125, 0.1111111111111111, -0.1};
+    LogArg<W> g = log_arg<W>(ax);
+    VD<W> lh = gather<W>(kPowLogHi, g.idx), ll = gather<W>(kPowLogLo, g.idx);
+    DD<W> t1 = two_sum<W>(g.e * kLn2Hi, lh);
+    DD<W> s = two_sum<W>(t1.hi, g.r);
+    DD<W> r2 = two_prod<W>(g.r, g.r);
+    DD<W> s2 = two_sum<W>(s.hi, -0.5 * r2.hi);
+    VD<W> r4 = r2.hi * r2.hi;
+    /* Estrin halves of P keep the dependency chain short. */
+    VD<W> plo = fma<W>(fma<W>(splat<W>(q[3]), g.r, splat<W>(q[2])), r2.hi,
+                       fma<W>(splat<W>(q[1]), g.r, splat<W>(q[0])));
+    VD<W> phi = fma<W>(fma<W>(splat<W>(q[7]), g.r, splat<W>(q[6])), r2.hi,
+                       fma<W>(splat<W>(q[5]), g.r, splat<W>(q[4])));
+    VD<W> p = g.r * r2.hi * fma<W>(phi, r4, plo);
+    VD<W> lo = ((t1.lo + s.lo) + (s2.lo - 0.5 * r2.lo)) + ((g.e * kLn2Lo + ll) + p);
+    return fast_two_sum<W>(s2.hi, lo);
+}
+
+/* 2^(k/128) e^r for integer-valued k (|k| < 2^18) and |r| <= ln2/256;
+ * `extra` is added to e^r - 1 (a low-order part of r). */
+template <int W> inline VD<W> exp_tail(VD<W> kd, VD<W> r, VD<W> extra) {
+    static const double c[5] = {0.5, 0.16666666666666666, 0.041666666666666664,
+                                0.008333333333333333, 0.001388888888888889};
+    const VD<W> magic = splat<W>(6755399441055744.0);
+    VI<W> ki = bits<W>(kd + magic) - bits<W>(magic);
+    VI<W> j = ki & 127;
+    VI<W> k = ki >> 7;
+    VD<W> th = gather<W>(kPowExpHi, j), tl = gather<W>(kPowExpLo, j);
+    VD<W> r2 = r * r;
+    VD<W> p = fma<W>(r2, horner<W>(r, c), r + extra);
+    VD<W> res = th + fma<W>(th, p, tl);
+    VI<W> k1 = k >> 1;
+    return res * from_bits<W>((k1 + 1023) << 52) * from_bits<W>((k - k1 + 1023) << 52);
 }
 
 /* e^(y.hi + y.lo); overflows to inf and underflows to 0 naturally. */
@@ -62,50 +106,42 @@ template <int W> inline VD<W> exp_dd(DD<W> y) {
 #if defined(__clang__)
 #pragma clang fp contract(off)
 #endif
-    static const double p[12] = {
-        0.5, 0.16666666666666666, 0.04166666666666668, 0.008333333333333333,
-        0.0013888888888879082, 0.00019841269841263304, 2.480158733642132e-05,
-        2.755731924720479e-06, 2.755726330147475e-07, 2.5052071109214447e-08,
-        2.0918129454967065e-09, 1.6086622436215554e-10};
     VI<W> clamp = (VI<W>)(y.hi > 710.0) | (VI<W>)(y.hi < -746.0);
     VD<W> yh = vmax<W>(vmin<W>(y.hi, splat<W>(710.0)), splat<W>(-746.0));
     VD<W> yl = select<W>(clamp, VD<W>{}, y.lo);
-    VD<W> k = round_int<W>(yh * 1.4426950408889634);
-    DD<W> r = two_sum<W>(yh - k * kLn2Hi, yl - k * kLn2Lo);
-    DD<W> one = fast_two_sum<W>(splat<W>(1.0), r.hi);
-    VD<W> tail = r.lo + r.lo * r.hi + r.hi * r.hi * horner<W>(r.hi, p);
-    VD<W> res = one.hi + (one.lo + tail);
-    VD<W> k1 = round_int<W>(k * 0.5);
-    return res * pow2<W>(k1) * pow2<W>(k - k1);
+    VD<W> kd = round_int<W>(yh * kN_Ln2);
+    VD<W> r = (yh - kd * kLn2_NHi) - kd * kLn2_NLo;  /* first product exact */
+    return exp_tail<W>(kd, r + yl, VD<W>{});
 }
 
-
-/* Single precision: every float operand and every finite non-zero float
- * result keep |b log a| below 104, so plain double arithmetic (relative
- * error near 2^-50 in the exponent) leaves only the final rounding. */
+/* Single precision, without tables: every finite non-zero float result
+ * keeps |b log a| below 104, and double arithmetic leaves only the final
+ * rounding to single once log and exp are good to about 2^-32.
+ *   log: a = 2^e m, m in [sqrt(1/2), sqrt(2)); s = (m - 1)/(m + 1),
+ *        log m = 2 s (1 + s^2/3 + ... + s^12/13), truncation below 2^-39
+ *        relative (s^2 <= 0.0295);
+ *   exp: t = k ln2 + r, |r| <= ln2/2, e^r by its Taylor polynomial of
+ *        degree 8 (remainder below 2^-32 relative), 2^k on the exponent.
+ * t is clamped to [-120, 100]: beyond, the float result is 0 or
+ * overflows either way (the kernel flags the overflow). */
 template <int W> inline VD<W> pow_single(VD<W> ax, double b) {
-    static const double q[9] = {
-        0.4, 0.28571428571428564, 0.22222222222228424, 0.18181818179658246,
-        0.15384615760977463, 0.13333296549572363, 0.11766812466114947,
-        0.10456341945425285, 0.10762291418628644};
-    static const double p[8] = {
-        0.5, 0.16666666666666666, 0.04166666666666668, 0.008333333333333333,
-        0.0013888888888879082, 0.00019841269841263304, 2.480158733642132e-05,
-        2.755731924720479e-06};
-    VI<W> ib = bits<W>(ax);   /* widened floats: never subnormal */
-    VI<W> off = ib - 0x3FE6A09E667F3BCDLL;
-    VI<W> e = off >> 52;
-    VD<W> m = from_bits<W>(ib - (e << 52));
+    static const double lc[7] = {1.0, 1.0 / 3, 1.0 / 5, 1.0 / 7, 1.0 / 9, 1.0 / 11, 1.0 / 13};
+    static const double ec[9] = {1.0, 1.0, 1.0 / 2, 1.0 / 6, 1.0 / 24, 1.0 / 120,
+                                 1.0 / 720, 1.0 / 5040, 1.0 / 40320};
+    VI<W> tmp = bits<W>(ax) - 0x3FE6A09E667F3BCDLL;   /* bits of sqrt(1/2) */
+    VI<W> e = tmp >> 52;
+    VD<W> m = from_bits<W>(bits<W>(ax) - (e << 52));
     VD<W> s = (m - 1.0) / (m + 1.0);
-    VD<W> z = s * s;
-    VD<W> lm = 2.0 * s + s * z * (0.6666666666666666 + z * horner<W>(z, q));
-    VD<W> y = b * fma<W>(to_double<W>(e), splat<W>(0.6931471805599453), lm);
-    y = vmax<W>(vmin<W>(y, splat<W>(710.0)), splat<W>(-746.0));
-    VD<W> k = round_int<W>(y * 1.4426950408889634);
-    VD<W> r = (y - k * kLn2Hi) - k * kLn2Lo;
-    VD<W> er = 1.0 + (r + r * r * horner<W>(r, p));
-    VD<W> k1 = round_int<W>(k * 0.5);
-    return er * pow2<W>(k1) * pow2<W>(k - k1);
+    VD<W> lm = (s + s) * horner<W>(s * s, lc);
+    VD<W> t = b * fma<W>(to_double<W>(e), splat<W>(0.6931471805599453), lm);
+    t = vmax<W>(vmin<W>(t, splat<W>(100.0)), splat<W>(-120.0));
+    VD<W> kd = round_int<W>(t * 1.4426950408889634);
+    VD<W> r = fma<W>(kd, splat<W>(-1.9082149292705877e-10),
+                     fma<W>(kd, splat<W>(-0.6931471803691238), t));
+    VD<W> p = horner<W>(r, ec);
+    const VD<W> magic = splat<W>(6755399441055744.0);
+    VI<W> k = bits<W>(kd + magic) - bits<W>(magic);
+    return from_bits<W>(bits<W>(p) + (k << 52));
 }
 
 /* Properties of the scalar exponent, computed once per kernel call. */
@@ -179,6 +215,6 @@ inline double pow_special(double a, const PowExponent &pe, double b, int *code) 
     return (neg_a && pe.odd) ? -mag : mag;
 }
 
-} // namespace orb::vmk
+ORB_VMK_END
 
 #endif

@@ -8,7 +8,7 @@
 #include "../roots/kernel_loop.h"
 #include "pow_core.h"
 
-namespace orb::vmk {
+ORB_VMK_BEGIN
 
 /* The handler reads the second argument as b2[i]; the exponent is one
  * scalar, so hand it a base pointer that makes b2[i] that scalar. */
@@ -52,6 +52,6 @@ inline void powx_loop(int32_t n, const T *a, T b, T *y, const char *name) {
     }
 }
 
-} // namespace orb::vmk
+ORB_VMK_END
 
 #endif

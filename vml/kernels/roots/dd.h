@@ -7,7 +7,7 @@
 
 #include "lanes.h"
 
-namespace orb::vmk {
+ORB_VMK_BEGIN
 
 template <int W> struct DD {
     VD<W> hi, lo;
@@ -79,6 +79,6 @@ template <int W> inline DD<W> div(DD<W> x, DD<W> y) {
     return fast_two_sum<W>(q, r / y.hi);
 }
 
-} // namespace orb::vmk
+ORB_VMK_END
 
 #endif

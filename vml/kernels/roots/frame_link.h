@@ -5,9 +5,10 @@
 
 #include <stdint.h>
 
+#include "lanes.h"
 #include "vml/vml_frame.h"
 
-namespace orb::vmk {
+ORB_VMK_BEGIN
 
 /* One-result kernels: the result array is both result arguments. */
 template <typename T>
@@ -16,6 +17,6 @@ inline void report(int32_t code, int32_t i, const T *a1, const T *a2, T *r,
     ServVmlReportError(code, i, a1, a2, r, r, name);
 }
 
-} // namespace orb::vmk
+ORB_VMK_END
 
 #endif

@@ -8,9 +8,10 @@
 #define ORB_VML_KERNELS_KERNEL_LOOP_H
 
 #include "frame_link.h"
+#include "float_roots.h"
 #include "roots_core.h"
 
-namespace orb::vmk {
+ORB_VMK_BEGIN
 
 /* Sets MXCSR for the kernel and restores it on exit, touching the register
  * only when the relevant bits differ. */
@@ -94,6 +95,12 @@ inline void unary_loop(int32_t n, const T *a, T *y, Acc acc, int32_t code,
                        const char *name) {
     if constexpr (sizeof(T) == 4 && W > 1 && __is_same(Core, SqrtCore))
         return sqrt_float_loop<W>(n, a, y, name);
+    if constexpr (sizeof(T) == 4 && W > 1 && !__is_same(Core, SqrtCore)) {
+        if (acc == Acc::Fast)
+            return float_root_loop<W, __is_same(Core, InvCbrtCore), true>(n, a, y, name);
+        if (acc == Acc::Seed)
+            return float_root_loop<W, __is_same(Core, InvCbrtCore), false>(n, a, y, name);
+    }
     for (int32_t i = 0; i < n; i += W) {
         int rem = n - i < W ? n - i : W;
         Out<W> o = Core::template eval<W>(load_part<W, T>(a + i, rem), acc);
@@ -111,6 +118,6 @@ inline void unary_kernel(int32_t n, const T *a, T *y, Acc acc, int32_t code,
     unary_loop<W, Core, T>(n, a, y, acc, code, name);
 }
 
-} // namespace orb::vmk
+ORB_VMK_END
 
 #endif

@@ -11,7 +11,17 @@
 #include <immintrin.h>
 #endif
 
-namespace orb::vmk {
+/* Everything here is inline and compiled once per level: an inline
+ * namespace named after the level keeps each level's copies apart, or the
+ * linker would keep one level's instantiation for all of them. */
+#if defined(ORB_KNS)
+#define ORB_VMK_BEGIN namespace orb::vmk { inline namespace ORB_KNS {
+#else
+#define ORB_VMK_BEGIN namespace orb::vmk { inline namespace k_plain {
+#endif
+#define ORB_VMK_END } }
+
+ORB_VMK_BEGIN
 
 template <int W> struct Lanes {
     typedef double D __attribute__((vector_size(8 * W)));
@@ -52,6 +62,12 @@ template <int W> inline VD<W> xor_sign(VD<W> v, VI<W> s) {
     return from_bits<W>(bits<W>(v) ^ s);
 }
 template <int W> inline bool any(VI<W> m) {
+#if defined(__AVX__)
+    if constexpr (W == 4) return _mm256_movemask_pd((__m256d)m) != 0;
+#endif
+#if defined(__SSE2__)
+    if constexpr (W == 2) return _mm_movemask_pd((__m128d)m) != 0;
+#endif
     int64_t acc = 0;
     for (int i = 0; i < W; ++i) acc |= m[i];
     return acc != 0;
@@ -77,6 +93,14 @@ template <int W> inline VD<W> vsqrt(VD<W> v) {
 #endif
     VD<W> r;
     for (int i = 0; i < W; ++i) r[i] = __builtin_sqrt(v[i]);
+    return r;
+}
+
+/* t[i] per lane (indices in range). Lane-by-lane loads: the AVX2 gather
+ * instruction is slower than four loads on the processors measured. */
+template <int W> inline VD<W> gather(const double *t, VI<W> i) {
+    VD<W> r;
+    for (int l = 0; l < W; ++l) r[l] = t[i[l]];
     return r;
 }
 
@@ -126,6 +150,6 @@ template <int W, typename T> inline void store(T *p, VD<W> v) {
     }
 }
 
-} // namespace orb::vmk
+ORB_VMK_END
 
 #endif

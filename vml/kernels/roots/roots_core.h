@@ -16,7 +16,7 @@
 
 #include "dd.h"
 
-namespace orb::vmk {
+ORB_VMK_BEGIN
 
 template <int W> struct Out {
     VD<W> r;
@@ -61,9 +61,48 @@ template <int W> inline CbrtParts<W> cbrt_parts(VD<W> ax, bool halley) {
     return {t, r, scale};
 }
 
-/* Accuracy flavour: Full meets 1 ulp, Fast keeps only the seed (enough for
- * single precision at the lower accuracy codes). */
-enum class Acc { Full, Fast };
+/* Accuracy flavour: Full meets 1 ulp; Wide (1 ulp), Fast (4 ulp) and Seed
+ * (11 bits) are single-precision flavours: Wide runs on widened operands
+ * (inv_cbrt_newton), the vector levels run Fast and Seed on float lanes
+ * (float_roots.h), the plain loops on the seed of the double core.
+ * Newton2 (4 ulp) and Newton1 (26 bits and more) are the double inverse
+ * cube roots of codes 1 and 3: inv_cbrt_newton with two or one steps. */
+enum class Acc { Full, Wide, Fast, Seed, Newton2, Newton1 };
+
+/* 1/cbrt(ax) for finite non-zero ax, without a division: x = m 2^(3k+j),
+ * m in [1,2); a degree-5 seed for m^(-1/3) (17.1 bits,
+ * tools/accuracy/fit_coefficients.py) times 2^(-j/3) 2^-k, then Newton
+ * steps y + y (1 - x y^3)/3, each taking the relative error e to 2 e^2:
+ * below 2^-33 after one step, so a widened single-precision result (y, or
+ * x y^2 for the cube root) is off by little more than its final rounding;
+ * after two only the rounding of the last steps is left (a few ulp in
+ * double). Subnormal doubles (Subnormal) are scaled by 2^54 first. */
+template <int W, int Steps, bool Subnormal> inline VD<W> inv_cbrt_newton(VD<W> ax) {
+    static const double seed[6] = {1.7776471684890054, -1.5540274077106597,
+                                   1.2271496200207155, -0.5865141615889806,
+                                   0.15224956438221762, -0.016511679091286462};
+    VI<W> tiny{};
+    if constexpr (Subnormal) {
+        tiny = (VI<W>)(ax < 2.2250738585072014e-308);
+        ax = select<W>(tiny, ax * kTwo54, ax);
+    }
+    VI<W> ib = bits<W>(ax);
+    VI<W> u = (ib >> 52) - 1023 + 1080;  /* e + 1080 in [4, 2103] */
+    VI<W> q = (u * 43691) >> 17;         /* u / 3, exact below 2^16 */
+    VI<W> j = u - 3 * q;
+    VI<W> k = q - 360;
+    VD<W> m = from_bits<W>((ib & 0x000FFFFFFFFFFFFFLL) | 0x3FF0000000000000LL);
+    VD<W> c = select<W>(j == 0, splat<W>(1.0),
+                        select<W>(j == 1, splat<W>(0.7937005259840998),
+                                  splat<W>(0.6299605249474366)));
+    VD<W> y = from_bits<W>(bits<W>(horner<W>(m, seed) * c) - (k << 52));
+    for (int s = 0; s < Steps; ++s) {
+        VD<W> e = 1.0 - ax * (y * y * y);
+        y = fma<W>(y * e, splat<W>(0.3333333333333333), y);
+    }
+    if constexpr (Subnormal) y = y * select<W>(tiny, splat<W>(262144.0), splat<W>(1.0));
+    return y;
+}
 
 struct SqrtCore {
     template <int W> static Out<W> eval(VD<W> a, Acc) {
@@ -75,9 +114,15 @@ struct CbrtCore {
     template <int W> static Out<W> eval(VD<W> a, Acc acc) {
         VD<W> ax = vabs<W>(a);
         VI<W> special = (VI<W>)(a == 0.0) | ~(VI<W>)(ax < kInf);
-        CbrtParts<W> p = cbrt_parts<W>(select<W>(special, splat<W>(1.0), ax),
-                                       acc == Acc::Full);
-        VD<W> r = (acc == Acc::Full ? p.t + p.t * p.r : p.t) * p.scale;
+        VD<W> r;
+        if (acc == Acc::Wide) {
+            VD<W> xs = select<W>(special, splat<W>(1.0), ax), y = inv_cbrt_newton<W, 1, false>(xs);
+            r = xs * (y * y);
+        } else {
+            CbrtParts<W> p = cbrt_parts<W>(select<W>(special, splat<W>(1.0), ax),
+                                           acc == Acc::Full);
+            r = (acc == Acc::Full ? p.t + p.t * p.r : p.t) * p.scale;
+        }
         r = xor_sign<W>(r, sign_bits<W>(a));
         return {select<W>(special, a + a, r), VI<W>{}};
     }
@@ -88,18 +133,26 @@ struct InvCbrtCore {
         VD<W> ax = vabs<W>(a);
         VI<W> zero = (VI<W>)(a == 0.0);
         VI<W> special = zero | ~(VI<W>)(ax < kInf);
-        CbrtParts<W> p = cbrt_parts<W>(select<W>(special, splat<W>(1.0), ax),
-                                       acc == Acc::Full);
         VD<W> r;
-        if (acc == Acc::Full) {
-            VD<W> y = 1.0 / p.t;
-            DD<W> ty = two_prod<W>(p.t, y);
-            VD<W> e = (1.0 - ty.hi) - ty.lo;
-            r = y + y * ((e - p.r) + p.r * p.r);
+        if (acc == Acc::Wide) {
+            r = inv_cbrt_newton<W, 1, false>(select<W>(special, splat<W>(1.0), ax));
+        } else if (acc == Acc::Newton2) {
+            r = inv_cbrt_newton<W, 2, true>(select<W>(special, splat<W>(1.0), ax));
+        } else if (acc == Acc::Newton1) {
+            r = inv_cbrt_newton<W, 1, true>(select<W>(special, splat<W>(1.0), ax));
         } else {
-            r = 1.0 / p.t;
+            CbrtParts<W> p = cbrt_parts<W>(select<W>(special, splat<W>(1.0), ax),
+                                           acc == Acc::Full);
+            if (acc == Acc::Full) {
+                VD<W> y = 1.0 / p.t;
+                DD<W> ty = two_prod<W>(p.t, y);
+                VD<W> e = (1.0 - ty.hi) - ty.lo;
+                r = y + y * ((e - p.r) + p.r * p.r);
+            } else {
+                r = 1.0 / p.t;
+            }
+            r = r / p.scale;
         }
-        r = r / p.scale;
         /* 1/(+-0) = +-inf, 1/(+-inf) = +-0, NaN stays NaN. */
         VD<W> sp = select<W>(zero, xor_sign<W>(splat<W>(kInf), sign_bits<W>(a)),
                              1.0 / (a + a));
@@ -108,6 +161,6 @@ struct InvCbrtCore {
     }
 };
 
-} // namespace orb::vmk
+ORB_VMK_END
 
 #endif

@@ -1,0 +1,148 @@
+// Vector main paths of double-precision complex division and magnitude:
+// the double-double formulas of complex_ops.h evaluated lane-wise on the
+// level's vector type (exact products by fused multiply-add where the
+// level has it, by Dekker's splitting elsewhere), without scaling: lanes
+// whose parts lie outside a range where no intermediate can overflow or
+// underflow (and infinite, NaN, zero-divisor lanes) are recomputed by the
+// scaled scalar operation afterwards.
+#ifndef ORB_VML_COMPLEX_VEC_H
+#define ORB_VML_COMPLEX_VEC_H
+
+#include "vml/kernels/arith/simd.h"
+#include "vml/kernels/complex/complex_ops.h"
+
+#if ORB_KLEVEL >= 2
+#include <immintrin.h>
+#endif
+
+namespace ORB_KNS {
+namespace vml {
+namespace cvec {
+
+using V = VecD;
+using U = VecDU;
+constexpr int kL = Vec<double>::kLanes;
+
+inline V Splat(double v) {
+    V r;
+    for (int k = 0; k < kL; ++k) r[k] = v;
+    return r;
+}
+inline U SplatU(uint64_t v) {
+    U r;
+    for (int k = 0; k < kL; ++k) r[k] = v;
+    return r;
+}
+inline U ExpBits(V x) { return (BitCast<U>(x) >> 52) & SplatU(0x7FF); }
+
+// Real and imaginary parts of kL consecutive complex numbers held
+// interleaved in x (the first half) and y (the second half), and back.
+template <class W> inline void Split(W x, W y, W *re, W *im) {
+    if constexpr (sizeof(W) == 32) {
+        *re = __builtin_shufflevector(x, y, 0, 2, 4, 6);
+        *im = __builtin_shufflevector(x, y, 1, 3, 5, 7);
+    } else {
+        *re = __builtin_shufflevector(x, y, 0, 2);
+        *im = __builtin_shufflevector(x, y, 1, 3);
+    }
+}
+template <class W> inline void Join(W re, W im, W *x, W *y) {
+    if constexpr (sizeof(W) == 32) {
+        *x = __builtin_shufflevector(re, im, 0, 4, 1, 5);
+        *y = __builtin_shufflevector(re, im, 2, 6, 3, 7);
+    } else {
+        *x = __builtin_shufflevector(re, im, 0, 2);
+        *y = __builtin_shufflevector(re, im, 1, 3);
+    }
+}
+
+// Exact error of the product p = a * b (p already rounded).
+inline V ProdErr(V a, V b, V p) {
+#if ORB_KLEVEL == 7
+    return (V)_mm256_fmsub_pd((__m256d)a, (__m256d)b, (__m256d)p);
+#else
+    // Operands here are at most 8 in magnitude: the split cannot overflow.
+    const V c = Splat(134217729.0);  // 2^27 + 1
+    const V ta = c * a, tb = c * b;
+    const V ah = ta - (ta - a), bh = tb - (tb - b);
+    const V al = a - ah, bl = b - bh;
+    return ((ah * bh - p) + ah * bl + al * bh) + al * bl;
+#endif
+}
+
+struct DDV { V hi, lo; };
+// a*b + c*d as a double-double (Dot2 lane-wise).
+inline DDV Dot2V(V a, V b, V c, V d) {
+    const V p = a * b, e = ProdErr(a, b, p);
+    const V q = c * d, f = ProdErr(c, d, q);
+    const V s = p + q;
+    const V t = s - p;
+    const V err = (p - (s - t)) + (q - t);
+    return {s, err + (e + f)};
+}
+
+// kL complex products a*b (a*conj(b) when Conj) as rounded double-double
+// sums; returns the lanes with a non-finite part, which the scalar path
+// redoes (overflowing intermediates, infinite and NaN parts).
+template <bool Conj> inline U Mul(V ar, V ai, V br, V bi, V *x, V *y) {
+    if (Conj) bi = -bi;
+    const DDV re = Dot2V(ar, br, -ai, bi), im = Dot2V(ar, bi, ai, br);
+    *x = re.hi + re.lo;
+    *y = im.hi + im.lo;
+    return BitCast<U>(ExpBits(*x) == SplatU(2047)) | BitCast<U>(ExpBits(*y) == SplatU(2047));
+}
+
+// Lanes where x is neither zero nor of magnitude in [2^-450, 2^451): outside
+// that range a square or a product of two parts could overflow or reach the
+// subnormal range, so the lane goes to the scaled scalar path.
+inline U OutOfRange(V x) {
+    const U e = ExpBits(x);
+    const U in = BitCast<U>((e - SplatU(1023 - 450)) < SplatU(901));
+    return ~(BitCast<U>(x == Splat(0.0)) | BitCast<U>(in));
+}
+
+// kL complex quotients a/b; returns the lanes the scalar path must redo.
+inline U Div(V ar, V ai, V br, V bi, V *x, V *y) {
+    const DDV d = Dot2V(br, br, bi, bi);
+    const DDV nr = Dot2V(ar, br, ai, bi);
+    const DDV ni = Dot2V(ai, br, -ar, bi);
+    const V inv = Splat(1.0) / d.hi;
+    const V qr0 = nr.hi * inv, qi0 = ni.hi * inv;
+    // n.hi - q0 * d.hi: exact product error, Sterbenz-exact difference.
+    const V pr = qr0 * d.hi, pi = qi0 * d.hi;
+    const V rr = (((nr.hi - pr) - ProdErr(qr0, d.hi, pr)) + nr.lo) - qr0 * d.lo;
+    const V ri = (((ni.hi - pi) - ProdErr(qi0, d.hi, pi)) + ni.lo) - qi0 * d.lo;
+    *x = qr0 + rr * inv;
+    *y = qi0 + ri * inv;
+    const U zero = BitCast<U>(br == Splat(0.0)) & BitCast<U>(bi == Splat(0.0));
+    return zero | OutOfRange(ar) | OutOfRange(ai) | OutOfRange(br) | OutOfRange(bi);
+}
+
+inline V SqrtV(V x) {
+#if ORB_KLEVEL >= 6 && ORB_KLEVEL != 41
+    return (V)_mm256_sqrt_pd((__m256d)x);
+#elif ORB_KLEVEL >= 2
+    return (V)_mm_sqrt_pd((__m128d)x);
+#else
+    V r;
+    for (int k = 0; k < kL; ++k) r[k] = std::sqrt(x[k]);
+    return r;
+#endif
+}
+
+// kL magnitudes; returns the lanes the scalar path must redo.
+inline U Abs(V re, V im, V *r) {
+    const DDV q = Dot2V(re, re, im, im);
+    // sqrt(hi + lo) ~ r0 + (hi + lo - r0^2) / (2 r0).
+    const V r0 = SqrtV(q.hi);
+    const V p = r0 * r0;
+    const V res = ((q.hi - p) - ProdErr(r0, r0, p)) + q.lo;
+    *r = Select(BitCast<U>(r0 > Splat(0.0)), r0 + res / (Splat(2.0) * r0), r0);
+    return OutOfRange(re) | OutOfRange(im);
+}
+
+}  // namespace cvec
+}  // namespace vml
+}  // namespace ORB_KNS
+
+#endif
