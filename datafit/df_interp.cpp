@@ -43,6 +43,10 @@ int Interpolate(DfTask *task, int64_t type, int64_t method, int64_t nsite,
                        datahint, r, rhint, cell, InterpHooks{}, &kThreading};
     if (type & 1) {
         int64_t st = task->splineType;
+        // The knot-based quadratic is evaluated between its knots: never
+        // read an ic array that does not hold them.
+        if (task->splineOrder == 3 && st == 1 && !(task->icType & 8))
+            return DfStatusBadInternalConditionType;
         if (st != 6 && st != 7 && st != 8) {
             if (!task->coeffTable) return DfStatusNullCoefficients;
             for (int64_t i = 0; i < task->ny; ++i)

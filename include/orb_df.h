@@ -56,7 +56,8 @@
  *     is any other singular system. The knot order is not checked.
  *     Evaluation finds the knot interval of each site (sites outside
  *     [t_0, t_nx] use the nearest end piece); the cell it reports (type
- *     bit 2) is still the partition cell.
+ *     bit 2) is still the partition cell. Evaluating such a task whose
+ *     ic_type lacks bit 8 returns -1012.
  *   order 4: the cubic types below. For each, h_j = x_{j+1}-x_j,
  *     s_j = (v_{j+1}-v_j)/h_j, m_j the first derivative at x_j; a piece is
  *     the cubic Hermite interpolant of (v_j, m_j, v_{j+1}, m_{j+1}).

@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
-# Builds the libFuzzer targets and runs each for a bounded time on a copy of
-# its seed corpus:  tools/fuzz.sh [seconds per target, default 30]
+# Builds the libFuzzer targets (ASan+UBSan) and runs each for a bounded time
+# on a copy of its seed corpus:  tools/fuzz.sh [seconds per target, default 30]
+# Any crash, leak or broken invariant fails the script; the input that led
+# there is left in build-fuzz/artifacts/ for a regression test.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 secs=${1:-30}
@@ -9,12 +11,20 @@ cmake -S . -B $BUILD -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
   -DORB_BUILD_FUZZ=ON -DORB_SANITIZE=address,undefined -DORB_BUILD_EXAMPLES=OFF >/dev/null
 targets=$(cd tests/fuzz && ls fuzz_*.cpp | sed 's/\.cpp$//')
-cmake --build $BUILD -j "$(nproc)" --target $targets
+cmake --build $BUILD -j2 --target $targets
+mkdir -p $BUILD/artifacts
 for t in $targets; do
   name=${t#fuzz_}
   work=$(mktemp -d)
   cp -r tests/fuzz/corpus/$name/. "$work"/ 2>/dev/null || true
   echo "== $t for ${secs}s"
-  "$BUILD/tests/fuzz/$t" -max_total_time="$secs" -print_final_stats=1 "$work" 2>&1 | tail -n 3
-  rm -rf "$work"
+  if ! "$BUILD/tests/fuzz/$t" -max_total_time="$secs" -timeout=10 -print_final_stats=1 \
+      -artifact_prefix="$BUILD/artifacts/$name-" "$work" >"$work.log" 2>&1; then
+    grep -v '^INFO' "$work.log" | tail -n 40
+    echo "fuzz.sh: $t failed; input in $BUILD/artifacts/" >&2
+    rm -rf "$work" "$work.log"
+    exit 1
+  fi
+  grep -E '^(Done|stat::number_of_executed_units)' "$work.log" || true
+  rm -rf "$work" "$work.log"
 done

@@ -1,0 +1,50 @@
+// Inputs the fuzz targets found, replayed through the public API with
+// arrays of exactly the documented extent (the sanitized suite sees any
+// access past them; the plain suite checks the status).
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <vector>
+
+#include "include/orb_df.h"
+
+namespace {
+
+// Evaluating a knot-based quadratic whose internal conditions are not
+// knots must be refused, not read nx+1 knots from an
+// array of another extent.
+TEST(FuzzFindings, KnotQuadraticEvaluatedWithoutKnots) {
+    struct Case {
+        int32_t ic_type;
+        bool null_ic;
+        int want;
+    } cases[] = {
+        {DfIcSecondDerivatives, false, DfStatusBadInternalConditionType},
+        {DfIcFirstDerivatives, false, DfStatusBadInternalConditionType},
+        {0, true, DfStatusBadInternalConditionType},
+    };
+    for (const Case &c : cases) {
+        for (int32_t nx : {2, 5}) {
+            SCOPED_TRACE(testing::Message() << "ic_type " << c.ic_type << " nx " << nx);
+            std::vector<double> x(nx), y(nx);
+            for (int32_t j = 0; j < nx; ++j) x[j] = j, y[j] = j * j;
+            // The ic extent for second derivatives: nx-2 values (none for nx = 2).
+            std::unique_ptr<double[]> ic(new double[std::max(nx - 2, 1)]());
+            std::vector<double> coeff(3 * nx, 0.0);
+            DfTask *task = nullptr;
+            ASSERT_EQ(dfdNewTask1D(&task, nx, x.data(), DfNonUniform, 1, y.data(), 0), 0);
+            ASSERT_EQ(dfdEditPPSpline1D(task, DfQuadratic, DfTypeSubbotin, DfBcFreeEnd, nullptr,
+                                        c.ic_type, c.null_ic ? nullptr : ic.get(), coeff.data(), 0),
+                      0);
+            const double site[3] = {-1.0, 0.5, nx + 1.0};
+            double r[3] = {-9, -9, -9};
+            EXPECT_EQ(dfdInterpolate1D(task, DfInterpolate, DfMethodPP, 3, site, DfSitesNoHint, 0,
+                                       nullptr, nullptr, r, DfResultFuncsSitesDerivs, nullptr),
+                      c.want);
+            for (double v : r) EXPECT_EQ(v, -9.0);
+            EXPECT_EQ(dfDeleteTask(&task), 0);
+        }
+    }
+}
+
+}  // namespace

@@ -1,0 +1,72 @@
+// Byte reader shared by the fuzz targets: draws small integers, picks from
+// tables of interesting values and yields zeros once the input is used up,
+// so every input, however short, is a complete program.
+#ifndef ORB_TESTS_FUZZ_INPUT_H
+#define ORB_TESTS_FUZZ_INPUT_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <initializer_list>
+
+namespace orb::fuzz {
+
+class Input {
+  public:
+    Input(const uint8_t *data, size_t size) : p_(data), end_(data + size) {}
+
+    bool Empty() const { return p_ >= end_; }
+    uint8_t Byte() { return p_ < end_ ? *p_++ : 0; }
+    int32_t Int32() {
+        uint32_t v = 0;
+        for (int i = 0; i < 4; ++i) v |= uint32_t(Byte()) << (8 * i);
+        return int32_t(v);
+    }
+    double Double() {
+        uint64_t v = 0;
+        for (int i = 0; i < 8; ++i) v |= uint64_t(Byte()) << (8 * i);
+        double d;
+        std::memcpy(&d, &v, sizeof d);
+        return d;
+    }
+    // An integer in [lo, hi].
+    int32_t Range(int32_t lo, int32_t hi) {
+        uint32_t span = uint32_t(hi - lo) + 1u;
+        uint32_t v = Byte();
+        if (span > 256) v |= uint32_t(Byte()) << 8;
+        return lo + int32_t(v % span);
+    }
+    bool Flag() { return Byte() & 1; }
+    // Mostly a small value in [lo, hi]; one byte value in 16 draws a whole
+    // 32-bit integer or one of the caller's edge values.
+    int32_t Count(int32_t lo, int32_t hi, std::initializer_list<int32_t> edges = {}) {
+        uint8_t sel = Byte();
+        if (sel < 240 || (edges.size() == 0 && sel < 248)) return Range(lo, hi);
+        if (sel < 248) return edges.begin()[Byte() % edges.size()];
+        return Int32();
+    }
+    // A finite value in [-1, 1] with an occasional special value.
+    double Value() {
+        uint8_t sel = Byte();
+        if (sel < 250) return (int(Byte()) - 128) / 128.0 + sel / 4096.0;
+        static const double kSpecial[] = {0.0, -0.0, 1e308, -1e308, 4.9e-324,
+                                          __builtin_inf(), -__builtin_inf(), __builtin_nan("")};
+        return kSpecial[Byte() % 8];
+    }
+
+  private:
+    const uint8_t *p_;
+    const uint8_t *end_;
+};
+
+// Aborts with a message; the fuzzer reports the input that led here.
+[[noreturn]] inline void Fail(const char *what) {
+    std::fprintf(stderr, "fuzz invariant broken: %s\n", what);
+    std::abort();
+}
+
+}  // namespace orb::fuzz
+
+#endif

@@ -1,0 +1,94 @@
+// Sizes whose byte counts do not fit 32 bits: every allocation they imply
+// is refused with the family's out-of-memory status before anything is
+// written, and a descriptor whose total size exceeds memory holds only
+// per-dimension tables (no wrapped size is ever allocated).
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <vector>
+
+#include "include/orb_df.h"
+#include "include/orb_dfti.h"
+#include "service/memory.h"
+
+namespace {
+
+uint64_t BytesHeld() { return orb::mem::ReadStatistics().bytes_outstanding; }
+
+TEST(Oversize, FourierLengthsAndTotals) {
+    struct Case {
+        const char *what;
+        int32_t precision, domain, rank, len[7];
+        bool must_fail;  // commit must return 1 (memory) or 9 (length)
+    } cases[] = {
+        {"prime 2^31-1, complex double", DftiValueDouble, DftiValueComplex, 1, {INT32_MAX}, true},
+        {"prime 2^31-1, complex single", DftiValueSingle, DftiValueComplex, 1, {INT32_MAX}, true},
+        {"prime 2^31-1, real double", DftiValueDouble, DftiValueReal, 1, {INT32_MAX}, true},
+        {"prime 2^31-1, real single", DftiValueSingle, DftiValueReal, 1, {INT32_MAX}, true},
+        {"rank 7, 2^70 elements", DftiValueDouble, DftiValueComplex, 7, {1024, 1024, 1024, 1024, 1024, 1024, 1024}, false},
+        {"rank 3 real, 2^32 elements", DftiValueSingle, DftiValueReal, 3, {2048, 2048, 1024}, false},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.what);
+        const uint64_t before = BytesHeld();
+        DftiHandle h = nullptr;
+        int32_t s = c.rank == 1 ? DftiCreateDescriptor(&h, c.precision, c.domain, 1, c.len[0])
+                                : DftiCreateDescriptor(&h, c.precision, c.domain, c.rank, c.len);
+        ASSERT_EQ(s, DftiStatusNoError);
+        if (c.domain == DftiValueReal && c.rank > 1) {
+            ASSERT_EQ(DftiSetValue(h, DftiParamLayout10, DftiValueLayout39), DftiStatusNoError);
+        }
+        s = DftiCommitDescriptor(h);
+        if (c.must_fail)
+            EXPECT_TRUE(s == DftiStatusMemoryError || s == DftiStatusLengthOverflow) << s;
+        else
+            EXPECT_TRUE(s == DftiStatusNoError || s == DftiStatusMemoryError ||
+                        s == DftiStatusLengthOverflow)
+                << s;
+        // Tables per dimension only: far below the data's size.
+        EXPECT_LT(BytesHeld() - before, uint64_t(64) << 20);
+        if (c.must_fail) {
+            double x[4] = {};
+            EXPECT_NE(DftiComputeForward(h, x), DftiStatusNoError);
+        }
+        EXPECT_EQ(DftiFreeDescriptor(&h), DftiStatusNoError);
+        EXPECT_EQ(BytesHeld(), before);
+    }
+}
+
+// Data fitting: tables and scratch whose bytes exceed 32 bits.
+TEST(Oversize, DataFittingCounts) {
+    const double x[2] = {0, 1}, y[2] = {0, 1};
+    {
+        // 2^29 functions: the table of 2^29 pointers is 2^32 bytes.
+        DfTask *task = nullptr;
+        EXPECT_EQ(dfdNewTask1D(&task, 2, x, DfNonUniform, 1 << 29, y, DfValuesPerFunction),
+                  DfStatusNoMemory);
+        EXPECT_EQ(dfDeleteTask(&task), DfStatusOk);  // the record is the caller's to delete
+        EXPECT_EQ(task, nullptr);
+    }
+    DfTask *task = nullptr;
+    ASSERT_EQ(dfdNewTask1D(&task, 2, x, DfNonUniform, 1, y, DfValuesPerFunction), DfStatusOk);
+    std::vector<double> coeff(2);
+    ASSERT_EQ(dfdEditPPSpline1D(task, DfLinear, DfTypeDefault, 0, nullptr, 0, nullptr, coeff.data(), 0),
+              DfStatusOk);
+    ASSERT_EQ(dfdConstruct1D(task, 0, 0), DfStatusOk);
+    // Uniform sites are expanded into scratch of nsite elements.
+    struct Case {
+        int32_t type, nsite;
+    } cases[] = {{DfInterpolate, 1 << 29}, {DfCellSearch, 1 << 30}, {DfInterpolate | DfCellSearch, INT32_MAX}};
+    const double ends[2] = {0, 1};
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.nsite);
+        double r[4] = {-9, -9, -9, -9};
+        int32_t cell[4] = {-9, -9, -9, -9};
+        EXPECT_EQ(dfdInterpolate1D(task, c.type, DfMethodPP, c.nsite, ends, DfSitesUniform, 0, nullptr,
+                                   nullptr, r, DfResultFuncsSitesDerivs, cell),
+                  DfStatusNoMemory);
+        for (double v : r) EXPECT_EQ(v, -9.0);
+        for (int32_t v : cell) EXPECT_EQ(v, -9);
+    }
+    EXPECT_EQ(dfDeleteTask(&task), DfStatusOk);
+}
+
+}  // namespace
