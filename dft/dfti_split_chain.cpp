@@ -13,7 +13,7 @@ namespace {
 
 // What a sub-descriptor is asked to compute: one dimension, the batch rows
 // around it (innermost first), placement, scales and threads.
-struct SubSpec {
+struct SubShape {
     DftiRow dim;
     DftiRow batch[DftiMaxRank + 1];
     int32_t batch_count = 0;
@@ -28,51 +28,51 @@ struct SubSpec {
 // of looping one transform at a time.
 constexpr int32_t kEngineBatchRows = 2;
 
-bool EngineTakesRows(const DftiDescriptor *parent, const SubSpec &spec) {
-    if (spec.batch_count == 0) return false;
+bool EngineTakesRows(const DftiDescriptor *parent, const SubShape &shape) {
+    if (shape.batch_count == 0) return false;
     // Short double lengths have straight-line kernels: the split batch
     // planner runs them over the rows instead.
     if (parent->precision == DftiValueDouble &&
-        SplitKernelKind(spec.dim.n, kSplitKindStart) == kSplitKindStraight)
+        SplitKernelKind(shape.dim.n, kSplitKindStart) == kSplitKindStraight)
         return false;
-    DftiRow dim = spec.dim, rows[DftiMaxRank + 1];
-    for (int32_t i = 0; i < spec.batch_count; ++i) rows[i] = spec.batch[i];
-    DftiTable dims{1, 1, &dim}, batch{spec.batch_count, spec.batch_count, rows};
+    DftiRow dim = shape.dim, rows[DftiMaxRank + 1];
+    for (int32_t i = 0; i < shape.batch_count; ++i) rows[i] = shape.batch[i];
+    DftiTable dims{1, 1, &dim}, batch{shape.batch_count, shape.batch_count, rows};
     DftiNormaliseTables(&dims, &batch);
     return batch.count <= kEngineBatchRows && batch.rows[0].n > 1;
 }
 
 // Builds *slot (or reuses it when its length still fits), configures it
-// from the spec and commits it.
-int32_t CommitSub(const DftiDescriptor *parent, DftiDescriptor **slot, const SubSpec &spec) {
-    if (*slot && (*slot)->dims.rows[0].n != spec.dim.n) {
+// from the shape and commits it.
+int32_t CommitSub(const DftiDescriptor *parent, DftiDescriptor **slot, const SubShape &shape) {
+    if (*slot && (*slot)->dims.rows[0].n != shape.dim.n) {
         (*slot)->free_op(*slot);
         *slot = nullptr;
     }
     if (!*slot) {
         if (int32_t s = DftiBuildDescriptor(slot, parent->precision, DftiValueComplex, 1,
-                                            &spec.dim.n, parent->level))
+                                            &shape.dim.n, parent->level))
             return s;
     }
     DftiDescriptor *sub = *slot;
-    sub->dims.rows[0] = spec.dim;
-    const int32_t rows = spec.batch_count > 0 ? spec.batch_count : 1;
+    sub->dims.rows[0] = shape.dim;
+    const int32_t rows = shape.batch_count > 0 ? shape.batch_count : 1;
     if (int32_t s = DftiTableReserve(&sub->transforms, rows)) return s;
     sub->transforms.count = rows;
-    if (spec.batch_count == 0) sub->transforms.rows[0] = {1, 0, 0};
-    for (int32_t i = 0; i < spec.batch_count; ++i) sub->transforms.rows[i] = spec.batch[i];
+    if (shape.batch_count == 0) sub->transforms.rows[0] = {1, 0, 0};
+    for (int32_t i = 0; i < shape.batch_count; ++i) sub->transforms.rows[i] = shape.batch[i];
     sub->transform_count = sub->transforms.rows[0].n;
     sub->in_distance = sub->transforms.rows[0].is;
     sub->out_distance = sub->transforms.rows[0].os;
     sub->in_offset = sub->out_offset = 0;  // the parent's drivers add the offsets
     sub->layout8 = DftiValueLayout42;
-    sub->placement = spec.in_place ? DftiValuePlacement43 : DftiValuePlacement44;
-    sub->fscale = spec.fscale;
-    sub->bscale = spec.bscale;
+    sub->placement = shape.in_place ? DftiValuePlacement43 : DftiValuePlacement44;
+    sub->fscale = shape.fscale;
+    sub->bscale = shape.bscale;
     sub->user_threads = parent->user_threads;
-    sub->thread_limit = spec.thread_limit;
+    sub->thread_limit = shape.thread_limit;
     sub->level = parent->level;
-    sub->flags = spec.engine ? (sub->flags | DftiFlagNoSplitPlanners)
+    sub->flags = shape.engine ? (sub->flags | DftiFlagNoSplitPlanners)
                              : (sub->flags & ~DftiFlagNoSplitPlanners);
     return sub->methods->commit(sub);
 }
@@ -198,21 +198,21 @@ int32_t DftiBuildSplitMultiDim(DftiDescriptor *d, DftiPlanRecord *r) {
             if (!moves) row.is = row.os;
             return row;
         };
-        SubSpec spec;
-        spec.dim = layout(dims[k]);
+        SubShape shape;
+        shape.dim = layout(dims[k]);
         for (int32_t j = 0; j < rank; ++j)
-            if (j != k) spec.batch[spec.batch_count++] = layout(dims[j]);
+            if (j != k) shape.batch[shape.batch_count++] = layout(dims[j]);
         for (int32_t j = 0; j < d->work_transforms.count; ++j)
-            spec.batch[spec.batch_count++] = layout(d->work_transforms.rows[j]);
-        spec.in_place = !moves;
+            shape.batch[shape.batch_count++] = layout(d->work_transforms.rows[j]);
+        shape.in_place = !moves;
         if (k == 0) {
-            spec.fscale = d->work_fscale;
-            spec.bscale = d->work_bscale;
+            shape.fscale = d->work_fscale;
+            shape.bscale = d->work_bscale;
         }
-        spec.thread_limit = r->threads;
-        spec.engine = EngineTakesRows(d, spec);
+        shape.thread_limit = r->threads;
+        shape.engine = EngineTakesRows(d, shape);
         r->sub_count = k + 1;
-        if (int32_t s = CommitSub(d, &r->subs[k], spec)) return s;
+        if (int32_t s = CommitSub(d, &r->subs[k], shape)) return s;
     }
     d->compute_forward = MultiDimForward;
     d->compute_backward = MultiDimBackward;
@@ -225,20 +225,20 @@ int32_t DftiBuildSplitBatch(DftiDescriptor *d, DftiPlanRecord *r) {
     const DftiTable &t = d->work_transforms;
     r->outer = t.rows[t.count - 1];
     const bool in_place = d->placement == DftiValuePlacement43;
-    SubSpec spec;
-    spec.dim = d->work_dims.rows[0];
-    for (int32_t j = 0; j + 1 < t.count; ++j) spec.batch[spec.batch_count++] = t.rows[j];
-    spec.in_place = in_place;
-    spec.fscale = d->work_fscale;
-    spec.bscale = d->work_bscale;
+    SubShape shape;
+    shape.dim = d->work_dims.rows[0];
+    for (int32_t j = 0; j + 1 < t.count; ++j) shape.batch[shape.batch_count++] = t.rows[j];
+    shape.in_place = in_place;
+    shape.fscale = d->work_fscale;
+    shape.bscale = d->work_bscale;
     // Threads go to the outer loop when it has work for all of them.
     r->threads = DftiLoopThreads(d, r->threads);
     const bool outer_parallel = r->outer.n >= r->threads;
-    spec.thread_limit = outer_parallel ? 1 : r->threads;
+    shape.thread_limit = outer_parallel ? 1 : r->threads;
     if (!outer_parallel) r->threads = 1;
-    spec.engine = EngineTakesRows(d, spec);
+    shape.engine = EngineTakesRows(d, shape);
     r->sub_count = 1;
-    if (int32_t s = CommitSub(d, &r->subs[0], spec)) return s;
+    if (int32_t s = CommitSub(d, &r->subs[0], shape)) return s;
     // A straight-line kernel under the outer row runs over it directly,
     // without a descriptor call per transform.
     const DftiDescriptor *sub = r->subs[0];
