@@ -46,6 +46,23 @@ void FromCpuidLeaf(unsigned leaf, CacheSizes *c) {
         if (type != 2 && size > c->largest) c->largest = size;
     }
 }
+
+// The older AMD leaves, where the deterministic ones read as zeros (as in
+// some virtual machines): 0x80000005 ECX[31:24] the L1 data cache in KiB,
+// 0x80000006 ECX[31:16] the L2 in KiB and EDX[31:18] the L3 in 512 KiB.
+void FromAmdLegacyLeaves(CacheSizes *c) {
+    const unsigned max = __get_cpuid_max(0x80000000u, nullptr);
+    unsigned a, b, cx, d;
+    if (max >= 0x80000005u && c->l1d <= 0) {
+        __cpuid(0x80000005u, a, b, cx, d);
+        c->l1d = int64_t(cx >> 24) * 1024;
+    }
+    if (max >= 0x80000006u && c->largest <= 0) {
+        __cpuid(0x80000006u, a, b, cx, d);
+        const int64_t l2 = int64_t(cx >> 16) * 1024, l3 = int64_t(d >> 18) * 512 * 1024;
+        c->largest = l3 > l2 ? l3 : l2;
+    }
+}
 #endif
 
 #if defined(_WIN32)
@@ -75,6 +92,7 @@ CacheSizes Detect() {
         const bool amd = b == 0x68747541u;  // "Auth"
         FromCpuidLeaf(amd ? 0x8000001Du : 4u, &c);
         if (!c.l1d && !amd) FromCpuidLeaf(0x8000001Du, &c);
+        if (amd) FromAmdLegacyLeaves(&c);
     }
 #endif
 #if defined(__unix__) && defined(_SC_LEVEL1_DCACHE_SIZE)

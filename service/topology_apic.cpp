@@ -56,36 +56,44 @@ void CountApicTopology(const uint32_t *ids, int32_t n, ApicShifts shifts,
     *cores = int32_t(k.size());
 }
 
-bool WalkProcessorTopology(int32_t *packages, int32_t *cores) {
-    *packages = 0;
-    *cores = 0;
+bool VisitEachProcessor(uint32_t (*read)(), std::vector<uint32_t> *values) {
 #if defined(_WIN32)
-    const ApicShifts shifts = ReadApicShifts();
-    if (shifts.core_shift < 0) return false;
     DWORD_PTR process_mask = 0, system_mask = 0;
     if (!GetProcessAffinityMask(GetCurrentProcess(), &process_mask, &system_mask)) return false;
     if (process_mask == 0 || process_mask != system_mask) return false;
     HANDLE self = GetCurrentThread();
-    std::vector<uint32_t> ids;
     DWORD_PTR previous = 0;
-    bool ok = true;
+    bool ok = true, moved = false;
     for (DWORD_PTR rest = process_mask; rest && ok; rest &= rest - 1) {
         const DWORD_PTR one = rest & (~rest + 1);
         const DWORD_PTR before = SetThreadAffinityMask(self, one);
-        if (before == 0) ok = false;
-        else {
-            if (ids.empty()) previous = before;
+        if (before == 0) {
+            ok = false;
+        } else {
+            if (!moved) previous = before;
+            moved = true;
             Sleep(0);  // give up the processor so that the scheduler moves us
-            ids.push_back(ReadApicId());
+            values->push_back(read());
         }
     }
-    if (!ids.empty()) SetThreadAffinityMask(self, previous);
-    if (!ok) return false;
-    CountApicTopology(ids.data(), int32_t(ids.size()), shifts, packages, cores);
-    return *cores > 0;
+    if (moved) SetThreadAffinityMask(self, previous);
+    return ok;
 #else
+    (void)read;
+    (void)values;
     return false;
 #endif
+}
+
+bool WalkProcessorTopology(int32_t *packages, int32_t *cores) {
+    *packages = 0;
+    *cores = 0;
+    const ApicShifts shifts = ReadApicShifts();
+    if (shifts.core_shift < 0) return false;
+    std::vector<uint32_t> ids;
+    if (!VisitEachProcessor(&ReadApicId, &ids)) return false;
+    CountApicTopology(ids.data(), int32_t(ids.size()), shifts, packages, cores);
+    return *cores > 0;
 }
 
 }  // namespace orb

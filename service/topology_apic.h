@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 namespace orb {
 
@@ -27,10 +28,14 @@ void CountApicTopology(const uint32_t *ids, int32_t n, ApicShifts shifts,
                        int32_t *packages, int32_t *cores);
 
 /* Pins the calling thread to every processor of the process's affinity in
- * turn (yielding so that it moves there), reads each identifier, then
- * restores the thread's affinity. Fills packages and cores only when the
- * process may run on the whole machine; returns false otherwise or when a
- * step fails. Windows only; false elsewhere. */
+ * turn (yielding so that it moves there), calls read there and appends its
+ * value to values, then restores the thread's affinity. False when a step
+ * fails or the process may not run on the whole machine. Windows only;
+ * false elsewhere. */
+bool VisitEachProcessor(uint32_t (*read)(), std::vector<uint32_t> *values);
+
+/* Packages and cores from the identifiers VisitEachProcessor reads; both 0
+ * and false when leaf 0xB is absent or the walk fails. */
 bool WalkProcessorTopology(int32_t *packages, int32_t *cores);
 
 }  // namespace orb

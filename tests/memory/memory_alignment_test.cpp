@@ -25,25 +25,27 @@ TEST(MemoryAlignment, EffectiveAlignmentRule) {
     for (const auto &c : cases) EXPECT_EQ(mem::EffectiveAlignment(c.requested), c.effective) << c.requested;
 }
 
-TEST(MemoryAlignment, PooledResultsAreAlignedAndUsable) {
+// Every alignment through the pools (ServAlloc) and straight to the
+// primitive (DirectAlloc): aligned, writable in full; size 0 gives null
+// and takes nothing.
+TEST(MemoryAlignment, EveryPathAlignsAndSizeZeroTakesNothing) {
     InFreshThread([] {
-        for (int32_t alignment : {0, 16, 64, 96, 128, 4096, 1 << 16})
-            for (uint32_t size : {1u, 100u, 4096u, 100000u}) {
-                void *p = ServAlloc(size, alignment);
-                ASSERT_NE(p, nullptr) << size << " " << alignment;
-                EXPECT_TRUE(AlignedTo(p, mem::EffectiveAlignment(alignment))) << size << " " << alignment;
-                Touch(p, size, 0x5a);
-                ServFree(p);
+        for (bool direct : {false, true})
+            for (int32_t alignment : {0, 16, 64, 96, 128, 4096, 1 << 16, 1 << 20}) {
+                const uint32_t a = mem::EffectiveAlignment(alignment);
+                for (uint32_t size : {1u, 100u, 4096u, 100000u}) {
+                    void *p = direct ? mem::DirectAlloc(size, a) : ServAlloc(size, alignment);
+                    ASSERT_NE(p, nullptr) << direct << " " << size << " " << alignment;
+                    EXPECT_TRUE(AlignedTo(p, a)) << direct << " " << size << " " << alignment;
+                    Touch(p, size, 0x5a);
+                    direct ? mem::DirectFree(p) : ServFree(p);
+                }
             }
+        const mem::Statistics before = mem::ReadStatistics();
+        for (int32_t alignment : {0, 16, 64, 96, 128, 4096}) EXPECT_EQ(ServAlloc(0, alignment), nullptr);
+        EXPECT_EQ(mem::ReadStatistics().blocks_outstanding, before.blocks_outstanding);
+        ServFree(nullptr);  // ignored
     });
-}
-
-TEST(MemoryAlignment, SizeZeroGivesNullOnEveryPath) {
-    mem::Statistics before = mem::ReadStatistics();
-    for (int32_t alignment : {0, 16, 64, 96, 128, 4096}) EXPECT_EQ(ServAlloc(0, alignment), nullptr);
-    mem::Statistics after = mem::ReadStatistics();
-    EXPECT_EQ(after.blocks_outstanding, before.blocks_outstanding);
-    ServFree(nullptr);  // ignored
 }
 
 TEST(MemoryAlignment, PoolLimitBoundary) {
@@ -80,19 +82,6 @@ TEST(MemoryAlignment, PoolLimitBoundary) {
             EXPECT_EQ(after.blocks_outstanding, before.blocks_outstanding);
             EXPECT_EQ(after.bytes_outstanding, before.bytes_outstanding);
         });
-    }
-}
-
-TEST(MemoryAlignment, DirectBlocksAlignedForEveryAlignment) {
-    for (int32_t alignment : {0, 16, 64, 96, 128, 4096, 1 << 20}) {
-        uint32_t a = mem::EffectiveAlignment(alignment);
-        for (uint32_t size : {1u, 1000u}) {
-            void *p = mem::DirectAlloc(size, a);
-            ASSERT_NE(p, nullptr);
-            EXPECT_TRUE(AlignedTo(p, a)) << alignment;
-            Touch(p, size, 0xa5);
-            mem::DirectFree(p);
-        }
     }
 }
 

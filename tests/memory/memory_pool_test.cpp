@@ -3,7 +3,7 @@
 // direct, recycling, release from another thread, failing primitives.
 #include <gtest/gtest.h>
 
-#include <latch>
+#include <future>
 #include <vector>
 
 #include "memory_test_support.h"
@@ -93,18 +93,21 @@ TEST_F(MemoryPool, SlotChoice) {
 
 TEST_F(MemoryPool, ReleaseFromAnotherThreadFreesTheOwnersSlot) {
     void *p = nullptr;
-    std::latch allocated(1), released(1);
+    // Promises rather than std::latch: the MinGW runtime's atomic wait can
+    // miss a wake-up.
+    std::promise<void> allocated, released;
+    std::future<void> allocated_seen = allocated.get_future(), released_seen = released.get_future();
     std::thread owner([&] {
         p = ServAlloc(500, 128);
-        allocated.count_down();
-        released.wait();
+        allocated.set_value();
+        released_seen.wait();
         AllocatorCounts before = CountingAllocator::Read();
         void *again = ServAlloc(500, 128);
         EXPECT_EQ(again, p);  // the slot was marked free
         EXPECT_EQ((CountingAllocator::Read() - before).mallocs, 0);
         ServFree(again);
     });
-    allocated.wait();
+    allocated_seen.wait();
     AllocatorCounts before = CountingAllocator::Read();
     mem::Statistics s0 = mem::ReadStatistics();
     int in_use = mem::TakeCensus().slots_in_use;
@@ -113,7 +116,7 @@ TEST_F(MemoryPool, ReleaseFromAnotherThreadFreesTheOwnersSlot) {
     EXPECT_EQ(mem::TakeCensus().slots_in_use, in_use - 1);
     EXPECT_EQ((CountingAllocator::Read() - before).frees, 0);
     EXPECT_EQ(mem::ReadStatistics().blocks_outstanding, s0.blocks_outstanding);
-    released.count_down();
+    released.set_value();
     owner.join();
 }
 

@@ -1,6 +1,7 @@
 // Processor topology from x2APIC identifiers: the count over synthetic
-// identifier sets, and on Windows the affinity walk against the system's
-// own processor records (GetLogicalProcessorInformation).
+// identifier sets, and on Windows the affinity walk against the processor
+// the system says the thread runs on and the system's own processor
+// records (GetLogicalProcessorInformation).
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -68,6 +69,37 @@ void SystemCounts(int32_t *packages, int32_t *cores) {
     for (size_t i = 0; i < bytes / sizeof(info[0]); ++i) {
         if (info[i].Relationship == RelationProcessorCore) ++*cores;
         if (info[i].Relationship == RelationProcessorPackage) ++*packages;
+    }
+}
+
+uint32_t ProcessorNumber() { return GetCurrentProcessorNumber(); }
+
+// The walk really runs on each processor of the mask in turn (as the system
+// reports where the thread runs), puts the thread's mask back, and refuses a
+// process restricted to part of the machine.
+TEST(TopologyWalk, WindowsVisitRunsOnEveryProcessorAndRestoresAffinity) {
+    DWORD_PTR process_mask = 0, system_mask = 0;
+    HANDLE process = GetCurrentProcess(), self = GetCurrentThread();
+    ASSERT_TRUE(GetProcessAffinityMask(process, &process_mask, &system_mask));
+    if (process_mask != system_mask) GTEST_SKIP() << "a restricted process";
+    std::vector<uint32_t> expected;
+    for (uint32_t bit = 0; bit < 8 * sizeof(DWORD_PTR); ++bit)
+        if ((process_mask >> bit) & 1) expected.push_back(bit);
+
+    const DWORD_PTR lowest = process_mask & (~process_mask + 1);
+    const DWORD_PTR original = SetThreadAffinityMask(self, lowest);
+    ASSERT_NE(original, 0u);
+    std::vector<uint32_t> seen;
+    EXPECT_TRUE(orb::VisitEachProcessor(&ProcessorNumber, &seen));
+    EXPECT_EQ(seen, expected);
+    EXPECT_EQ(SetThreadAffinityMask(self, original), lowest);
+
+    if (expected.size() > 1) {
+        ASSERT_TRUE(SetProcessAffinityMask(process, lowest));
+        seen.clear();
+        EXPECT_FALSE(orb::VisitEachProcessor(&ProcessorNumber, &seen));
+        EXPECT_TRUE(seen.empty());
+        ASSERT_TRUE(SetProcessAffinityMask(process, process_mask));
     }
 }
 
