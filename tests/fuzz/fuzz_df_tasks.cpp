@@ -106,7 +106,7 @@ void Run(Input &in) {
     const int32_t coeff_hint = Pick(in, {0, 128});
     std::vector<T> bc(size_t(2 * ny));
     for (T &v : bc) v = T(in.Value());
-    const size_t ic_count = ic_type == DfIcKnots ? size_t(nx) + 1 : size_t(ny) * size_t(std::max(nx - 2, 0));
+    const size_t ic_count = (ic_type & DfIcKnots) ? size_t(nx) + 1 : size_t(ny) * size_t(std::max(nx - 2, 0));
     std::vector<T> ic(std::min<size_t>(ic_count, kMaxAlloc));
     for (size_t k = 0; k < ic.size(); ++k) ic[k] = T(x.empty() ? 0 : x[0] + k * 0.25);
     // Orders beyond 64 get no coefficient array (its extent is order*cells).
