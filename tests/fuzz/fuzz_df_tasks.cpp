@@ -148,6 +148,7 @@ void Run(Input &in) {
         for (int32_t &d : dorder) nd += (d = in.Flag());
         const bool null_dorder = ndorder == 0 ? in.Byte() < 224 : in.Byte() > 240;
         if (ndorder <= 0 && null_dorder) nd = 1;
+        int32_t no_order = 0;  // a non-null dorder of no elements
         std::vector<double> datahint(5);
         datahint[0] = 1;
         datahint[1] = in.Flag();
@@ -161,8 +162,9 @@ void Run(Input &in) {
         const T *psite = sane_sites ? Maybe(in, site) : nullptr;
         T *pr = rcount <= size_t(kMaxAlloc) ? Maybe(in, r) : nullptr;
         int32_t *pcell = sane_sites ? Maybe(in, cell) : nullptr;
+        TRACE("calling interpolate nsite=%d ny=%d nd=%d ndorder=%d r=%zu pr=%p\n", nsite, ny, nd, ndorder, r.size(), (void *)pr);
         s = A::Interpolate(task, what, method, nsite, psite, sitehint, ndorder,
-                           null_dorder ? nullptr : dorder.data(), with_hint ? datahint.data() : nullptr,
+                           null_dorder ? nullptr : dorder.empty() ? &no_order : dorder.data(), with_hint ? datahint.data() : nullptr,
                            pr, rhint, pcell);
         TRACE("interpolate what=%d method=%d nsite=%d sitehint=%d ndorder=%d nd=%d dorder=%s "
               "rhint=%d r=%zu -> %d\n", what, method, nsite, sitehint, ndorder, nd,
