@@ -13,6 +13,11 @@
 #if defined(__unix__)
 #include <unistd.h>
 #endif
+#if defined(_WIN32)
+#include <windows.h>
+
+#include <vector>
+#endif
 
 namespace orb::dft {
 
@@ -43,6 +48,25 @@ void FromCpuidLeaf(unsigned leaf, CacheSizes *c) {
 }
 #endif
 
+#if defined(_WIN32)
+// The system's cache descriptors: one record per cache and processor group.
+void FromWindows(CacheSizes *c) {
+    DWORD bytes = 0;
+    GetLogicalProcessorInformation(nullptr, &bytes);
+    if (GetLastError() != ERROR_INSUFFICIENT_BUFFER || bytes == 0) return;
+    std::vector<SYSTEM_LOGICAL_PROCESSOR_INFORMATION> info(bytes / sizeof(SYSTEM_LOGICAL_PROCESSOR_INFORMATION));
+    if (!GetLogicalProcessorInformation(info.data(), &bytes)) return;
+    for (const auto &r : info) {
+        if (r.Relationship != RelationCache) continue;
+        const CACHE_DESCRIPTOR &cd = r.Cache;
+        const int64_t size = int64_t(cd.Size);
+        if (cd.Level == 1 && cd.Type != CacheInstruction && (cd.Type == CacheData || c->l1d <= 0))
+            c->l1d = size;
+        if (cd.Type != CacheInstruction && size > c->largest) c->largest = size;
+    }
+}
+#endif
+
 CacheSizes Detect() {
     CacheSizes c;
 #if defined(__i386__) || defined(__x86_64__)
@@ -61,6 +85,14 @@ CacheSizes Detect() {
             long v = sysconf(name);
             if (v > c.largest) c.largest = v;
         }
+    }
+#endif
+#if defined(_WIN32)
+    if (c.l1d <= 0 || c.largest <= 0) {
+        CacheSizes os;
+        FromWindows(&os);
+        if (c.l1d <= 0) c.l1d = os.l1d;
+        if (c.largest <= 0) c.largest = os.largest;
     }
 #endif
     if (c.l1d < 0) c.l1d = 0;

@@ -182,6 +182,7 @@ int32_t DftiBuildDescriptor(DftiDescriptor **out, int32_t precision, int32_t dom
     }
     d->transforms.count = 1;
     d->transforms.rows[0] = {1, 0, 0};
+    d->level = level;
     d->planners = DftiPlannerList(precision, domain, level);
     *out = d;
     return DftiStatusNoError;

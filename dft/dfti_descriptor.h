@@ -133,6 +133,7 @@ struct DftiDescriptor {
     int32_t thread_limit;
     int32_t hook_answer;
     int32_t work_count, work_idist, work_odist;  // working transform row
+    int32_t level;                               // CpuLevel of the builder that made it
 };
 
 namespace orb::dft {

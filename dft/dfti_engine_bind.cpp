@@ -15,11 +15,11 @@ void FillDims(const DftiDescriptor *d, EngineProblem *p) {
         const DftiRow &row = t.rows[i];
         p->dims[t.count - 1 - i] = {row.n, row.is, row.os};
     }
+    // Batch rows, outermost first; rows of one transform carry nothing.
+    const DftiTable &b = d->work_transforms;
     p->howmany_rank = 0;
-    if (d->work_count > 1) {
-        p->howmany_rank = 1;
-        p->howmany[0] = {d->work_count, d->work_idist, d->work_odist};
-    }
+    for (int32_t i = b.count - 1; i >= 0; --i)
+        if (b.rows[i].n > 1) p->howmany[p->howmany_rank++] = {b.rows[i].n, b.rows[i].is, b.rows[i].os};
 }
 
 int32_t Make(const EngineProblem &p, EnginePlan **out) {
@@ -93,6 +93,7 @@ void DftiUnbindEngine(DftiPlanRecord *r) {
 int32_t DftiBindEngine(DftiDescriptor *d, DftiPlanRecord *r) {
     DftiUnbindEngine(r);
     if (d->work_count < 1) return DftiPlannerDeclined;
+    if (d->work_transforms.count > 2) return DftiPlannerDeclined;  // the engine loops two batch rows
     EngineProblem base;
     base.is_double = d->precision == DftiValueDouble;
     base.nthreads = r->threads;

@@ -6,6 +6,8 @@
 
 #include "dft/dfti_descriptor.h"
 #include "dft/engine/engine.h"
+#include "dft/smallcube/cube_kernels.h"
+#include "dft/split1d/split1d_kernels.h"
 
 namespace orb::dft {
 
@@ -22,6 +24,14 @@ struct DftiSplit1DBlocking {
     int32_t v = 0, p = 0, b = 0;
 };
 
+// Split 1-D plan: kernel kind and table, the layout and scales it runs with.
+struct DftiSplit1DPlan {
+    int32_t kind = 0, n = 0;
+    SplitKernel forward = nullptr, backward = nullptr;
+    int32_t count = 1, is = 1, os = 1, idist = 0, odist = 0;
+    double fscale = 1.0, bscale = 1.0;
+};
+
 struct DftiPlanRecord {
     EnginePlan *forward = nullptr;
     EnginePlan *backward = nullptr;
@@ -29,7 +39,14 @@ struct DftiPlanRecord {
     DftiPackedSide packed_backward;  // backward input side
     int32_t threads = 1;
     int32_t cube_n = 0;                // small-cube planner
+    CubeKernel cube_forward = nullptr, cube_backward = nullptr;
     DftiSplit1DBlocking blocking;      // split 1-D planner
+    DftiSplit1DPlan split;
+    // Split multi-dimensional and batch planners: rank-1 sub-descriptors
+    // (one per working dimension, or one under the outer batch row).
+    int32_t sub_count = 0;
+    DftiDescriptor *subs[DftiMaxRank] = {};
+    DftiRow outer = {1, 0, 0};         // split batch: the last working transform row
 };
 
 // Builds both engine plans for the committed working tables. Returns 0,
@@ -42,6 +59,25 @@ int32_t DftiForwardInPlace(DftiDescriptor *, void *, void *, void *, void *);
 int32_t DftiBackwardInPlace(DftiDescriptor *, void *, void *, void *, void *);
 int32_t DftiForwardOutOfPlace(DftiDescriptor *, void *, void *, void *, void *);
 int32_t DftiBackwardOutOfPlace(DftiDescriptor *, void *, void *, void *, void *);
+
+// Builds the split 1-D plan and installs its compute entries (dfti_split1d.cpp).
+int32_t DftiBuildSplit1D(DftiDescriptor *d, DftiPlanRecord *r);
+// Installs the compute entries that run the record's straight-line split
+// kernel over its transforms (r->split, r->blocking).
+void DftiInstallSplitKernelEntries(DftiDescriptor *d);
+
+// Split multi-dimensional and split batch plans over rank-1 sub-descriptors
+// (dfti_split_chain.cpp); both install their compute entries.
+int32_t DftiBuildSplitMultiDim(DftiDescriptor *d, DftiPlanRecord *r);
+int32_t DftiBuildSplitBatch(DftiDescriptor *d, DftiPlanRecord *r);
+// Frees the record's sub-descriptors from index `keep` on.
+void DftiFreeSubDescriptors(DftiPlanRecord *r, int32_t keep);
+
+// Small-cube compute entries (dfti_small_cube.cpp).
+int32_t DftiCubeForwardInPlace(DftiDescriptor *, void *, void *, void *, void *);
+int32_t DftiCubeBackwardInPlace(DftiDescriptor *, void *, void *, void *, void *);
+int32_t DftiCubeForwardOutOfPlace(DftiDescriptor *, void *, void *, void *, void *);
+int32_t DftiCubeBackwardOutOfPlace(DftiDescriptor *, void *, void *, void *, void *);
 
 // Position of R(k) (part 0) or I(k) (part 1) in a packed real array of
 // length-n transforms, or -1 when the format does not store it.

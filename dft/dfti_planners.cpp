@@ -1,8 +1,9 @@
 // The planners and their ordered lists. Every planner checks that the
 // configuration is its own, takes over the descriptor (releasing another
 // planner's plan), builds its plan record and installs the compute entries.
-// All of them compute through the transform engine; what differs is the
-// configuration they accept and the numbers their plan keeps.
+// The split multi-dimensional and batch planners run rank-1 sub-descriptors,
+// the split 1-D and small-cube planners their straight-line kernels, and the
+// general planner the transform engine.
 #include <new>
 
 #include "dft/dfti_plan.h"
@@ -25,8 +26,9 @@ bool AcceptSplit1D(const DftiDescriptor *d) {
     return d->precision == DftiValueDouble && SplitLayout(d) && d->work_rank == 1 &&
            d->work_count == 1;
 }
+// Either precision: each precision's list has its own cube kernels.
 bool AcceptSmallCube(const DftiDescriptor *d) {
-    if (d->precision != DftiValueDouble || d->domain != DftiValueComplex ||
+    if (d->domain != DftiValueComplex ||
         d->layout8 != DftiValueLayout39 || d->work_count != 1 || d->work_fscale != 1.0 ||
         d->work_bscale != 1.0 || d->work_rank != 3)
         return false;
@@ -47,6 +49,7 @@ int32_t DataArgs(const DftiDescriptor *d) {
 void DestroyRecord(DftiDescriptor *d) {
     auto *r = static_cast<DftiPlanRecord *>(d->plan);
     if (!r) return;
+    DftiFreeSubDescriptors(r, 0);
     DftiUnbindEngine(r);
     r->~DftiPlanRecord();
     ServFree(r);
@@ -62,15 +65,59 @@ int32_t Release(const DftiPlanner *self, DftiDescriptor *d) {
     return DftiStatusNoError;
 }
 
-// Per-planner extra numbers kept in the record.
-void Specialise(const DftiPlanner *self, DftiDescriptor *d, DftiPlanRecord *r);
-
 using AcceptFn = bool (*)(const DftiDescriptor *);
+using BuildFn = int32_t (*)(const DftiPlanner *, DftiDescriptor *, DftiPlanRecord *);
 
-template <AcceptFn Accept>
+// Plans that compute through the engine; the general planner also records
+// the out-of-cache answer for the kernels.
+int32_t BuildEngine(const DftiPlanner *self, DftiDescriptor *d, DftiPlanRecord *r) {
+    r->cube_n = 0;
+    if (int32_t s = DftiBindEngine(d, r)) return s;
+    if (self == &DftiPlannerGeneral) {
+        bool large = DftiIsLargeProblem(d, DftiCacheSize(1), DftiCacheSize(0));
+        d->flags = large ? (d->flags | DftiFlagLargeProblem) : (d->flags & ~DftiFlagLargeProblem);
+    }
+    const bool in_place = d->placement == DftiValuePlacement43;
+    d->compute_forward = in_place ? DftiForwardInPlace : DftiForwardOutOfPlace;
+    d->compute_backward = in_place ? DftiBackwardInPlace : DftiBackwardOutOfPlace;
+    return DftiStatusNoError;
+}
+
+int32_t BuildSplit1D(const DftiPlanner *, DftiDescriptor *d, DftiPlanRecord *r) {
+    r->cube_n = 0;
+    return DftiBuildSplit1D(d, r);
+}
+
+int32_t BuildSplitMultiDim(const DftiPlanner *, DftiDescriptor *d, DftiPlanRecord *r) {
+    r->cube_n = 0;
+    return DftiBuildSplitMultiDim(d, r);
+}
+
+int32_t BuildSplitBatch(const DftiPlanner *, DftiDescriptor *d, DftiPlanRecord *r) {
+    r->cube_n = 0;
+    return DftiBuildSplitBatch(d, r);
+}
+
+// n^3 cubes: the unrolled kernels of the descriptor's level, no engine plan.
+int32_t BuildCube(const DftiPlanner *, DftiDescriptor *d, DftiPlanRecord *r) {
+    DftiUnbindEngine(r);
+    const bool single = d->precision == DftiValueSingle;
+    r->cube_n = d->work_n;
+    r->cube_forward = CubeKernelFor(d->level, single, false, r->cube_n);
+    r->cube_backward = CubeKernelFor(d->level, single, true, r->cube_n);
+    if (!r->cube_forward || !r->cube_backward) return DftiPlannerDeclined;
+    const bool in_place = d->placement == DftiValuePlacement43;
+    d->compute_forward = in_place ? DftiCubeForwardInPlace : DftiCubeForwardOutOfPlace;
+    d->compute_backward = in_place ? DftiCubeBackwardInPlace : DftiCubeBackwardOutOfPlace;
+    return DftiStatusNoError;
+}
+
+// The common steps: take the descriptor over, keep (or make) the plan
+// record, build, install. DropFirst planners always start from no plan.
+template <AcceptFn Accept, BuildFn Build, bool DropFirst>
 int32_t Plan(const DftiPlanner *self, DftiDescriptor *d) {
     if (!Accept(d)) return DftiPlannerDeclined;
-    if (d->current_planner && d->current_planner != self) d->release_plan(d);
+    if (d->current_planner && (DropFirst || d->current_planner != self)) d->release_plan(d);
     d->current_planner = self;
     if (!d->plan) {
         void *mem = ServAlloc(sizeof(DftiPlanRecord), 64);
@@ -81,27 +128,14 @@ int32_t Plan(const DftiPlanner *self, DftiDescriptor *d) {
     // Several caller threads on one descriptor: each call stays on its thread.
     if (d->user_threads > 1) d->threads = 1;
     r->threads = d->threads;
-    Specialise(self, d, r);
-    if (int32_t s = DftiBindEngine(d, r)) return s;
-    if (d->current_planner == &DftiPlannerGeneral) {
-        bool large = DftiIsLargeProblem(d, DftiCacheSize(1), DftiCacheSize(0));
-        d->flags = large ? (d->flags | DftiFlagLargeProblem) : (d->flags & ~DftiFlagLargeProblem);
+    if (int32_t s = Build(self, d, r)) {
+        d->compute_forward = d->compute_backward = nullptr;
+        return s;
     }
-    const bool in_place = d->placement == DftiValuePlacement43;
-    d->compute_forward = in_place ? DftiForwardInPlace : DftiForwardOutOfPlace;
-    d->compute_backward = in_place ? DftiBackwardInPlace : DftiBackwardOutOfPlace;
     d->data_args = DataArgs(d);
     d->commit_status = DftiValueCommitted;
     d->flags |= DftiFlagCommitted;
     return DftiStatusNoError;
-}
-
-void Specialise(const DftiPlanner *self, DftiDescriptor *d, DftiPlanRecord *r) {
-    if (self == &DftiPlannerSmallCube) r->cube_n = d->work_n;
-    if (self == &DftiPlannerSplit1D)
-        r->blocking = DftiSplit1DBlock(d->work_n, d->work_count,
-                                       d->placement == DftiValuePlacement43, d->work_is,
-                                       d->work_os, d->work_idist, d->work_odist);
 }
 
 template <int Level>
@@ -113,11 +147,12 @@ struct Lists {
 
 }  // namespace
 
-const DftiPlanner DftiPlannerSplitMultiDim = {Plan<AcceptSplitMultiDim>, Release};
-const DftiPlanner DftiPlannerSplitBatch = {Plan<AcceptSplitBatch>, Release};
-const DftiPlanner DftiPlannerSplit1D = {Plan<AcceptSplit1D>, Release};
-const DftiPlanner DftiPlannerSmallCube = {Plan<AcceptSmallCube>, Release};
-const DftiPlanner DftiPlannerGeneral = {Plan<AcceptAll>, Release};
+const DftiPlanner DftiPlannerSplitMultiDim = {Plan<AcceptSplitMultiDim, BuildSplitMultiDim, false>,
+                                               Release};
+const DftiPlanner DftiPlannerSplitBatch = {Plan<AcceptSplitBatch, BuildSplitBatch, false>, Release};
+const DftiPlanner DftiPlannerSplit1D = {Plan<AcceptSplit1D, BuildSplit1D, false>, Release};
+const DftiPlanner DftiPlannerSmallCube = {Plan<AcceptSmallCube, BuildCube, false>, Release};
+const DftiPlanner DftiPlannerGeneral = {Plan<AcceptAll, BuildEngine, true>, Release};
 
 // The lists share one shape; the engine picks the instruction set of its
 // kernels by level, so every level's list names the same planners.

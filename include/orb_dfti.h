@@ -97,6 +97,35 @@
  *   forward output and the backward input; this library picks natural
  *   order, so 48 and 49 compute the same results.
  *
+ * Plans
+ *   Commit offers the descriptor to five planners in order; the first that
+ *   accepts builds the plan (planning is by rules, never by timing runs):
+ *   1. split multi-dimensional (DftiValueLayout42, rank >= 2 after
+ *      length-1 dimensions are dropped): one rank-1 descriptor per
+ *      dimension; the first pass moves the data from input to output and
+ *      applies the scale, the other passes work in place on the output.
+ *      A pass of length above 10 (or single precision) whose other
+ *      dimensions and batches merge into at most two strided runs is one
+ *      engine plan; otherwise it goes to the split batch planner.
+ *   2. split batch (DftiValueLayout42, rank 1, several transforms): a
+ *      rank-1 descriptor under the outermost batch run, which is shared out
+ *      over the threads; short lengths (kind 3 below) run the straight-line
+ *      kernel over the whole run directly.
+ *   3. split 1-D (double, DftiValueLayout42, rank 1, one transform): kernel
+ *      kinds chosen by length, from the starting kind 8 downwards:
+ *        kind 4  the transform engine on the split arrays (any length); the
+ *                scale is folded into the engine plan;
+ *        kind 3  straight-line kernels for n <= 10 (AVX2+FMA, AVX or
+ *                SSE2-class by CpuLevel), any strides, scale applied inside.
+ *   4. small cube (complex, interleaved, one transform, scales exactly 1.0,
+ *      n x n x n with n <= 10, dense default strides): fully unrolled
+ *      three-pass kernels per CpuLevel, in or out of place.
+ *   5. general: the transform engine (mixed radix, Bluestein for large
+ *      prime factors, four-step for large n, real transforms through a
+ *      half-length complex transform).
+ *   A commit that changes planner drops the old plan first; a re-commit
+ *   with the same planner keeps its record (and its rank-1 descriptors).
+ *
  * Threads
  *   The thread count is fixed at commit. Several caller threads may compute
  *   with one committed descriptor at once when DftiParamUserThreadCount

@@ -6,6 +6,7 @@
 
 #include "service/platform.h"
 #include "service/threads.h"
+#include "service/topology_apic.h"
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -44,8 +45,11 @@ int32_t AffinityProcessors() {
 }
 
 // Linux: the package and core of every online processor from sysfs.
+// Windows: the processors' own identifiers, visited one by one.
 void ReadOsTopology(TopologyInputs &in) {
-#if defined(__linux__)
+#if defined(_WIN32)
+    WalkProcessorTopology(&in.os_packages, &in.os_cores);
+#elif defined(__linux__)
     std::set<int> packages;
     std::set<std::pair<int, int>> cores;
     for (int cpu = 0; cpu < in.online_processors; ++cpu) {

@@ -59,6 +59,10 @@ struct PlanT {
     int64_t temp_elems = 0;  // complex scratch array for C2R with rank > 1
     int64_t row_elems = 0;   // per-thread row scratch (complex elements)
     int team = 1;            // threads that run rows at once
+    // Short contiguous complex rows with a straight-line codelet: Execute
+    // calls it straight, row after row (no workspace, no pass loop).
+    SmallFn<T> solo = nullptr;
+    int64_t solo_rows = 1, solo_is = 0, solo_os = 0;
     // Workspace kept with the plan for large problems, lent to one Execute
     // at a time (a concurrent caller allocates its own).
     void *cache = nullptr;
@@ -349,6 +353,13 @@ int Execute(const PlanT<T> &pl, const void *in_re, const void *in_im, void *out_
     bool split[3] = {cin && pl.pb.split_in, cout && pl.pb.split_out, false};
     // Workspace: the stack for small problems, else the plan's own buffer
     // when no other call holds it, else a fresh allocation.
+    if (pl.solo) {
+        const Cx<T> *x = static_cast<const Cx<T> *>(in_re);
+        Cx<T> *y = static_cast<Cx<T> *>(out_re);
+        const T scale = T(pl.pb.scale);
+        for (int64_t r = 0; r < pl.solo_rows; ++r) pl.solo(x + r * pl.solo_is, y + r * pl.solo_os, scale);
+        return EngineOk;
+    }
     const int64_t bytes = WorkspaceBytes(pl);
     alignas(64) unsigned char local[16384];
     void *heap = nullptr, *ws = nullptr;
@@ -406,6 +417,12 @@ EnginePlan *Create(const EngineProblem &pb, int level, int *status) {
     // Rows of a pass run on up to nthreads threads, each with its own row
     // workspace; a single long row uses one workspace.
     pl->team = pb.nthreads;
+    const Pass &p0 = pl->pass[0];
+    if (pl->npass == 1 && p0.kind == EngineKind::C2C && p0.is == 1 && p0.os == 1 && !pb.split_in &&
+        !pb.split_out && p0.nloop <= 1 && (pb.nthreads == 1 || p0.nloop == 0) && pl->c[0]->Small()) {
+        pl->solo = pl->c[0]->Small();
+        if (p0.nloop == 1) pl->solo_rows = p0.ln[0], pl->solo_is = p0.lis[0], pl->solo_os = p0.los[0];
+    }
     pl->cache_bytes = WorkspaceBytes(*pl);
     if (pl->cache_bytes > 16384) pl->cache = MemRaw(pl->cache_bytes);  // optional: Execute copes without
     plan->is_double = pb.is_double;

@@ -151,6 +151,9 @@ Fft1D<T> *Fft1D<T>::Create(int64_t n, int sign, const StageKernels &kern) {
         ok = n1 >= 16 ? f->BuildFourStep(n1) : f->BuildStages();
     } else {
         ok = f->BuildStages();
+        // The stages stay for interleaved batches; single rows take the codelet.
+        if constexpr (sizeof(T) == 8) f->small_ = kern.small_d(n, sign);
+        else f->small_ = kern.small_f(n, sign);
     }
     if (!ok) {
         MemDelete(f);
@@ -335,6 +338,10 @@ void Fft1D<T>::ExecInterleaved(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale
 
 template <class T>
 void Fft1D<T>::Exec(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const {
+    if (small_) {
+        small_(in, out, scale);
+        return;
+    }
     if (four_) {
         ExecFourStep(in, out, work, scale, nthreads);
         return;

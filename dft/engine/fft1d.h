@@ -24,6 +24,8 @@ public:
     int64_t WorkElems() const;
     // out = scale * DFT(in); in may equal out.
     void Exec(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
+    // Straight-line whole transform for this length, or null.
+    SmallFn<T> Small() const { return small_; }
     // Whether ExecInterleaved is available (plain mixed-radix stages).
     bool Interleavable() const { return !four_ && !blue_; }
     // vb sequences interleaved element by element ([j*vb + c]); work holds
@@ -39,6 +41,7 @@ private:
     int64_t n_ = 0;
     int sign_ = -1;
     const StageKernels *kern_ = nullptr;
+    SmallFn<T> small_ = nullptr;
     StagePlan<T> sp_;
     Cx<T> *tw_ = nullptr;
     // Bluestein: chirp c[j] = exp(sign pi i j^2 / n), filter = FFT(conj c)/m.

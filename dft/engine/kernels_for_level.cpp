@@ -4,7 +4,8 @@
 
 namespace orb::dft {
 
-#define ORB_DFT_KERNEL_SET(lvl) constexpr StageKernels kSet_##lvl{&k_##lvl::ExecStagesD, &k_##lvl::ExecStagesF};
+#define ORB_DFT_KERNEL_SET(lvl) constexpr StageKernels kSet_##lvl{&k_##lvl::ExecStagesD, &k_##lvl::ExecStagesF, \
+                                        &k_##lvl::SmallCodeletD, &k_##lvl::SmallCodeletF};
 ORB_DFT_KERNEL_LEVELS(ORB_DFT_KERNEL_SET)
 #undef ORB_DFT_KERNEL_SET
 

@@ -11,15 +11,23 @@
 // the result by `scale`; splits each stage over `nthreads` OpenMP threads.
 // vb > 1 transforms vb interleaved sequences at once: element j of
 // sequence c at [j*vb + c] on both sides (the kernels vectorise across c).
+// Straight-line whole transform of one short contiguous sequence:
+// y = scale * DFT(x), x may equal y. SmallCodelet* returns null for lengths
+// without one.
 #define ORB_DFT_STAGE_DECLS                                                                 \
     void ExecStagesD(const StagePlan<double> &pl, const Cx<double> *in, Cx<double> *out,    \
                      Cx<double> *work, double scale, int nthreads, int64_t vb);                         \
     void ExecStagesF(const StagePlan<float> &pl, const Cx<float> *in, Cx<float> *out,       \
-                     Cx<float> *work, float scale, int nthreads, int64_t vb);
+                     Cx<float> *work, float scale, int nthreads, int64_t vb);                          \
+    SmallFn<double> SmallCodeletD(int64_t n, int sign);                                     \
+    SmallFn<float> SmallCodeletF(int64_t n, int sign);
 
 #define ORB_DFT_KERNEL_LEVELS(X) X(sse2) X(avx) X(avx2)
 
 namespace orb::dft {
+
+template <class T>
+using SmallFn = void (*)(const Cx<T> *x, Cx<T> *y, T scale);
 
 #define ORB_DFT_DECLARE_LEVEL(lvl) \
     namespace k_##lvl {            \
@@ -31,6 +39,8 @@ ORB_DFT_KERNEL_LEVELS(ORB_DFT_DECLARE_LEVEL)
 struct StageKernels {
     decltype(&k_sse2::ExecStagesD) exec_d;
     decltype(&k_sse2::ExecStagesF) exec_f;
+    decltype(&k_sse2::SmallCodeletD) small_d;
+    decltype(&k_sse2::SmallCodeletF) small_f;
 };
 
 // Kernel set for a CpuLevel (2..7); other levels get the SSE2-class set.

@@ -51,95 +51,53 @@ TEST(DftiComplex, LargerLengths) {
 }
 
 TEST(DftiComplex, LayoutTable) {
-    auto make = [](std::string name, std::vector<int32_t> lengths) {
-        ApiCase c;
-        c.name = std::move(name);
-        c.lengths = std::move(lengths);
-        return c;
+    // Fields in declaration order: name, precision, lengths, count, in place,
+    // split, backward, strides, pad, negated axis, scale, ordering, threads.
+    const ApiCase cases[] = {
+        {.name = "2d", .lengths = {12, 10}},
+        {.name = "3d", .lengths = {5, 6, 7}},
+        {.name = "7d", .lengths = {2, 3, 2, 1, 2, 5, 2}},
+        {.name = "1d batch oop padded", .lengths = {30}, .count = 5, .in_place = false, .pad = 3},
+        {.name = "1d stride 2/3", .lengths = {17}, .in_place = false, .unit_in = 2, .unit_out = 3},
+        {.name = "1d negative stride", .lengths = {24}, .in_place = false, .unit_in = -1, .unit_out = 2},
+        {.name = "2d negative outer, batched", .lengths = {6, 9}, .count = 3, .in_place = false,
+         .pad = 1, .negate_axis = 0},
+        {.name = "3d negative middle in place", .lengths = {4, 5, 3}, .negate_axis = 1},
+        {.name = "2d split in place", .lengths = {8, 12}, .split = true},
+        {.name = "2d split oop scaled", .lengths = {7, 4}, .in_place = false, .split = true,
+         .scale = 0.125},
+        {.name = "3d split oop batched padded", .lengths = {3, 4, 5}, .count = 3, .in_place = false,
+         .split = true, .pad = 2, .negate_axis = 1, .scale = 2.0},
+        {.name = "2d split batched threads", .lengths = {16, 10}, .count = 5, .split = true,
+         .thread_limit = 2},
+        {.name = "2d split user threads", .lengths = {6, 40}, .split = true, .user_threads = 4},
+        {.name = "1d split batched strided", .lengths = {20}, .count = 4, .in_place = false,
+         .split = true, .unit_in = 2, .unit_out = -1},
+        {.name = "1d split batch in place threads", .lengths = {12}, .count = 6, .split = true,
+         .unit_in = 3, .thread_limit = 2},
+        {.name = "1d split straight-line batch", .lengths = {9}, .count = 7, .split = true,
+         .unit_in = 2, .pad = 1, .thread_limit = 2},
+        {.name = "1d split straight-line batch oop", .lengths = {5}, .count = 40, .in_place = false,
+         .split = true, .unit_out = -3},
+        {.name = "1d split single transform", .lengths = {64}, .in_place = false, .split = true},
+        {.name = "1d split straight-line in place strided", .lengths = {7}, .split = true,
+         .unit_in = -2, .scale = 0.25},
+        {.name = "1d split straight-line oop", .lengths = {10}, .in_place = false, .split = true,
+         .unit_in = 3, .unit_out = 2},
+        {.name = "small cube 8", .lengths = {8, 8, 8}},
+        {.name = "cube 8 scaled", .lengths = {8, 8, 8}, .in_place = false, .scale = 0.5},
+        {.name = "ordering 49", .lengths = {48}, .ordering = 49},
+        {.name = "threads 2 batched", .lengths = {100}, .count = 9, .thread_limit = 2},
+        {.name = "unit dimensions", .lengths = {1, 16, 1}, .in_place = false},
     };
-    std::vector<ApiCase> cases;
-    cases.push_back(make("2d", {12, 10}));
-    cases.push_back(make("3d", {5, 6, 7}));
-    cases.push_back(make("7d", {2, 3, 2, 1, 2, 5, 2}));
-    {
-        ApiCase c = make("1d batch oop padded", {30});
-        c.count = 5, c.in_place = false, c.pad = 3;
-        cases.push_back(c);
-    }
-    {
-        ApiCase c = make("1d stride 2/3", {17});
-        c.in_place = false, c.unit_in = 2, c.unit_out = 3;
-        cases.push_back(c);
-    }
-    {
-        ApiCase c = make("1d negative stride", {24});
-        c.in_place = false, c.unit_in = -1, c.unit_out = 2;
-        cases.push_back(c);
-    }
-    {
-        ApiCase c = make("2d negative outer, batched", {6, 9});
-        c.negate_axis = 0, c.count = 3, c.pad = 1, c.in_place = false;
-        cases.push_back(c);
-    }
-    {
-        ApiCase c = make("3d negative middle in place", {4, 5, 3});
-        c.negate_axis = 1;
-        cases.push_back(c);
-    }
-    {
-        ApiCase c = make("2d split in place", {8, 12});
-        c.split = true;
-        cases.push_back(c);
-    }
-    {
-        ApiCase c = make("2d split oop backward scaled", {7, 4});
-        c.split = true, c.in_place = false, c.backward = true, c.scale = 0.125;
-        cases.push_back(c);
-    }
-    {
-        ApiCase c = make("1d split batched strided", {20});
-        c.split = true, c.count = 4, c.unit_in = 2, c.in_place = false, c.unit_out = -1;
-        cases.push_back(c);
-    }
-    {
-        ApiCase c = make("1d split single transform", {64});
-        c.split = true, c.in_place = false;
-        cases.push_back(c);
-    }
-    {
-        ApiCase c = make("small cube 8", {8, 8, 8});
-        cases.push_back(c);
-    }
-    {
-        ApiCase c = make("cube 8 scaled", {8, 8, 8});
-        c.scale = 0.5, c.in_place = false;
-        cases.push_back(c);
-    }
-    {
-        ApiCase c = make("ordering 49", {48});
-        c.ordering = 49;
-        cases.push_back(c);
-    }
-    {
-        ApiCase c = make("threads 2 batched", {100});
-        c.count = 9, c.thread_limit = 2;
-        cases.push_back(c);
-    }
-    {
-        ApiCase c = make("unit dimensions", {1, 16, 1});
-        c.in_place = false;
-        cases.push_back(c);
-    }
     for (ApiCase c : cases)
-        for (bool dbl : {true, false}) {
-            c.is_double = dbl;
-            c.name += dbl ? " (double)" : " (single)";
-            Expect(c);
-            c.backward = !c.backward;
-            c.name += " other direction";
-            Expect(c);
-            c.name.resize(c.name.size() - 16);
-        }
+        for (bool dbl : {true, false})
+            for (bool backward : {false, true}) {
+                c.is_double = dbl;
+                c.backward = backward;
+                SCOPED_TRACE(std::string(dbl ? "double" : "single") + (backward ? " backward" : " forward"));
+                Expect(c);
+            }
 }
 
 TEST(DftiComplex, RoundTrips) {

@@ -1,7 +1,10 @@
 // One committed descriptor computed from four threads at once (user thread
-// count 4), complex batched and packed real: every result matches the oracle.
+// count 4): complex batched, split storage through sub-descriptor chains,
+// and packed real (per-call repacking scratch); every result matches the
+// oracle.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <thread>
 
 #include "engine_oracle.h"
@@ -11,60 +14,76 @@ namespace {
 
 using namespace orb::dft::test;
 
-TEST(DftiConcurrency, FourThreadsOneDescriptor) {
-    for (int32_t n : {1000, 1024, 997}) {
+// Runs `once(t)` 20 times on each of four threads; it answers whether the
+// call succeeded with the expected result.
+void FromFourThreads(const std::function<bool(int)> &once, const std::string &name) {
+    std::vector<int> bad(4, 0);
+    std::vector<std::thread> pool;
+    for (int t = 0; t < 4; ++t)
+        pool.emplace_back([&, t] {
+            for (int rep = 0; rep < 20; ++rep) bad[t] += once(t) ? 0 : 1;
+        });
+    for (auto &th : pool) th.join();
+    for (int t = 0; t < 4; ++t) EXPECT_EQ(bad[t], 0) << "thread " << t << " " << name;
+}
+
+// Complex, interleaved or split: each thread transforms its own batch.
+TEST(DftiConcurrency, ComplexFourThreads) {
+    struct Row { std::vector<int32_t> shape; int32_t count; bool split; };
+    const Row rows[] = {{{1000}, 3, false}, {{1024}, 3, false}, {{997}, 3, false},
+                        {{12, 20}, 2, true}, {{6}, 5, true}, {{64}, 1, true}};
+    for (const Row &r : rows) {
+        int64_t n = 1;
+        for (int32_t x : r.shape) n *= x;
+        const int64_t total = n * r.count;
+        const std::string name = std::to_string(n) + (r.split ? " split" : "");
         DftiHandle h = nullptr;
-        ASSERT_EQ(DftiCreateDescriptor(&h, DftiValueDouble, DftiValueComplex, 1, n), 0);
+        ASSERT_EQ(DftiCreateDescriptor_d_md(&h, DftiValueComplex, int32_t(r.shape.size()), r.shape.data()), 0);
         ASSERT_EQ(DftiSetValue(h, DftiParamPlacement, DftiValuePlacement44), 0);
+        ASSERT_EQ(DftiSetValue(h, DftiParamLayout8, r.split ? 42 : 39), 0);
         ASSERT_EQ(DftiSetValue(h, DftiParamUserThreadCount, 4), 0);
-        ASSERT_EQ(DftiSetValue(h, DftiParamTransformCount, 3), 0);
-        ASSERT_EQ(DftiSetValue(h, DftiParamInputDistance, n), 0);
-        ASSERT_EQ(DftiSetValue(h, DftiParamOutputDistance, n), 0);
-        ASSERT_EQ(DftiCommitDescriptor(h), 0);
+        ASSERT_EQ(DftiSetValue(h, DftiParamTransformCount, r.count), 0);
+        ASSERT_EQ(DftiSetValue(h, DftiParamInputDistance, int32_t(n)), 0);
+        ASSERT_EQ(DftiSetValue(h, DftiParamOutputDistance, int32_t(n)), 0);
+        ASSERT_EQ(DftiCommitDescriptor(h), 0) << name;
         std::vector<std::vector<LCx>> want(4);
-        std::vector<std::vector<double>> in(4), out(4);
+        std::vector<std::vector<double>> in(4);
+        std::vector<int64_t> shape(r.shape.begin(), r.shape.end());
         for (int t = 0; t < 4; ++t) {
-            std::vector<LCx> x = RandomComplex(3 * int64_t(n), 40 + t);
-            in[t].resize(6 * size_t(n));
-            for (int64_t i = 0; i < 3 * n; ++i) {
-                in[t][2 * i] = double(x[i].real());
-                in[t][2 * i + 1] = double(x[i].imag());
-                x[i] = LCx(in[t][2 * i], in[t][2 * i + 1]);
+            std::vector<LCx> x = RandomComplex(total, 40 + t);
+            in[t].resize(2 * size_t(total));
+            for (int64_t i = 0; i < total; ++i) {
+                // interleaved: re, im pairs; split: all re, then all im
+                const int64_t re = r.split ? i : 2 * i, im = r.split ? total + i : 2 * i + 1;
+                in[t][re] = double(x[i].real());
+                in[t][im] = double(x[i].imag());
+                x[i] = LCx(in[t][re], in[t][im]);
             }
-            for (int b = 0; b < 3; ++b) {
-                std::vector<LCx> row(x.begin() + b * n, x.begin() + (b + 1) * n);
-                std::vector<int64_t> shape{n};
-                NaiveAxis(row, shape, 0, -1);
-                want[t].insert(want[t].end(), row.begin(), row.end());
+            for (int b = 0; b < r.count; ++b) {
+                std::vector<LCx> one(x.begin() + b * n, x.begin() + (b + 1) * n);
+                for (int a = 0; a < int(shape.size()); ++a) NaiveAxis(one, shape, a, -1);
+                want[t].insert(want[t].end(), one.begin(), one.end());
             }
         }
-        std::vector<int> bad(4, 0);
-        std::vector<std::thread> pool;
-        for (int t = 0; t < 4; ++t)
-            pool.emplace_back([&, t] {
-                for (int rep = 0; rep < 20; ++rep) {
-                    out[t].assign(6 * size_t(n), 0.0);
-                    if (DftiComputeForward(h, in[t].data(), out[t].data()) != 0) {
-                        ++bad[t];
-                        continue;
-                    }
-                    std::vector<LCx> got(3 * size_t(n));
-                    for (int64_t i = 0; i < 3 * n; ++i) got[i] = LCx(out[t][2 * i], out[t][2 * i + 1]);
-                    if (RelRms(got, want[t]) > Tolerance(true, n)) ++bad[t];
-                }
-            });
-        for (auto &th : pool) th.join();
-        for (int t = 0; t < 4; ++t) EXPECT_EQ(bad[t], 0) << "thread " << t << " n " << n;
+        FromFourThreads(
+            [&](int t) {
+                std::vector<double> out(2 * size_t(total), 0.0);
+                double *i = in[t].data(), *o = out.data();
+                const int32_t s = r.split ? DftiComputeForward(h, i, i + total, o, o + total)
+                                          : DftiComputeForward(h, i, o);
+                if (s != 0) return false;
+                std::vector<LCx> got(total);
+                for (int64_t k = 0; k < total; ++k)
+                    got[k] = r.split ? LCx(o[k], o[total + k]) : LCx(o[2 * k], o[2 * k + 1]);
+                return RelRms(got, want[t]) <= Tolerance(true, n);
+            },
+            name);
         DftiFreeDescriptor(&h);
     }
 }
 
-}  // namespace
-
-namespace {
-
-// Packed real formats repack through per-call scratch: four threads on one
-// descriptor, small (stack scratch) and large (heap scratch) lengths.
+// Packed real formats repack through per-call scratch: small (stack
+// scratch) and large (heap scratch) lengths.
 TEST(DftiConcurrency, PackedRealFourThreads) {
     for (int32_t n : {100, 1500}) {
         DftiHandle h = nullptr;
@@ -73,7 +92,8 @@ TEST(DftiConcurrency, PackedRealFourThreads) {
         ASSERT_EQ(DftiSetValue(h, DftiParamPackFormat, DftiValuePack55), 0);
         ASSERT_EQ(DftiSetValue(h, DftiParamUserThreadCount, 4), 0);
         ASSERT_EQ(DftiCommitDescriptor(h), 0);
-        std::vector<std::vector<double>> in(4), want(4);
+        std::vector<std::vector<double>> in(4);
+        std::vector<std::vector<LCx>> want(4);
         for (int t = 0; t < 4; ++t) {
             std::vector<LCx> x = RandomComplex(n, 70 + t);
             for (auto &v : x) v = LCx((long double)double(v.real()), 0);
@@ -81,30 +101,21 @@ TEST(DftiConcurrency, PackedRealFourThreads) {
             std::vector<int64_t> shape{n};
             NaiveAxis(x, shape, 0, -1);
             // PACK: R0, R1, I1, ..., and R(n/2) last for even n.
-            want[t].push_back(double(x[0].real()));
+            want[t].push_back(x[0].real());
             for (int32_t k = 1; 2 * k < n; ++k) {
-                want[t].push_back(double(x[k].real()));
-                want[t].push_back(double(x[k].imag()));
+                want[t].push_back(x[k].real());
+                want[t].push_back(x[k].imag());
             }
-            if (n % 2 == 0) want[t].push_back(double(x[n / 2].real()));
+            if (n % 2 == 0) want[t].push_back(x[n / 2].real());
         }
-        std::vector<int> bad(4, 0);
-        std::vector<std::thread> pool;
-        for (int t = 0; t < 4; ++t)
-            pool.emplace_back([&, t] {
+        FromFourThreads(
+            [&](int t) {
                 std::vector<double> out(n);
-                for (int rep = 0; rep < 20; ++rep) {
-                    if (DftiComputeForward(h, in[t].data(), out.data()) != 0) {
-                        ++bad[t];
-                        continue;
-                    }
-                    std::vector<LCx> got, ref;
-                    for (int32_t i = 0; i < n; ++i) got.push_back(out[i]), ref.push_back(want[t][i]);
-                    if (RelRms(got, ref) > Tolerance(true, n)) ++bad[t];
-                }
-            });
-        for (auto &th : pool) th.join();
-        for (int t = 0; t < 4; ++t) EXPECT_EQ(bad[t], 0) << "thread " << t << " n " << n;
+                if (DftiComputeForward(h, in[t].data(), out.data()) != 0) return false;
+                std::vector<LCx> got(out.begin(), out.end());
+                return RelRms(got, want[t]) <= Tolerance(true, n);
+            },
+            "real " + std::to_string(n));
         DftiFreeDescriptor(&h);
     }
 }

@@ -39,7 +39,7 @@ TEST(DftiPlanners, ChoiceTable) {
         {"cube 10", D, C, {10, 10, 10}, {}, 1.0, 0, &DftiPlannerSmallCube, 1},
         {"cube 8 scaled", D, C, {8, 8, 8}, {}, 0.5, 0, &DftiPlannerGeneral, 1},
         {"cube 11", D, C, {11, 11, 11}, {}, 1.0, 0, &DftiPlannerGeneral, 1},
-        {"cube 8 single", S, C, {8, 8, 8}, {}, 1.0, 0, &DftiPlannerGeneral, 1},
+        {"cube 8 single", S, C, {8, 8, 8}, {}, 1.0, 0, &DftiPlannerSmallCube, 1},
         {"cube 8 batch", D, C, {8, 8, 8}, {{7, 2}}, 1.0, 0, &DftiPlannerGeneral, 1},
         {"cube 8 oop", D, C, {8, 8, 8}, {{11, 44}}, 1.0, 0, &DftiPlannerSmallCube, 2},
         {"cube 4x4x8", D, C, {4, 4, 8}, {}, 1.0, 0, &DftiPlannerGeneral, 1},
@@ -87,6 +87,11 @@ TEST(DftiPlanners, SwitchingLayoutReleasesTheOldPlan) {
     EXPECT_EQ(a.h->current_planner, &DftiPlannerSplit1D);
     const auto *split_plan = static_cast<const DftiPlanRecord *>(a.h->plan);
     EXPECT_EQ(split_plan->blocking.b, 0);  // 16 * 1 / 32
+    EXPECT_EQ(split_plan->split.kind, kSplitKindEngine);
+    // Recommitting with the same split planner keeps its plan record.
+    ASSERT_EQ(DftiSetValue(a.h, DftiParamTransformCount, 1), 0);
+    ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
+    EXPECT_EQ(a.h->plan, split_plan);
     ASSERT_EQ(DftiSetValue(a.h, DftiParamLayout8, 39), 0);
     // The split planner still owns its plan until the next commit.
     EXPECT_EQ(a.h->current_planner, &DftiPlannerSplit1D);
@@ -94,11 +99,84 @@ TEST(DftiPlanners, SwitchingLayoutReleasesTheOldPlan) {
     ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
     EXPECT_EQ(a.h->current_planner, &DftiPlannerGeneral);
     EXPECT_EQ(a.h->data_args, 1);
-    // Recommitting with the same planner keeps the plan record.
-    void *record = a.h->plan;
-    ASSERT_EQ(DftiSetValue(a.h, DftiParamTransformCount, 1), 0);
-    ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
-    EXPECT_EQ(a.h->plan, record);
+}
+
+// Split layouts above rank 1 or with batches run chains of rank-1
+// sub-descriptors: one per dimension (the first one alone moves data from
+// input to output and carries the scales), or one under the outer batch row.
+// Split batches of straight-line lengths run the kernel over the outer row.
+TEST(DftiPlanners, SplitChains) {
+    const int32_t D = DftiValueDouble, S = DftiValueSingle;
+    struct Row {
+        int32_t precision;
+        std::vector<int32_t> lengths;
+        int32_t count, placement;
+        const DftiPlanner *planner;
+        std::vector<const DftiPlanner *> sub_planners;
+    };
+    const Row rows[] = {
+        // Passes whose batch rows merge into at most two runs are one
+        // engine plan each (the middle pass of a 3-D batch has three), unless
+        // straight-line kernels take the length.
+        {D, {12, 16}, 1, 44, &DftiPlannerSplitMultiDim, {&DftiPlannerGeneral, &DftiPlannerGeneral}},
+        {D, {4, 6}, 1, 43, &DftiPlannerSplitMultiDim, {&DftiPlannerSplitBatch, &DftiPlannerSplitBatch}},
+        {S, {3, 4, 5}, 2, 44, &DftiPlannerSplitMultiDim,
+         {&DftiPlannerGeneral, &DftiPlannerSplitBatch, &DftiPlannerGeneral}},
+        {D, {16}, 3, 44, &DftiPlannerSplitBatch, {&DftiPlannerSplit1D}},
+        {D, {8}, 5, 43, &DftiPlannerSplitBatch, {&DftiPlannerSplit1D}},
+        {S, {16}, 3, 43, &DftiPlannerSplitBatch, {&DftiPlannerGeneral}},
+    };
+    for (const Row &r : rows) {
+        Handle a;
+        const int32_t rank = int32_t(r.lengths.size());
+        ASSERT_EQ(r.precision == D ? DftiCreateDescriptor_d_md(&a.h, DftiValueComplex, rank, r.lengths.data())
+                                   : DftiCreateDescriptor_s_md(&a.h, DftiValueComplex, rank, r.lengths.data()),
+                  0);
+        ASSERT_EQ(DftiSetValue(a.h, DftiParamLayout8, 42), 0);
+        ASSERT_EQ(DftiSetValue(a.h, DftiParamPlacement, r.placement), 0);
+        ASSERT_EQ(DftiSetValue(a.h, DftiParamTransformCount, r.count), 0);
+        ASSERT_EQ(DftiSetValue(a.h, DftiParamInputDistance, 200), 0);
+        ASSERT_EQ(DftiSetValue(a.h, DftiParamOutputDistance, 200), 0);
+        ASSERT_EQ(DftiSetValue(a.h, DftiParamBackwardScale, 0.5), 0);
+        ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
+        ASSERT_EQ(a.h->current_planner, r.planner) << rank;
+        const auto *plan = static_cast<const DftiPlanRecord *>(a.h->plan);
+        ASSERT_EQ(plan->sub_count, int32_t(r.sub_planners.size())) << rank;
+        for (int32_t k = 0; k < plan->sub_count; ++k) {
+            const DftiDescriptor *sub = plan->subs[k];
+            EXPECT_EQ(sub->current_planner, r.sub_planners[k]) << rank << " " << k;
+            EXPECT_EQ(sub->rank, 1);
+            EXPECT_EQ(sub->layout8, DftiValueLayout42);
+            const bool first = k == 0;
+            EXPECT_EQ(sub->placement, first ? r.placement : DftiValuePlacement43) << rank << " " << k;
+            EXPECT_EQ(sub->bscale, first ? 0.5 : 1.0) << rank << " " << k;
+        }
+        for (int32_t k = plan->sub_count; k < DftiMaxRank; ++k) EXPECT_EQ(plan->subs[k], nullptr);
+        if (r.planner == &DftiPlannerSplitBatch) {
+            EXPECT_EQ(plan->outer.n, r.count);
+            EXPECT_EQ(plan->outer.is, 200);
+        }
+        // A recommit with the same planner keeps the record and its chain.
+        DftiDescriptor *first_sub = plan->subs[0];
+        ASSERT_EQ(DftiSetValue(a.h, DftiParamTransformCount, r.count), 0);
+        ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
+        EXPECT_EQ(a.h->plan, plan);
+        EXPECT_EQ(plan->subs[0], first_sub);
+    }
+}
+
+// Short split lengths take the straight-line kind, longer ones the engine.
+TEST(DftiPlanners, SplitKindByLength) {
+    for (int32_t n : {1, 7, 10, 11, 64}) {
+        Handle a;
+        ASSERT_EQ(DftiCreateDescriptor_d_1d(&a.h, DftiValueComplex, n), 0);
+        ASSERT_EQ(DftiSetValue(a.h, DftiParamLayout8, 42), 0);
+        ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
+        ASSERT_EQ(a.h->current_planner, &DftiPlannerSplit1D);
+        const auto *plan = static_cast<const DftiPlanRecord *>(a.h->plan);
+        EXPECT_EQ(plan->split.kind, n <= 10 ? kSplitKindStraight : kSplitKindEngine) << n;
+        EXPECT_EQ(plan->forward == nullptr, n <= 10) << n;  // no engine plan behind the kernels
+    }
 }
 
 TEST(DftiPlanners, UserThreadsGiveSingleThreadedPlans) {
@@ -136,7 +214,7 @@ TEST(DftiPlanners, Split1DBlockingNumbers) {
 }
 
 TEST(DftiPlanners, LargeProblemTest) {
-    const int64_t c1 = 32768, c2 = 1048576;  // the floors of the test
+    // Cache sizes 0: the test's floors apply (C1 = 32 KiB, C2 = 1 MiB).
     struct Row { std::vector<int32_t> lengths; bool large; };
     const Row rows[] = {
         {{256}, false},     // 256 * 4096 = 1 MiB: not above C2; B = 4096 < C1
@@ -156,8 +234,6 @@ TEST(DftiPlanners, LargeProblemTest) {
                   0);
         ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
         EXPECT_EQ(DftiIsLargeProblem(a.h, 0, 0), r.large) << r.lengths.back();
-        (void)c1;
-        (void)c2;
     }
     EXPECT_GT(DftiCacheSize(1), 0);
     EXPECT_GE(DftiCacheSize(0), DftiCacheSize(1));

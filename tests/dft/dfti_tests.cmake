@@ -12,4 +12,5 @@ orb_add_test(dfti_results_test
     ${CMAKE_CURRENT_LIST_DIR}/dfti_layout.cpp
     ${CMAKE_CURRENT_LIST_DIR}/dfti_complex_test.cpp
     ${CMAKE_CURRENT_LIST_DIR}/dfti_real_test.cpp
-    ${CMAKE_CURRENT_LIST_DIR}/dfti_concurrency_test.cpp)
+    ${CMAKE_CURRENT_LIST_DIR}/dfti_concurrency_test.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/dfti_unrolled_kernels_test.cpp)

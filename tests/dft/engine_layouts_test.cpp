@@ -34,6 +34,8 @@ std::vector<Case> LayoutCases() {
         add(Make(p + "c2c_rank7", K::C2C, dbl, -1, {2, 3, 2, 4, 1, 3, 5}), none);
         add(Make(p + "c2c_rank4_strided", K::C2C, dbl, 1, {3, 4, 5, 2}), [](Case &c) { c.in_unit = 2, c.out_unit = 3; });
         add(Make(p + "c2c_batch_1d", K::C2C, dbl, -1, {60}, {7}), none);
+        add(Make(p + "c2c_codelet_batch_inplace", K::C2C, dbl, 1, {16}, {5}),
+            [](Case &c) { c.in_place = true, c.scale = 0.5; });
         add(Make(p + "c2c_batch2_1d", K::C2C, dbl, -1, {12}, {3, 5}), [](Case &c) { c.pad = 1; });
         add(Make(p + "c2c_batch_2d", K::C2C, dbl, 1, {6, 10}, {4}), none);
         add(Make(p + "c2c_negative_unit", K::C2C, dbl, -1, {100}), [](Case &c) { c.in_unit = -1, c.out_unit = -2; });
@@ -108,12 +110,12 @@ INSTANTIATE_TEST_SUITE_P(Table, EngineLayouts, ::testing::ValuesIn(LayoutCases()
                          [](const auto &info) { return info.param.name; });
 
 // Every kernel build (SSE2-class, AVX, AVX2+FMA) on lengths that reach each
-// butterfly and both loop shapes.
+// butterfly, both loop shapes and a few codelets.
 class EngineLevels : public ::testing::TestWithParam<int> {};
 
 TEST_P(EngineLevels, KernelVariantMatchesNaiveDft) {
-    const int64_t lengths[] = {2, 3, 4, 5, 7, 8, 11, 13, 16, 17, 32, 48, 64, 96, 128, 169, 210, 256, 289, 343,
-                               384, 512, 625, 768, 1024, 2 * 3 * 5 * 7 * 11, 3 * 61, 4 * 67, 4096};
+    const int64_t lengths[] = {2,   3,   4,   5,   7,   8,   11,  12,  13,  16,  17,   32,       48,     60,
+                               64,  96,  128, 169, 210, 256, 289, 343, 384, 512, 625, 2 * 11 * 13, 3 * 61, 4 * 67};
     for (bool dbl : {true, false})
         for (int sign : {-1, 1})
             for (int64_t n : lengths) {

@@ -1,13 +1,28 @@
 /* Replacement allocator used by the memory tests: the C runtime's functions
  * behind the four variables the library looks for, counting every call, with
- * a switch that makes the next allocations fail. Linked with -z nodelete so
- * that the pointers the library keeps stay valid after it closes its handle.
+ * a switch that makes the next allocations fail. Never unloaded (-z nodelete;
+ * on Windows it pins itself when loaded) so that the pointers the library
+ * keeps stay valid after it closes its handle.
  * Built a second time without a release function, which must make the
  * library ignore it. */
 #include <stdatomic.h>
 #include <stdlib.h>
 
+#if defined(_WIN32)
+#include <windows.h>
+#define EXPORT __declspec(dllexport)
+
+BOOL WINAPI DllMain(HINSTANCE self, DWORD reason, LPVOID reserved) {
+    (void)reserved;
+    HMODULE pinned;
+    if (reason == DLL_PROCESS_ATTACH)
+        GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
+                           (LPCSTR)self, &pinned);
+    return TRUE;
+}
+#else
 #define EXPORT __attribute__((visibility("default")))
+#endif
 
 static atomic_long g_mallocs, g_failures, g_callocs, g_reallocs, g_frees, g_fail_next;
 

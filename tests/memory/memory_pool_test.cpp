@@ -20,19 +20,11 @@ using test::InFreshThread;
 class MemoryPool : public ::testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_TRUE(CountingAllocator::Loaded()) << "liborbmalloc.so was not loaded";
+        ASSERT_TRUE(CountingAllocator::Loaded()) << "the replacement allocator was not loaded";
         ASSERT_TRUE(mem::CacheEnabled());
     }
     void TearDown() override { ExpectNothingLost(); }
 };
-
-TEST_F(MemoryPool, PrimitivesAreTheReplacementLibraryVariables) {
-    const mem::Primitives &prim = mem::GetPrimitives();
-    EXPECT_EQ(reinterpret_cast<void *>(prim.allocate), CountingAllocator::VariableValue("orb_malloc_dll"));
-    EXPECT_EQ(reinterpret_cast<void *>(prim.allocate_zeroed), CountingAllocator::VariableValue("orb_calloc_dll"));
-    EXPECT_EQ(reinterpret_cast<void *>(prim.reallocate), CountingAllocator::VariableValue("orb_realloc_dll"));
-    EXPECT_EQ(reinterpret_cast<void *>(prim.release), CountingAllocator::VariableValue("orb_free_dll"));
-}
 
 TEST_F(MemoryPool, RepeatedPairOfOneSizeReachesThePrimitiveOnce) {
     InFreshThread([] {
@@ -49,25 +41,6 @@ TEST_F(MemoryPool, RepeatedPairOfOneSizeReachesThePrimitiveOnce) {
         EXPECT_EQ(d.mallocs, 2);  // the pool record and the one buffer
         EXPECT_EQ(d.frees, 0);
         EXPECT_EQ(d.callocs + d.reallocs, 0);
-    });
-}
-
-TEST_F(MemoryPool, SixthLiveBufferGoesDirect) {
-    InFreshThread([] {
-        std::vector<void *> held;
-        mem::Statistics s0 = mem::ReadStatistics();
-        for (int i = 0; i < 5; ++i) held.push_back(ServAlloc(100 + 10 * i, 64));
-        EXPECT_EQ(mem::ReadStatistics().blocks_outstanding, s0.blocks_outstanding);
-        AllocatorCounts before = CountingAllocator::Read();
-        void *sixth = ServAlloc(100, 64);
-        ASSERT_NE(sixth, nullptr);
-        EXPECT_EQ(mem::ReadStatistics().blocks_outstanding, s0.blocks_outstanding + 1);
-        EXPECT_EQ((CountingAllocator::Read() - before).mallocs, 1);
-        ServFree(sixth);
-        EXPECT_EQ(mem::ReadStatistics().blocks_outstanding, s0.blocks_outstanding);
-        EXPECT_EQ((CountingAllocator::Read() - before).frees, 1);
-        for (void *p : held) ServFree(p);
-        EXPECT_EQ((CountingAllocator::Read() - before).frees, 1);  // cached, not released
     });
 }
 

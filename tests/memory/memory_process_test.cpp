@@ -14,9 +14,15 @@ using orb::test::RunProbe;
 
 const std::string kCounting = ORB_MALLOC_DIR;
 const std::string kIncomplete = ORB_MALLOC_INCOMPLETE_DIR;
+// The variable that leads the loader to a library.
+#if defined(_WIN32)
+const std::string kSearchPath = "PATH";
+#else
+const std::string kSearchPath = "LD_LIBRARY_PATH";
+#endif
 
 orb::test::ProbeResult RunScenario(const char *scenario, EnvList env) {
-    return RunProbe(scenario, env, {}, {"LD_LIBRARY_PATH"});
+    return RunProbe(scenario, env, {}, {kSearchPath});
 }
 
 TEST(MemoryProcess, PrimitivesAtLoad) {
@@ -26,8 +32,8 @@ TEST(MemoryProcess, PrimitivesAtLoad) {
         const char *expected;
     } cases[] = {
         {"no replacement library", {}, "crt\n"},
-        {"replacement with all four variables", {{"LD_LIBRARY_PATH", kCounting}}, "replacement\n"},
-        {"replacement with a null variable", {{"LD_LIBRARY_PATH", kIncomplete}}, "crt\n"},
+        {"replacement with all four variables", {{kSearchPath, kCounting}}, "replacement\n"},
+        {"replacement with a null variable", {{kSearchPath, kIncomplete}}, "crt\n"},
     };
     for (const auto &c : cases) {
         auto r = RunScenario("memory_primitives", c.env);
@@ -53,7 +59,7 @@ TEST(MemoryProcess, SwitchesSendEveryRequestToThePrimitive) {
     };
     for (auto c : cases) {
         std::string label = c.env.empty() ? "none" : c.env[0].first + "=" + c.env[0].second;
-        c.env.push_back({"LD_LIBRARY_PATH", kCounting});
+        c.env.push_back({kSearchPath, kCounting});
         auto r = RunScenario("memory_switch", c.env);
         EXPECT_EQ(r.exit_code, 0) << label;
         EXPECT_EQ(r.out, c.expected) << label;
@@ -67,7 +73,7 @@ TEST(MemoryProcess, FullRegistrySendsNewThreadsDirect) {
 }
 
 TEST(MemoryProcess, ReleaseOfThePools) {
-    auto r = RunScenario("memory_release_pools", {{"LD_LIBRARY_PATH", kCounting}});
+    auto r = RunScenario("memory_release_pools", {{kSearchPath, kCounting}});
     EXPECT_EQ(r.exit_code, 0);
     EXPECT_EQ(r.out,
               "released cache=0 records=1 buffers=1\n"

@@ -1,4 +1,4 @@
-// MPFR oracle of the root, power and arc-tangent tests: the exact value of
+// Oracle of the root, power and arc-tangent tests: the exact value of
 // a function as a double-double, and the error of a computed result in
 // units of the last place of the element type.
 #ifndef ORB_TESTS_VML_MATH_ORACLE_H

@@ -18,19 +18,13 @@
 
 ORB_VMK_BEGIN
 
-template <int F, bool Short> struct FloatAtan2 {
-    using V = typename FloatLanes<F>::V;
-    using M = typename FloatLanes<F>::M;
+template <int F, bool Short> struct FloatAtan2 : FloatLanes<F> {
+    using typename FloatLanes<F>::V;
+    using typename FloatLanes<F>::M;
+    using FloatLanes<F>::splatf;
+    using FloatLanes<F>::sel;
+    using FloatLanes<F>::fmaf;
 
-    static V splatf(float v) { return V{} + v; }
-    static V sel(M m, V a, V b) { return (V)((m & (M)a) | (~m & (M)b)); }
-    static V fmaf(V a, V b, V c) {
-#if defined(__FMA__)
-        if constexpr (F == 8) return _mm256_fmadd_ps(a, b, c);
-        if constexpr (F == 4) return _mm_fmadd_ps(a, b, c);
-#endif
-        return a * b + c;
-    }
     template <int N> static V hornerf(V z, const float (&c)[N]) {
         V p = splatf(c[N - 1]);
         for (int i = N - 2; i >= 0; --i) p = fmaf(p, z, splatf(c[i]));

@@ -16,19 +16,12 @@
 
 ORB_VMK_BEGIN
 
-template <int F> struct FloatRoot {
-    using V = typename FloatLanes<F>::V;
-    using M = typename FloatLanes<F>::M;
-
-    static V splatf(float v) { return V{} + v; }
-    static V sel(M m, V a, V b) { return (V)((m & (M)a) | (~m & (M)b)); }
-    static V fmaf(V a, V b, V c) {
-#if defined(__FMA__)
-        if constexpr (F == 8) return _mm256_fmadd_ps(a, b, c);
-        if constexpr (F == 4) return _mm_fmadd_ps(a, b, c);
-#endif
-        return a * b + c;
-    }
+template <int F> struct FloatRoot : FloatLanes<F> {
+    using typename FloatLanes<F>::V;
+    using typename FloatLanes<F>::M;
+    using FloatLanes<F>::splatf;
+    using FloatLanes<F>::sel;
+    using FloatLanes<F>::fmaf;
 
     /* Returns the root (Inverse: 1/cbrt) of x with C99 special values;
      * `zero` receives the lanes holding +-0. */

@@ -39,6 +39,17 @@ template <int W> using VF = typename Lanes<W>::F;
 template <int F> struct FloatLanes {
     typedef float V __attribute__((vector_size(4 * F)));
     typedef int32_t M __attribute__((vector_size(4 * F)));
+
+    static V splatf(float v) { return V{} + v; }
+    static V sel(M m, V a, V b) { return (V)((m & (M)a) | (~m & (M)b)); }
+    /* Fused where the level has it, else two roundings. */
+    static V fmaf(V a, V b, V c) {
+#if defined(__FMA__)
+        if constexpr (F == 8) return _mm256_fmadd_ps(a, b, c);
+        if constexpr (F == 4) return _mm_fmadd_ps(a, b, c);
+#endif
+        return a * b + c;
+    }
 };
 
 template <int W> inline VD<W> splat(double v) { return VD<W>{} + v; }

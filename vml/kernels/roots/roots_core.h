@@ -33,6 +33,22 @@ template <int W> struct CbrtParts {
     VD<W> t, r, scale;
 };
 
+/* x = m 2^(3k+j) from the bits of a positive normal double: m in [1,2),
+ * j in {0,1,2}. */
+template <int W> struct CubeSplit {
+    VD<W> m;
+    VI<W> j, k;
+};
+template <int W> inline CubeSplit<W> cube_split(VI<W> ib) {
+    VI<W> u = (ib >> 52) - 1023 + 1080;  /* e + 1080 in [4, 2103] */
+    VI<W> q = (u * 43691) >> 17;         /* u / 3, exact below 2^16 */
+    return {from_bits<W>((ib & 0x000FFFFFFFFFFFFFLL) | 0x3FF0000000000000LL), u - 3 * q, q - 360};
+}
+/* c0, c1 or c2 per lane as j is 0, 1 or 2. */
+template <int W> inline VD<W> pick3(VI<W> j, double c0, double c1, double c2) {
+    return select<W>(j == 0, splat<W>(c0), select<W>(j == 1, splat<W>(c1), splat<W>(c2)));
+}
+
 template <int W> inline CbrtParts<W> cbrt_parts(VD<W> ax, bool halley) {
     static const double seed[8] = {
         0.4271992078573546,  1.0494919967917438,   -0.8763453843873725,
@@ -41,14 +57,8 @@ template <int W> inline CbrtParts<W> cbrt_parts(VD<W> ax, bool halley) {
     VI<W> tiny = (VI<W>)(ax < 2.2250738585072014e-308);
     VD<W> xs = select<W>(tiny, ax * kTwo54, ax);
     VI<W> ib = bits<W>(xs);
-    VI<W> u = (ib >> 52) - 1023 + 1080;  /* e + 1080 in [4, 2103] */
-    VI<W> q = (u * 43691) >> 17;         /* u / 3, exact below 2^16 */
-    VI<W> j = u - 3 * q;
-    VI<W> k = q - 360;
-    VD<W> m = from_bits<W>((ib & 0x000FFFFFFFFFFFFFLL) | 0x3FF0000000000000LL);
-    VD<W> c = select<W>(j == 0, splat<W>(1.0),
-                        select<W>(j == 1, splat<W>(1.2599210498948732),
-                                  splat<W>(1.5874010519681994)));
+    auto [m, j, k] = cube_split<W>(ib);
+    VD<W> c = pick3<W>(j, 1.0, 1.2599210498948732, 1.5874010519681994);
     VD<W> t0 = horner<W>(m, seed) * c;
     VD<W> t = from_bits<W>(bits<W>(t0) + (k << 52));
     VD<W> scale = select<W>(tiny, splat<W>(3.814697265625e-06), splat<W>(1.0));
@@ -87,14 +97,8 @@ template <int W, int Steps, bool Subnormal> inline VD<W> inv_cbrt_newton(VD<W> a
         ax = select<W>(tiny, ax * kTwo54, ax);
     }
     VI<W> ib = bits<W>(ax);
-    VI<W> u = (ib >> 52) - 1023 + 1080;  /* e + 1080 in [4, 2103] */
-    VI<W> q = (u * 43691) >> 17;         /* u / 3, exact below 2^16 */
-    VI<W> j = u - 3 * q;
-    VI<W> k = q - 360;
-    VD<W> m = from_bits<W>((ib & 0x000FFFFFFFFFFFFFLL) | 0x3FF0000000000000LL);
-    VD<W> c = select<W>(j == 0, splat<W>(1.0),
-                        select<W>(j == 1, splat<W>(0.7937005259840998),
-                                  splat<W>(0.6299605249474366)));
+    auto [m, j, k] = cube_split<W>(ib);
+    VD<W> c = pick3<W>(j, 1.0, 0.7937005259840998, 0.6299605249474366);
     VD<W> y = from_bits<W>(bits<W>(horner<W>(m, seed) * c) - (k << 52));
     for (int s = 0; s < Steps; ++s) {
         VD<W> e = 1.0 - ax * (y * y * y);

@@ -1,0 +1,118 @@
+// Unrolled kernels, every level's variant called directly against the
+// long-double naive transform: small cubes (both precisions and directions,
+// every n, in and out of place) and split-storage straight-line kernels
+// (strides, negative too, scale); plus the small-cube path through the
+// public interface.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "dft/dfti_descriptor.h"
+#include "dft/smallcube/cube_kernels.h"
+#include "dft/split1d/split1d_kernels.h"
+#include "engine_oracle.h"
+#include "include/orb_dfti.h"
+
+namespace {
+
+using namespace orb::dft;
+using namespace orb::dft::test;
+
+template <typename R>
+double CubeError(CubeKernel k, int n, int sign, bool in_place) {
+    const int64_t total = int64_t(n) * n * n;
+    std::vector<LCx> x = RandomComplex(total, 77 + n), ref = x;
+    for (int axis = 0; axis < 3; ++axis) NaiveAxis(ref, {n, n, n}, axis, sign);
+    std::vector<R> in(2 * total), out(2 * total + 2, R(12345));
+    for (int64_t i = 0; i < total; ++i) {
+        in[2 * i] = R(x[i].real());
+        in[2 * i + 1] = R(x[i].imag());
+    }
+    const std::vector<R> guard(out.end() - 2, out.end());
+    R *dst = in_place ? in.data() : out.data();
+    k(in.data(), dst);
+    if (!in_place && (out[2 * total] != R(12345) || out[2 * total + 1] != R(12345))) return 1e9;
+    std::vector<LCx> got(total);
+    for (int64_t i = 0; i < total; ++i) got[i] = LCx(dst[2 * i], dst[2 * i + 1]);
+    return RelRms(got, ref);
+}
+
+TEST(DftiSmallCube, EveryLevelEveryN) {
+    for (int level : {2, 6, 7})
+        for (bool single : {false, true})
+            for (bool backward : {false, true})
+                for (bool in_place : {false, true})
+                    for (int n = 1; n <= kCubeMaxN; ++n) {
+                        CubeKernel k = CubeKernelsForLevel(level).k[single][backward][n];
+                        ASSERT_NE(k, nullptr);
+                        const int sign = backward ? 1 : -1;
+                        const double err = single ? CubeError<float>(k, n, sign, in_place)
+                                                  : CubeError<double>(k, n, sign, in_place);
+                        EXPECT_LE(err, Tolerance(!single, int64_t(n) * n * n))
+                            << "level " << level << " single " << single << " backward "
+                            << backward << " in place " << in_place << " n " << n;
+                    }
+}
+
+TEST(DftiSplitStraight, EveryLevelEveryN) {
+    struct Layout { int64_t is, os; bool in_place; };
+    const Layout layouts[] = {{1, 1, false}, {3, -2, false}, {-1, -1, true}, {2, 2, true}};
+    for (int level : {2, 6, 7})
+        for (bool backward : {false, true})
+            for (const Layout &l : layouts)
+                for (int n = 1; n <= kSplitStraightMaxN; ++n) {
+                    const int64_t span = 3 * n + 3;
+                    std::vector<double> re(2 * span, 9), im(2 * span, 9), ore(2 * span, 9),
+                        oim(2 * span, 9);
+                    const int64_t mid = span;  // index 0 with room on both sides
+                    const std::vector<LCx> x = RandomComplex(n, 31 + n);
+                    std::vector<LCx> ref = x;
+                    NaiveAxis(ref, {n}, 0, backward ? 1 : -1);
+                    for (int j = 0; j < n; ++j) {
+                        re[mid + j * l.is] = double(x[j].real());
+                        im[mid + j * l.is] = double(x[j].imag());
+                    }
+                    double *out_re = l.in_place ? re.data() : ore.data();
+                    double *out_im = l.in_place ? im.data() : oim.data();
+                    SplitKernelsForLevel(level).k[backward][n](re.data() + mid, im.data() + mid,
+                                                               out_re + mid, out_im + mid, l.is,
+                                                               l.os, 0.5);
+                    std::vector<LCx> got(n);
+                    for (int k = 0; k < n; ++k)
+                        got[k] = LCx(out_re[mid + k * l.os], out_im[mid + k * l.os]) * 2.0L;
+                    EXPECT_LE(RelRms(got, ref), Tolerance(true, n))
+                        << "level " << level << " backward " << backward << " n " << n
+                        << " is " << l.is << " os " << l.os;
+                }
+}
+
+// Through the interface: offsets are honoured and the result is the
+// transform (n = 8 and 7, out of place with offsets, in place).
+TEST(DftiSmallCube, InterfaceWithOffsets) {
+    for (int n : {7, 8}) {
+        const int32_t lengths[3] = {n, n, n};
+        const int64_t total = int64_t(n) * n * n;
+        DftiHandle h = nullptr;
+        ASSERT_EQ(DftiCreateDescriptor_d_md(&h, DftiValueComplex, 3, lengths), 0);
+        ASSERT_EQ(DftiSetValue(h, DftiParamPlacement, 44), 0);
+        const int32_t in_strides[4] = {3, n * n, n, 1}, out_strides[4] = {5, n * n, n, 1};
+        ASSERT_EQ(DftiSetValue(h, DftiParamInputStrides, in_strides), 0);
+        ASSERT_EQ(DftiSetValue(h, DftiParamOutputStrides, out_strides), 0);
+        ASSERT_EQ(DftiCommitDescriptor(h), 0);
+        EXPECT_EQ(h->current_planner, &DftiPlannerSmallCube);
+        std::vector<LCx> x = RandomComplex(total, 5), ref = x;
+        for (int axis = 0; axis < 3; ++axis) NaiveAxis(ref, {n, n, n}, axis, +1);
+        std::vector<double> in(2 * (total + 3)), out(2 * (total + 5));
+        for (int64_t i = 0; i < total; ++i) {
+            in[2 * (i + 3)] = double(x[i].real());
+            in[2 * (i + 3) + 1] = double(x[i].imag());
+        }
+        ASSERT_EQ(DftiComputeBackward(h, in.data(), out.data()), 0);
+        std::vector<LCx> got(total);
+        for (int64_t i = 0; i < total; ++i) got[i] = LCx(out[2 * (i + 5)], out[2 * (i + 5) + 1]);
+        EXPECT_LE(RelRms(got, ref), Tolerance(true, total)) << n;
+        DftiFreeDescriptor(&h);
+    }
+}
+
+}  // namespace
