@@ -47,7 +47,13 @@ int Interpolate(DfTask *task, int64_t type, int64_t method, int64_t nsite,
         // read an ic array that does not hold them.
         if (task->splineOrder == 3 && st == 1 && !(task->icType & 8))
             return DfStatusBadInternalConditionType;
-        if (st != 6 && st != 7 && st != 8) {
+        if (st == 6 || st == 7 || st == 8) {
+            // Evaluated from the values: every function must have them.
+            if (!task->yTable) return DfStatusNullFunctionValues;
+            const int64_t nv = task->yhint == 32 ? 1 : FunctionCount(task);
+            for (int64_t i = 0; i < nv; ++i)
+                if (!task->yTable[i]) return DfStatusNullFunctionValues;
+        } else {
             if (!task->coeffTable) return DfStatusNullCoefficients;
             for (int64_t i = 0; i < task->ny; ++i)
                 if (!task->coeffTable[i]) return DfStatusNullCoefficients;

@@ -141,7 +141,8 @@ public:
         double q = (s - x0_) / h_;
         if (!(q < static_cast<double>(nx_))) return nx_;
         int64_t c = static_cast<int64_t>(q) + 1;
-        return c > nx_ ? nx_ : c;
+        // Ends given in decreasing order make q negative: stay in 0..nx.
+        return c < 0 ? 0 : (c > nx_ ? nx_ : c);
     }
 
     int64_t operator()(T site) {

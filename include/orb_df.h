@@ -106,7 +106,8 @@
  *   6 the value at a partition point equal to the site, NaN elsewhere;
  *   7 step-wise constant, continuous from the right (v_j on [x_j, x_{j+1}));
  *   8 step-wise constant, continuous from the left (v_{j+1} on
- *   (x_j, x_{j+1}]). Their derivatives are 0 (type 6: NaN).
+ *   (x_j, x_{j+1}]). Their derivatives are 0 (type 6: NaN). With yhint
+ *   128 and ny > 1 the other functions have no values: -1008.
  *
  * Interpolation: type bit 1 evaluates, bit 2 reports cells. The cell of a
  * site t is 0 for t < x_0, k for x_{k-1} <= t < x_k, nx for t >= x_{nx-1}.

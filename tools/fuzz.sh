@@ -6,7 +6,9 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 secs=${1:-30}
-BUILD=build-fuzz
+# FUZZ_BUILD may name the ASan+UBSan suite's build directory: same flags, so
+# only the fuzz targets are compiled.
+BUILD=${FUZZ_BUILD:-build-fuzz}
 cmake -S . -B $BUILD -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
   -DORB_BUILD_FUZZ=ON -DORB_SANITIZE=address,undefined -DORB_BUILD_EXAMPLES=OFF >/dev/null

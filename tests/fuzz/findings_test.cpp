@@ -47,4 +47,61 @@ TEST(FuzzFindings, KnotQuadraticEvaluatedWithoutKnots) {
     }
 }
 
+// Step-wise and lookup types are evaluated from the values; a task that
+// holds the values of function 0 only (yhint 128) cannot evaluate the
+// others and must say so instead of following their missing tables.
+TEST(FuzzFindings, ValueTypesWithFirstFunctionOnly) {
+    for (int32_t type : {DfTypeLookup, DfTypeStepRight, DfTypeStepLeft}) {
+        for (int32_t ny : {1, 2, 3}) {
+            SCOPED_TRACE(testing::Message() << "type " << type << " ny " << ny);
+            const double x[3] = {0, 1, 2}, y[3] = {5, 6, 7};
+            DfTask *task = nullptr;
+            ASSERT_EQ(dfdNewTask1D(&task, 3, x, DfNonUniform, ny, y, DfValuesFirstOnly), 0);
+            ASSERT_EQ(dfdEditPPSpline1D(task, DfLinear, type, 0, nullptr, 0, nullptr, nullptr, 0), 0);
+            const double site[2] = {0.5, 1.0};
+            std::vector<double> r(2 * ny, -9.0);
+            const int s = dfdInterpolate1D(task, DfInterpolate, DfMethodPP, 2, site, DfSitesNoHint, 0,
+                                           nullptr, nullptr, r.data(), DfResultFuncsSitesDerivs, nullptr);
+            if (ny == 1) {
+                EXPECT_EQ(s, 0);
+                // Step right: v_j on [x_j, x_{j+1}); left: v_{j+1} on (x_j, x_{j+1}].
+                const double want[2] = {type == DfTypeStepRight ? 5.0 : 6.0, 6.0};
+                if (type != DfTypeLookup) EXPECT_EQ(r[0], want[0]);
+                EXPECT_EQ(r[1], want[1]);
+            } else {
+                EXPECT_EQ(s, DfStatusNullFunctionValues);
+                for (double v : r) EXPECT_EQ(v, -9.0);
+            }
+            EXPECT_EQ(dfDeleteTask(&task), 0);
+        }
+    }
+}
+
+// A uniform partition given by decreasing ends is outside the contract, but
+// the cells reported (and the values they select) stay within 0..nx.
+TEST(FuzzFindings, UniformEndsInDecreasingOrder) {
+    const int32_t nx = 5;
+    const double ends[2] = {1.0, 0.0};
+    std::unique_ptr<double[]> y(new double[nx]);
+    for (int32_t j = 0; j < nx; ++j) y[j] = 10.0 + j;
+    const double site[5] = {1.0, 1.5, 3.0, 0.5, -2.0};
+    for (int32_t type : {DfTypeStepRight, DfTypeStepLeft}) {
+        SCOPED_TRACE(type);
+        DfTask *task = nullptr;
+        ASSERT_EQ(dfdNewTask1D(&task, nx, ends, DfUniform, 1, y.get(), 0), 0);
+        ASSERT_EQ(dfdEditPPSpline1D(task, DfLinear, type, 0, nullptr, 0, nullptr, nullptr, 0), 0);
+        double r[5];
+        int32_t cell[5];
+        ASSERT_EQ(dfdInterpolate1D(task, DfInterpolate | DfCellSearch, DfMethodPP, 5, site, DfSitesNoHint,
+                                   0, nullptr, nullptr, r, DfResultFuncsSitesDerivs, cell),
+                  0);
+        for (int k = 0; k < 5; ++k) {
+            EXPECT_GE(cell[k], 0) << k;
+            EXPECT_LE(cell[k], nx) << k;
+            EXPECT_TRUE(r[k] >= 10.0 && r[k] <= 10.0 + nx - 1) << k << ": " << r[k];
+        }
+        EXPECT_EQ(dfDeleteTask(&task), 0);
+    }
+}
+
 }  // namespace

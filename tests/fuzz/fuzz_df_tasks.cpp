@@ -106,7 +106,7 @@ void Run(Input &in) {
     const int32_t coeff_hint = Pick(in, {0, 128});
     std::vector<T> bc(size_t(2 * ny));
     for (T &v : bc) v = T(in.Value());
-    const size_t ic_count = ic_type == DfIcKnots ? size_t(nx) + 1 : size_t(ny) * size_t(std::max(nx - 2, 0));
+    const size_t ic_count = (ic_type & DfIcKnots) ? size_t(nx) + 1 : size_t(ny) * size_t(std::max(nx - 2, 0));
     std::vector<T> ic(std::min<size_t>(ic_count, kMaxAlloc));
     for (size_t k = 0; k < ic.size(); ++k) ic[k] = T(x.empty() ? 0 : x[0] + k * 0.25);
     // Orders beyond 64 get no coefficient array (its extent is order*cells).
@@ -148,6 +148,7 @@ void Run(Input &in) {
         for (int32_t &d : dorder) nd += (d = in.Flag());
         const bool null_dorder = ndorder == 0 ? in.Byte() < 224 : in.Byte() > 240;
         if (ndorder <= 0 && null_dorder) nd = 1;
+        int32_t no_order = 0;  // a non-null dorder of no elements
         std::vector<double> datahint(5);
         datahint[0] = 1;
         datahint[1] = in.Flag();
@@ -161,8 +162,9 @@ void Run(Input &in) {
         const T *psite = sane_sites ? Maybe(in, site) : nullptr;
         T *pr = rcount <= size_t(kMaxAlloc) ? Maybe(in, r) : nullptr;
         int32_t *pcell = sane_sites ? Maybe(in, cell) : nullptr;
+        TRACE("calling interpolate nsite=%d ny=%d nd=%d ndorder=%d r=%zu pr=%p\n", nsite, ny, nd, ndorder, r.size(), (void *)pr);
         s = A::Interpolate(task, what, method, nsite, psite, sitehint, ndorder,
-                           null_dorder ? nullptr : dorder.data(), with_hint ? datahint.data() : nullptr,
+                           null_dorder ? nullptr : dorder.empty() ? &no_order : dorder.data(), with_hint ? datahint.data() : nullptr,
                            pr, rhint, pcell);
         TRACE("interpolate what=%d method=%d nsite=%d sitehint=%d ndorder=%d nd=%d dorder=%s "
               "rhint=%d r=%zu -> %d\n", what, method, nsite, sitehint, ndorder, nd,

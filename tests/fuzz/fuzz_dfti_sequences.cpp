@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 #include "fuzz_input.h"
@@ -329,16 +330,23 @@ void Compute(Input &in, DftiHandle h, const Config &c) {
     const int used = split ? (in_place ? 2 : 4) : (in_place ? 1 : 2);
     if (null_at >= 0 && null_at < used) *slots[null_at] = nullptr;
     TRACE("compute %s %s\n", forward ? "forward" : "backward", in_place ? "in place" : "out of place");
+    const std::vector<T> before[4] = {ire.data, iim.data, ore.data, oim.data};
     int32_t s = forward ? DftiComputeForward(h, a, b, p3, p4) : DftiComputeBackward(h, a, b, p3, p4);
     if (!c.committed && !c.maybe_committed) {
-        if (s == DftiStatusNoError) Fail("uncommitted descriptor computed");
+        if (s != DftiStatusInvalidConfiguration) Fail("uncommitted descriptor: status other than 2");
     } else if (!c.committed) {
         if (s != DftiStatusNoError && s != DftiStatusInvalidConfiguration) Fail("compute status");
     } else if (null_at >= 0 && null_at < used) {
-        if (s == DftiStatusNoError) Fail("null data pointer accepted");
+        if (s != DftiStatusInvalidConfiguration) Fail("null data pointer: status other than 2");
     } else if (s != DftiStatusNoError && s != DftiStatusMemoryError) {
         Fail("committed compute failed");
     }
+    // A refused compute writes nothing at all (bitwise: inputs may be NaN).
+    const std::vector<T> *after[4] = {&ire.data, &iim.data, &ore.data, &oim.data};
+    if (s != DftiStatusNoError && s != DftiStatusMemoryError)
+        for (int k = 0; k < 4; ++k)
+            if (!before[k].empty() && std::memcmp(before[k].data(), after[k]->data(), before[k].size() * sizeof(T)))
+                Fail("refused compute wrote data");
     ire.CheckGaps();
     if (split) iim.CheckGaps();
     if (!in_place) {
