@@ -60,7 +60,7 @@ struct PlanT {
     int64_t row_elems = 0;   // per-thread row scratch (complex elements)
     int team = 1;            // threads that run rows at once
     // Short contiguous complex rows with a straight-line codelet: Execute
-    // calls it straight, row after row (no workspace, no pass loop).
+    // hands all rows to it (no workspace, no pass loop).
     SmallFn<T> solo = nullptr;
     int64_t solo_rows = 1, solo_is = 0, solo_os = 0;
     // Workspace kept with the plan for large problems, lent to one Execute
@@ -356,8 +356,7 @@ int Execute(const PlanT<T> &pl, const void *in_re, const void *in_im, void *out_
     if (pl.solo) {
         const Cx<T> *x = static_cast<const Cx<T> *>(in_re);
         Cx<T> *y = static_cast<Cx<T> *>(out_re);
-        const T scale = T(pl.pb.scale);
-        for (int64_t r = 0; r < pl.solo_rows; ++r) pl.solo(x + r * pl.solo_is, y + r * pl.solo_os, scale);
+        pl.solo(x, y, T(pl.pb.scale), pl.solo_rows, pl.solo_is, pl.solo_os);
         return EngineOk;
     }
     const int64_t bytes = WorkspaceBytes(pl);

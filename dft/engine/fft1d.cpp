@@ -339,7 +339,7 @@ void Fft1D<T>::ExecInterleaved(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale
 template <class T>
 void Fft1D<T>::Exec(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const {
     if (small_) {
-        small_(in, out, scale);
+        small_(in, out, scale, 1, 0, 0);
         return;
     }
     if (four_) {

@@ -11,9 +11,9 @@
 // the result by `scale`; splits each stage over `nthreads` OpenMP threads.
 // vb > 1 transforms vb interleaved sequences at once: element j of
 // sequence c at [j*vb + c] on both sides (the kernels vectorise across c).
-// Straight-line whole transform of one short contiguous sequence:
-// y = scale * DFT(x), x may equal y. SmallCodelet* returns null for lengths
-// without one.
+// Straight-line whole transforms of short contiguous sequences: row r
+// (r < rows) is y[r*yd ..] = scale * DFT(x[r*xd ..]); x may equal y.
+// SmallCodelet* returns null for lengths without one.
 #define ORB_DFT_STAGE_DECLS                                                                 \
     void ExecStagesD(const StagePlan<double> &pl, const Cx<double> *in, Cx<double> *out,    \
                      Cx<double> *work, double scale, int nthreads, int64_t vb);                         \
@@ -27,7 +27,7 @@
 namespace orb::dft {
 
 template <class T>
-using SmallFn = void (*)(const Cx<T> *x, Cx<T> *y, T scale);
+using SmallFn = void (*)(const Cx<T> *x, Cx<T> *y, T scale, int64_t rows, int64_t xd, int64_t yd);
 
 #define ORB_DFT_DECLARE_LEVEL(lvl) \
     namespace k_##lvl {            \

@@ -110,7 +110,7 @@ INSTANTIATE_TEST_SUITE_P(Table, EngineLayouts, ::testing::ValuesIn(LayoutCases()
                          [](const auto &info) { return info.param.name; });
 
 // Every kernel build (SSE2-class, AVX, AVX2+FMA) on lengths that reach each
-// butterfly, both loop shapes and a few codelets.
+// butterfly, both loop shapes and the codelets (single rows and batches).
 class EngineLevels : public ::testing::TestWithParam<int> {};
 
 TEST_P(EngineLevels, KernelVariantMatchesNaiveDft) {
@@ -119,8 +119,10 @@ TEST_P(EngineLevels, KernelVariantMatchesNaiveDft) {
     for (bool dbl : {true, false})
         for (int sign : {-1, 1})
             for (int64_t n : lengths) {
-                Case c = Make("lvl", K::C2C, dbl, sign, {n});
-                c.level = GetParam();
+                // Short lengths as a batch of 5: whole vectors of rows plus
+                // a remainder row in every build.
+                Case c = Make("lvl", K::C2C, dbl, sign, {n}, n <= 64 ? std::vector<int64_t>{5} : std::vector<int64_t>{});
+                c.level = GetParam(), c.scale = 0.5;
                 Outcome o = RunCase(c);
                 ASSERT_EQ(o.exec_status, EngineOk);
                 EXPECT_LE(o.error, o.tolerance) << "level " << GetParam() << " n=" << n << " double=" << dbl;
