@@ -155,6 +155,13 @@ TEST(VmlComplexKernels, InfiniteAndNanPartsFollowAnnexG) {
                 vml_kernels_vzAbs[slot](n, a, m);
                 r[at] = {m[at], 0.0};
                 EXPECT_EQ(m[0], 5.0) << slot;
+                VmlComplex8 af[n];
+                float mf[n];
+                for (int i = 0; i < n; ++i) af[i] = {float(a[i].real), float(a[i].imag)};
+                vml_kernels_vcAbs[slot](n, af, mf);
+                EXPECT_EQ(mf[0], 5.0f) << slot;
+                EXPECT_EQ(std::isinf(mf[at]), std::isinf(m[at])) << slot;
+                EXPECT_EQ(std::isnan(mf[at]), std::isnan(m[at])) << slot;
             } else {
                 (c.op == 0 ? vml_kernels_vzMul : vml_kernels_vzDiv)[slot](n, a, b, r);
                 EXPECT_EQ(r[0].real, c.op == 0 ? -7.0 : 1.0) << slot;
