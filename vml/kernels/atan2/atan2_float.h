@@ -18,12 +18,12 @@
 
 ORB_VMK_BEGIN
 
-template <int F, bool Short> struct FloatAtan2 : FloatLanes<F> {
-    using typename FloatLanes<F>::V;
-    using typename FloatLanes<F>::M;
-    using FloatLanes<F>::splatf;
-    using FloatLanes<F>::sel;
-    using FloatLanes<F>::fmaf;
+template <int F, bool Short> struct FloatAtan2 : FloatOps<F> {
+    using V = typename FloatLanes<F>::V;
+    using M = typename FloatLanes<F>::M;
+    using FloatOps<F>::splatf;
+    using FloatOps<F>::sel;
+    using FloatOps<F>::fmaf;
 
     template <int N> static V hornerf(V z, const float (&c)[N]) {
         V p = splatf(c[N - 1]);

@@ -16,12 +16,12 @@
 
 ORB_VMK_BEGIN
 
-template <int F> struct FloatRoot : FloatLanes<F> {
-    using typename FloatLanes<F>::V;
-    using typename FloatLanes<F>::M;
-    using FloatLanes<F>::splatf;
-    using FloatLanes<F>::sel;
-    using FloatLanes<F>::fmaf;
+template <int F> struct FloatRoot : FloatOps<F> {
+    using V = typename FloatLanes<F>::V;
+    using M = typename FloatLanes<F>::M;
+    using FloatOps<F>::splatf;
+    using FloatOps<F>::sel;
+    using FloatOps<F>::fmaf;
 
     /* Returns the root (Inverse: 1/cbrt) of x with C99 special values;
      * `zero` receives the lanes holding +-0. */

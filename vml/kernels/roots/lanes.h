@@ -39,6 +39,13 @@ template <int W> using VF = typename Lanes<W>::F;
 template <int F> struct FloatLanes {
     typedef float V __attribute__((vector_size(4 * F)));
     typedef int32_t M __attribute__((vector_size(4 * F)));
+};
+
+/* Helpers of the float-lane kernels (through aliases: members of
+ * FloatLanes itself would see V as a plain float under GCC). */
+template <int F> struct FloatOps {
+    using V = typename FloatLanes<F>::V;
+    using M = typename FloatLanes<F>::M;
 
     static V splatf(float v) { return V{} + v; }
     static V sel(M m, V a, V b) { return (V)((m & (M)a) | (~m & (M)b)); }
