@@ -1,5 +1,7 @@
 // Commit: working copies of the dimension and transform tables, their
 // normalisation, scales and thread count, then the ordered planner list.
+#include <cstdint>
+
 #include "dft/dfti_descriptor.h"
 
 namespace orb::dft {
@@ -50,6 +52,22 @@ void ClearSingleDistances(DftiTable *t) {
     if (t->count == 1 && t->rows[0].n == 1) t->rows[0].is = t->rows[0].os = 0;
 }
 
+// Default strides are 32-bit products of the lengths before them; past
+// 2^31 - 1 elements they wrap and would address the wrong data. A stride
+// still holding its wrapped default marks a layout the caller cannot
+// describe without setting strides.
+bool HasWrappedDefaultStride(const DftiTable &dims, bool in_place) {
+    uint32_t wrapped = 1;  // the product modulo 2^32, as the default holds it
+    bool past = false;     // the true product exceeds INT32_MAX
+    for (int32_t i = 0; i < dims.count; ++i) {
+        const DftiRow &r = dims.rows[i];
+        if (past && (r.is == int32_t(wrapped) || (!in_place && r.os == int32_t(wrapped)))) return true;
+        past = past || uint64_t(wrapped) * uint64_t(r.n) > uint64_t(INT32_MAX);
+        wrapped *= uint32_t(r.n);
+    }
+    return false;
+}
+
 }  // namespace
 
 void DftiNormaliseTables(DftiTable *dims, DftiTable *transforms) {
@@ -60,6 +78,7 @@ void DftiNormaliseTables(DftiTable *dims, DftiTable *transforms) {
 
 int32_t DftiCommitOp(DftiDescriptor *d) {
     const bool in_place = d->placement == DftiValuePlacement43 && d->domain == DftiValueComplex;
+    if (HasWrappedDefaultStride(d->dims, in_place)) return DftiStatusLengthOverflow;
     if (int32_t s = CopyTable(d->dims, &d->work_dims, in_place)) return s;
     if (int32_t s = CopyTable(d->transforms, &d->work_transforms, in_place)) return s;
     if (d->domain == DftiValueComplex) DftiNormaliseTables(&d->work_dims, &d->work_transforms);

@@ -97,6 +97,14 @@
  *   forward output and the backward input; this library picks natural
  *   order, so 48 and 49 compute the same results.
  *
+ * Sizes
+ *   Default strides are 32-bit products of the lengths before each
+ *   dimension. When that product exceeds 2^31 - 1 the default wraps, and a
+ *   commit that finds a stride still holding its wrapped default returns
+ *   DftiStatusLengthOverflow; set the strides explicitly (any 32-bit
+ *   strides that keep the elements apart are accepted) to describe such a
+ *   layout.
+ *
  * Plans
  *   Commit offers the descriptor to five planners in order; the first that
  *   accepts builds the plan (planning is by rules, never by timing runs):

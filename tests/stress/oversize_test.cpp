@@ -56,6 +56,46 @@ TEST(Oversize, FourierLengthsAndTotals) {
     }
 }
 
+// A default stride past 2^31 - 1 elements wraps: commit refuses it with the
+// length status, and accepts the same lengths once the caller gives strides
+// that fit (here the last dimension fastest, so every stride stays small).
+TEST(Oversize, WrappedDefaultStridesAreRefused) {
+    struct Case {
+        const char *what;
+        int32_t placement, rank, len[3], strides[4];  // strides: offset first
+        bool set_input, set_output;
+        int32_t expected;  // 0 stands for "not the length status"
+    } cases[] = {
+        {"defaults, in place", DftiValuePlacement43, 3, {65536, 65536, 2}, {0, 2, 131072, 1}, false, false, DftiStatusLengthOverflow},
+        {"defaults, out of place", DftiValuePlacement44, 3, {65536, 65536, 2}, {0, 2, 131072, 1}, false, false, DftiStatusLengthOverflow},
+        {"input set, output default", DftiValuePlacement44, 3, {65536, 65536, 2}, {0, 2, 131072, 1}, true, false, DftiStatusLengthOverflow},
+        {"strides set, in place", DftiValuePlacement43, 3, {65536, 65536, 2}, {0, 2, 131072, 1}, true, false, 0},
+        {"strides set, out of place", DftiValuePlacement44, 3, {65536, 65536, 2}, {0, 2, 131072, 1}, true, true, 0},
+        {"wrap to a negative stride", DftiValuePlacement43, 3, {65536, 49152, 2}, {0, 1, 65536, 0}, false, false, DftiStatusLengthOverflow},
+        {"rank 3 wrapping only in the total", DftiValuePlacement43, 3, {2048, 1024, 4096}, {0, 1, 2048, 2097152}, false, false, 0},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.what);
+        const uint64_t before = BytesHeld();
+        DftiHandle h = nullptr;
+        ASSERT_EQ(DftiCreateDescriptor(&h, DftiValueSingle, DftiValueComplex, c.rank, c.len), DftiStatusNoError);
+        ASSERT_EQ(DftiSetValue(h, DftiParamPlacement, c.placement), DftiStatusNoError);
+        if (c.set_input) ASSERT_EQ(DftiSetValue(h, DftiParamInputStrides, c.strides), DftiStatusNoError);
+        if (c.set_output) ASSERT_EQ(DftiSetValue(h, DftiParamOutputStrides, c.strides), DftiStatusNoError);
+        const int32_t s = DftiCommitDescriptor(h);
+        if (c.expected == DftiStatusLengthOverflow) {
+            EXPECT_EQ(s, DftiStatusLengthOverflow);
+            float x[4] = {};
+            EXPECT_NE(DftiComputeForward(h, x, x), DftiStatusNoError);
+        } else {
+            EXPECT_NE(s, DftiStatusLengthOverflow);
+        }
+        EXPECT_LT(BytesHeld() - before, uint64_t(64) << 20);
+        EXPECT_EQ(DftiFreeDescriptor(&h), DftiStatusNoError);
+        EXPECT_EQ(BytesHeld(), before);
+    }
+}
+
 // Data fitting: tables and scratch whose bytes exceed 32 bits.
 TEST(Oversize, DataFittingCounts) {
     const double x[2] = {0, 1}, y[2] = {0, 1};
