@@ -56,9 +56,11 @@ TEST(Oversize, FourierLengthsAndTotals) {
     }
 }
 
-// A default stride past 2^31 - 1 elements wraps: commit refuses it with the
-// length status, and accepts the same lengths once the caller gives strides
-// that fit (here the last dimension fastest, so every stride stays small).
+// A default stride past 2^31 - 1 elements wraps (the caller's last dimension
+// runs fastest, so the first dimension's default is the product of the
+// others): commit refuses it with the length status, and accepts the same
+// lengths once the caller gives strides that fit (here the first dimension
+// fastest, so every stride stays small).
 TEST(Oversize, WrappedDefaultStridesAreRefused) {
     struct Case {
         const char *what;
@@ -66,13 +68,13 @@ TEST(Oversize, WrappedDefaultStridesAreRefused) {
         bool set_input, set_output;
         int32_t expected;  // 0 stands for "not the length status"
     } cases[] = {
-        {"defaults, in place", DftiValuePlacement43, 3, {65536, 65536, 2}, {0, 2, 131072, 1}, false, false, DftiStatusLengthOverflow},
-        {"defaults, out of place", DftiValuePlacement44, 3, {65536, 65536, 2}, {0, 2, 131072, 1}, false, false, DftiStatusLengthOverflow},
-        {"input set, output default", DftiValuePlacement44, 3, {65536, 65536, 2}, {0, 2, 131072, 1}, true, false, DftiStatusLengthOverflow},
-        {"strides set, in place", DftiValuePlacement43, 3, {65536, 65536, 2}, {0, 2, 131072, 1}, true, false, 0},
-        {"strides set, out of place", DftiValuePlacement44, 3, {65536, 65536, 2}, {0, 2, 131072, 1}, true, true, 0},
-        {"wrap to a negative stride", DftiValuePlacement43, 3, {65536, 49152, 2}, {0, 1, 65536, 0}, false, false, DftiStatusLengthOverflow},
-        {"rank 3 wrapping only in the total", DftiValuePlacement43, 3, {2048, 1024, 4096}, {0, 1, 2048, 2097152}, false, false, 0},
+        {"defaults, in place", DftiValuePlacement43, 3, {2, 65536, 65536}, {0, 1, 131072, 2}, false, false, DftiStatusLengthOverflow},
+        {"defaults, out of place", DftiValuePlacement44, 3, {2, 65536, 65536}, {0, 1, 131072, 2}, false, false, DftiStatusLengthOverflow},
+        {"input set, output default", DftiValuePlacement44, 3, {2, 65536, 65536}, {0, 1, 131072, 2}, true, false, DftiStatusLengthOverflow},
+        {"strides set, in place", DftiValuePlacement43, 3, {2, 65536, 65536}, {0, 1, 131072, 2}, true, false, 0},
+        {"strides set, out of place", DftiValuePlacement44, 3, {2, 65536, 65536}, {0, 1, 131072, 2}, true, true, 0},
+        {"wrap to a negative stride", DftiValuePlacement43, 3, {2, 49152, 65536}, {0, 1, 98304, 2}, false, false, DftiStatusLengthOverflow},
+        {"no stride wraps, only the total", DftiValuePlacement43, 3, {2048, 1024, 4096}, {0, 4194304, 4096, 1}, false, false, 0},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.what);
@@ -86,7 +88,8 @@ TEST(Oversize, WrappedDefaultStridesAreRefused) {
         if (c.expected == DftiStatusLengthOverflow) {
             EXPECT_EQ(s, DftiStatusLengthOverflow);
             float x[4] = {};
-            EXPECT_NE(DftiComputeForward(h, x, x), DftiStatusNoError);
+            // A descriptor committed by mistake would run on this tiny buffer.
+            if (s == DftiStatusLengthOverflow) EXPECT_NE(DftiComputeForward(h, x, x), DftiStatusNoError);
         } else {
             EXPECT_NE(s, DftiStatusLengthOverflow);
         }
