@@ -3,6 +3,8 @@
 BUILD ?= build
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
+# TARGETS (optional) limits `make build` to those targets.
+TARGETS ?=
 CONFIGURE = cmake -S . -B $(BUILD) -G Ninja \
 	-DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ $(CMAKE_FLAGS)
 
@@ -13,7 +15,7 @@ deps:
 
 build: deps
 	@$(CONFIGURE) >/dev/null
-	@cmake --build $(BUILD) -j $(JOBS)
+	@cmake --build $(BUILD) -j $(JOBS) $(if $(TARGETS),--target $(TARGETS))
 
 demo: build
 	@$(BUILD)/examples/tour

@@ -3,7 +3,8 @@
 #   tools/ci_jobs.sh linux32   gcc -m32 build, whole test suite
 #   tools/ci_jobs.sh mingw32   i686 orb_custom.dll, export and import check
 #   tools/ci_jobs.sh mingw64   x86-64 orb_custom.dll, export and import check
-#   tools/ci_jobs.sh wine64    x86-64 Windows test suite and tour under wine64
+#   tools/ci_jobs.sh wine64    x86-64 DLL check as mingw64, then the Windows test
+#                              suite and tour under wine64
 # GoogleTest is built from /usr/src/googletest per target into build-cross/.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -53,6 +54,8 @@ case "$job" in
       -DGTest_DIR="$root/build-cross/gtest-mingw64/lib/cmake/GTest" \
       -DCMAKE_CROSSCOMPILING_EMULATOR="$wine"
     cmake --build build-wine64 -j2
+    # The same DLL as the mingw64 job's: its export and import check.
+    check_dll build-wine64 x86_64-w64-mingw32 ""
     export WINEPREFIX=$root/build-wine64/wineprefix WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
     "$wine" wineboot --init >/dev/null 2>&1 || true
     # The ELF symbol check is replaced here by the DLL check.
