@@ -68,7 +68,7 @@ public:
 
     int64_t Bucket(double v) const {
         double g = (v - lo_) * scale_;
-        return g < 1.0 ? 0 : g >= static_cast<double>(nb_ - 1) ? nb_ - 1 : static_cast<int64_t>(g);
+        return !(g >= 1.0) ? 0 : g >= static_cast<double>(nb_ - 1) ? nb_ - 1 : static_cast<int64_t>(g);  // NaN: bucket 0
     }
     int64_t Cell(T site) const {
         const double s = static_cast<double>(site);
@@ -140,9 +140,11 @@ public:
         if (!(s >= x0_)) return 0;
         double q = (s - x0_) / h_;
         if (!(q < static_cast<double>(nx_))) return nx_;
+        // Ends given in decreasing order make q negative: stay in 0..nx, and
+        // convert only what an integer holds.
+        if (!(q > -1.0)) return 0;
         int64_t c = static_cast<int64_t>(q) + 1;
-        // Ends given in decreasing order make q negative: stay in 0..nx.
-        return c < 0 ? 0 : (c > nx_ ? nx_ : c);
+        return c > nx_ ? nx_ : c;
     }
 
     int64_t operator()(T site) {

@@ -78,24 +78,25 @@ TEST(FuzzFindings, ValueTypesWithFirstFunctionOnly) {
 }
 
 // A uniform partition given by decreasing ends is outside the contract, but
-// the cells reported (and the values they select) stay within 0..nx.
+// the cells reported (and the values they select) stay within 0..nx, also
+// for sites so far out that the cell estimate is beyond any integer.
 TEST(FuzzFindings, UniformEndsInDecreasingOrder) {
     const int32_t nx = 5;
     const double ends[2] = {1.0, 0.0};
     std::unique_ptr<double[]> y(new double[nx]);
     for (int32_t j = 0; j < nx; ++j) y[j] = 10.0 + j;
-    const double site[5] = {1.0, 1.5, 3.0, 0.5, -2.0};
+    const double site[7] = {1.0, 1.5, 3.0, 0.5, -2.0, 3.75e307, 1e308};
     for (int32_t type : {DfTypeStepRight, DfTypeStepLeft}) {
         SCOPED_TRACE(type);
         DfTask *task = nullptr;
         ASSERT_EQ(dfdNewTask1D(&task, nx, ends, DfUniform, 1, y.get(), 0), 0);
         ASSERT_EQ(dfdEditPPSpline1D(task, DfLinear, type, 0, nullptr, 0, nullptr, nullptr, 0), 0);
-        double r[5];
-        int32_t cell[5];
-        ASSERT_EQ(dfdInterpolate1D(task, DfInterpolate | DfCellSearch, DfMethodPP, 5, site, DfSitesNoHint,
+        double r[7];
+        int32_t cell[7];
+        ASSERT_EQ(dfdInterpolate1D(task, DfInterpolate | DfCellSearch, DfMethodPP, 7, site, DfSitesNoHint,
                                    0, nullptr, nullptr, r, DfResultFuncsSitesDerivs, cell),
                   0);
-        for (int k = 0; k < 5; ++k) {
+        for (int k = 0; k < 7; ++k) {
             EXPECT_GE(cell[k], 0) << k;
             EXPECT_LE(cell[k], nx) << k;
             EXPECT_TRUE(r[k] >= 10.0 && r[k] <= 10.0 + nx - 1) << k << ": " << r[k];
