@@ -31,12 +31,20 @@ check_dll() {  # <build-dir> <triple> <C-name-prefix>
 case "$job" in
   linux32)
     # This kernel may lack IA-32 emulation: then qemu-i386 runs the programs.
-    tools/cross/i386_binfmt.sh
+    emulated=$(tools/cross/i386_binfmt.sh)
+    # Natively the suite takes under a minute. Emulated, the long-double
+    # naive-DFT oracle of the engine test alone takes over 20 minutes
+    # (software x87), so that one program is left to the native jobs.
+    skip='^$'
+    if [ -n "$emulated" ]; then
+      echo "$emulated; engine_dft_test skipped under emulation"
+      skip='^engine_dft_test$'
+    fi
     tools/cross/build_gtest.sh "$tc/linux-i686.cmake" build-cross/gtest-linux32
     configure build-linux32 "$tc/linux-i686.cmake" \
       -DGTest_DIR="$root/build-cross/gtest-linux32/lib/cmake/GTest"
     cmake --build build-linux32 -j2
-    (cd build-linux32 && ctest -j2 --output-on-failure)
+    (cd build-linux32 && ctest -j2 --output-on-failure -E "$skip")
     ;;
   mingw32)
     configure build-mingw32 "$tc/mingw-i686.cmake" -DORB_BUILD_TESTS=OFF -DORB_BUILD_EXAMPLES=OFF
