@@ -59,11 +59,6 @@ std::atomic<int32_t> g_mode{kUndecided};
 RegistryEntry g_registry[kMaxPools + 1];  // numbered from 1
 std::atomic<int32_t> g_pool_count{0};
 
-#if defined(__ELF__)
-#define ORB_INITIAL_EXEC __attribute__((tls_model("initial-exec")))
-#else
-#define ORB_INITIAL_EXEC
-#endif
 // The calling thread's pool number (0 none) and its identifier, which is a
 // system call on POSIX and so read once a thread.
 struct ThreadPoolRef {

@@ -7,6 +7,16 @@
 #include <stddef.h>
 #include <stdint.h>
 
+// Thread-local variables of the library that are read on every call take
+// the initial-exec model on ELF: one load off the thread pointer instead of
+// a call to the dynamic linker's lookup (a few bytes of the static TLS
+// surplus, which a loaded library may use).
+#if defined(__ELF__)
+#define ORB_INITIAL_EXEC __attribute__((tls_model("initial-exec")))
+#else
+#define ORB_INITIAL_EXEC
+#endif
+
 namespace orb::plat {
 
 // Environment, with the semantics of GetEnvironmentVariableA: 0 when the

@@ -17,6 +17,11 @@ struct RecordHeader {
 
 }  // namespace
 
+#if !defined(_WIN32)
+thread_local constinit CachedRecord t_cached ORB_INITIAL_EXEC{nullptr, 0};
+std::atomic<uint32_t> g_generation{1};
+#endif
+
 bool SlotHeapStore::Init() {
     if (ready_) return true;
     if (failed_) return false;
@@ -34,6 +39,11 @@ bool SlotHeapStore::Init() {
 
 void SlotHeapStore::ThreadExit(void *record) {
     if (!record) return;
+#if !defined(_WIN32)
+    // POSIX runs this on the exiting thread; a later call on that thread
+    // (another thread-exit handler) must not find the freed record.
+    if (t_cached.record == record) t_cached = {nullptr, 0};
+#endif
     auto *header = static_cast<RecordHeader *>(record) - 1;
     plat::HeapFree(header->heap, header);
     g_live_slot_records.fetch_sub(1, std::memory_order_relaxed);
@@ -84,9 +94,10 @@ long SlotHeapStore::LiveRecords() const { return g_live_slot_records.load(); }
 
 namespace {
 
-thread_local ServThreadState t_static_record{};
+thread_local ServThreadState t_static_record ORB_INITIAL_EXEC{};
 SlotHeapStore g_slot_store;
 std::atomic<int> g_mode{-1};
+
 
 ThreadStateMode DetermineMode() {
     int m = g_mode.load(std::memory_order_acquire);
@@ -104,18 +115,45 @@ ThreadStateMode ProcessThreadStateMode() { return DetermineMode(); }
 
 }  // namespace orb
 
-extern "C" ServThreadState *ServThreadStateGet(void) {
-    if (orb::DetermineMode() == orb::ThreadStateMode::StaticTls) return &orb::t_static_record;
-    ServThreadState *record = orb::g_slot_store.Get();
-    if (!record) ServTerminate(1);
+namespace {
+
+__attribute__((noinline)) ServThreadState *LookUpRecord() {
+    ServThreadState *record;
+    if (orb::DetermineMode() == orb::ThreadStateMode::StaticTls) {
+        record = &orb::t_static_record;
+    } else {
+        record = orb::g_slot_store.Get();
+        if (!record) ServTerminate(1);
+    }
+#if !defined(_WIN32)
+    orb::t_cached = {record, orb::g_generation.load(std::memory_order_acquire)};
+#endif
     return record;
 }
 
+void ForgetCachedRecord() {
+#if !defined(_WIN32)
+    orb::t_cached = {nullptr, 0};
+#endif
+}
+
+}  // namespace
+
+extern "C" ServThreadState *ServThreadStateGet(void) {
+    if (ServThreadState *r = orb::CachedThreadRecord()) [[likely]] return r;
+    return LookUpRecord();
+}
+
 extern "C" void ServThreadDetach(void) {
+    ForgetCachedRecord();
     if (orb::g_mode.load() == int(orb::ThreadStateMode::SlotAndHeap)) orb::g_slot_store.ThreadDetach();
 }
 
 extern "C" void ServProcessDetach(void) {
+    ForgetCachedRecord();
+#if !defined(_WIN32)
+    orb::g_generation.fetch_add(1, std::memory_order_acq_rel);
+#endif
     if (orb::g_mode.load() == int(orb::ThreadStateMode::SlotAndHeap)) orb::g_slot_store.ProcessDetach();
 }
 

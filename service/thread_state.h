@@ -44,6 +44,36 @@ private:
 
 ThreadStateMode ProcessThreadStateMode();
 
+#if !defined(_WIN32)
+// Every vector-math call looks its record up at least twice, and the slot
+// lookup is two calls and a key search. Each thread keeps the address it
+// found; a store teardown bumps the generation, which voids every thread's
+// copy at once. (Windows thread-locals of this toolchain are emulated and
+// would cost more than the slot itself.)
+struct CachedRecord {
+    ServThreadState *record;
+    uint32_t generation;
+};
+extern thread_local constinit CachedRecord t_cached ORB_INITIAL_EXEC;
+extern std::atomic<uint32_t> g_generation;
+#endif
+
+// The calling thread's record if this thread has looked it up since the
+// last teardown, else null.
+inline ServThreadState *CachedThreadRecord() {
+#if !defined(_WIN32)
+    const CachedRecord c = t_cached;
+    if (c.generation == g_generation.load(std::memory_order_relaxed)) return c.record;
+#endif
+    return nullptr;
+}
+
+// ServThreadStateGet with its fast path inline, for the per-call paths.
+inline ServThreadState *ThreadRecord() {
+    if (ServThreadState *r = CachedThreadRecord()) [[likely]] return r;
+    return ServThreadStateGet();
+}
+
 }  // namespace orb
 
 #endif

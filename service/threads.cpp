@@ -61,8 +61,7 @@ void EnsureTopologyLocked() {
     g_topology_done.store(1, std::memory_order_release);
 }
 
-void EnsureRead() {
-    if (!g_need_read.load(std::memory_order_acquire)) return;
+__attribute__((noinline)) void ReadOnce() {
     ServLock();
     if (g_need_read.load(std::memory_order_relaxed)) {
         ReadEnvironmentLocked();
@@ -70,6 +69,11 @@ void EnsureRead() {
         g_need_read.store(0, std::memory_order_release);
     }
     ServUnlock();
+}
+
+// Called on every threaded-size vector call: the test stays inline.
+inline void EnsureRead() {
+    if (g_need_read.load(std::memory_order_acquire)) [[unlikely]] ReadOnce();
 }
 
 const ThreadTopology &Topology() {

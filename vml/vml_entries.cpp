@@ -16,30 +16,37 @@ struct Required {
     int32_t position;  // 1-based parameter position
 };
 
-// False when the call must return now (n <= 0 or a bad argument).
-bool Checked(const char *name, int32_t n,
-             std::initializer_list<Required> required) {
+// Reports the first bad argument (n < 0, or a null pointer in parameter
+// order); n = 0 reports nothing. Kept out of line: the accepted call must
+// not pay for building this list.
+__attribute__((noinline, cold)) void Refuse(const char *name, int32_t n,
+                                            std::initializer_list<Required> required) {
     if (n < 0) {
         const int32_t info = 1;
         ServReportParameterError(name, &info, int32_t(strlen(name)));
         ServVmlSetStatus(VmlStatusBadSize);
-        return false;
+        return;
     }
-    if (n == 0) return false;
+    if (n == 0) return;
     for (const Required &r : required) {
         if (r.pointer == nullptr) {
             ServReportParameterError(name, &r.position, int32_t(strlen(name)));
             ServVmlSetStatus(VmlStatusBadMem);
-            return false;
+            return;
         }
     }
-    return true;
+}
+
+// Pointers are only compared with null here; which one is bad is worked
+// out by Refuse.
+template <class... P> inline bool Accepted(int32_t n, const P *...pointers) {
+    return n > 0 && ((pointers != nullptr) && ...);
 }
 
 // Table slot of the calling thread; an accuracy code outside 1..3 (only a
 // hand-made mode word can hold one) counts as 2.
 int32_t Slot() {
-    int32_t code = int32_t(ServVmlGetMode() & VmlModeAccuracyMask);
+    int32_t code = int32_t(orb::vml::ThreadMode() & VmlModeAccuracyMask);
     if (code < 1 || code > 3) code = 2;
     return ServGetExtCpuLevel() + 10 * (code - 1);
 }
@@ -48,13 +55,19 @@ int32_t Slot() {
 
 #define ORB_UNARY(name, T, thr)                                            \
     ORB_EXPORT void name(int n, const T *a, T *y) {                        \
-        if (!Checked(#name, n, {{a, 2}, {y, 3}})) return;                  \
+        if (!Accepted(n, a, y)) [[unlikely]] {                 \
+            Refuse(#name, n, {{a, 2}, {y, 3}}); \
+            return;                                                        \
+        }\
         const int32_t s = Slot();                                          \
         thr(vml_kernels_##name[s], n, a, y, vml_costs_##name[s], 0);       \
     }
 #define ORB_BINARY(name, T, thr)                                           \
     ORB_EXPORT void name(int n, const T *a, const T *b, T *y) {            \
-        if (!Checked(#name, n, {{a, 2}, {b, 3}, {y, 4}})) return;          \
+        if (!Accepted(n, a, b, y)) [[unlikely]] {                 \
+            Refuse(#name, n, {{a, 2}, {b, 3}, {y, 4}}); \
+            return;                                                        \
+        }\
         const int32_t s = Slot();                                          \
         thr(vml_kernels_##name[s], n, a, b, y, vml_costs_##name[s], 0);    \
     }
@@ -92,7 +105,10 @@ ORB_UNARY(vdInvCbrt, double, orb_vml_serv_threader_d_1i_1o)
 
 #define ORB_POWX(name, T, thr)                                             \
     ORB_EXPORT void name(int n, const T *a, T b, T *y) {                   \
-        if (!Checked(#name, n, {{a, 2}, {y, 4}})) return;                  \
+        if (!Accepted(n, a, y)) [[unlikely]] {                 \
+            Refuse(#name, n, {{a, 2}, {y, 4}}); \
+            return;                                                        \
+        }\
         const int32_t s = Slot();                                          \
         thr(vml_kernels_##name[s], n, a, b, y, vml_costs_##name[s], 0);    \
     }
@@ -101,7 +117,10 @@ ORB_POWX(vdPowx, double, orb_vml_serv_threader_d_cd_2i_d_1o)
 
 #define ORB_CABS(name, C, R, thr)                                          \
     ORB_EXPORT void name(int n, const C *a, R *y) {                        \
-        if (!Checked(#name, n, {{a, 2}, {y, 3}})) return;                  \
+        if (!Accepted(n, a, y)) [[unlikely]] {                 \
+            Refuse(#name, n, {{a, 2}, {y, 3}}); \
+            return;                                                        \
+        }\
         const int32_t s = Slot();                                          \
         thr(vml_kernels_##name[s], n, a, y, vml_costs_##name[s], 0);       \
     }
@@ -111,7 +130,10 @@ ORB_CABS(vzAbs, VmlComplex16, double, orb_vml_serv_threader_z_1i_d_1o)
 #define ORB_LINEARFRAC(name, T, thr)                                       \
     ORB_EXPORT void name(int n, const T *a, const T *b, T scalea,          \
                          T shifta, T scaleb, T shiftb, T *y) {             \
-        if (!Checked(#name, n, {{a, 2}, {b, 3}, {y, 8}})) return;          \
+        if (!Accepted(n, a, b, y)) [[unlikely]] {                 \
+            Refuse(#name, n, {{a, 2}, {b, 3}, {y, 8}}); \
+            return;                                                        \
+        }\
         const int32_t s = Slot();                                          \
         /* Every accuracy block holds the same kernel: warn outside 3. */  \
         if (s / 10 != 2) ServVmlSetStatus(VmlStatusModeWarning);           \

@@ -131,4 +131,16 @@ inline void ServVmlReportError(int32_t c, int32_t i, const VmlComplex16 *a1,
 }
 #endif
 
+#ifdef __cplusplus
+#include "service/thread_state.h"
+
+namespace orb::vml {
+// ServVmlGetMode with its fast path inline: a word once filled is never 0.
+inline uint32_t ThreadMode() {
+    const uint32_t mode = orb::ThreadRecord()->vml_mode;
+    return mode != 0 ? mode : ServVmlGetMode();
+}
+}  // namespace orb::vml
+#endif
+
 #endif

@@ -29,7 +29,7 @@ inline uint32_t WantedCsrBits(uint32_t mode) {
 class ControlGuard {
 public:
     ControlGuard() {
-        const uint32_t wanted = WantedCsrBits(ServVmlGetMode());
+        const uint32_t wanted = WantedCsrBits(orb::vml::ThreadMode());
         saved_ = _mm_getcsr();
         changed_ = (saved_ & kCsrMask) != wanted;
         if (changed_) _mm_setcsr((saved_ & ~kCsrMask) | wanted);

@@ -19,7 +19,7 @@ class FpControl {
 public:
     FpControl() {
 #if defined(__SSE__)
-        unsigned want = (ServVmlGetMode() & 0x003C0000u) == 0x00280000u ? 0x8040u : 0u;
+        unsigned want = (orb::vml::ThreadMode() & 0x003C0000u) == 0x00280000u ? 0x8040u : 0u;
         saved_ = _mm_getcsr();
         if ((saved_ & 0xE040u) != want) {
             _mm_setcsr((saved_ & ~0xE040u) | want);
