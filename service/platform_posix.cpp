@@ -1,5 +1,5 @@
-// POSIX side of the platform layer: getenv, pthread keys, malloc-backed
-// heaps, dlopen, _exit after flushing.
+// POSIX side of the platform layer: getenv, pthread keys, private heaps
+// that track their blocks, dlopen, _exit after flushing.
 #include <dlfcn.h>
 #include <link.h>
 #include <pthread.h>
@@ -7,6 +7,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -36,15 +38,60 @@ bool TlsSet(TlsKey key, void *value) {
 }
 void TlsFree(TlsKey key) { pthread_key_delete(pthread_key_t(key)); }
 
-// A POSIX private heap is the C runtime's heap; the handle only has to be
-// non-null.
+// A private heap keeps its blocks on a list, so that destroying it gives
+// back every block still held, as a Windows private heap does: the records
+// of threads that outlive an unload of the library are not lost.
+namespace {
+struct alignas(alignof(std::max_align_t)) HeapLink {
+    HeapLink *prev, *next;
+};
+struct PrivateHeap {
+    pthread_mutex_t lock;
+    HeapLink *head;
+};
+}  // namespace
+
 Heap HeapCreate() {
-    static int token;
-    return &token;
+    auto *h = static_cast<PrivateHeap *>(std::calloc(1, sizeof(PrivateHeap)));
+    if (h && pthread_mutex_init(&h->lock, nullptr) != 0) {
+        std::free(h);
+        return nullptr;
+    }
+    return h;
 }
-void *HeapAllocZeroed(Heap, size_t size) { return std::calloc(1, size); }
-void HeapFree(Heap, void *p) { std::free(p); }
-void HeapDestroy(Heap) {}
+void *HeapAllocZeroed(Heap heap, size_t size) {
+    auto *h = static_cast<PrivateHeap *>(heap);
+    if (size > SIZE_MAX - sizeof(HeapLink)) return nullptr;
+    auto *link = static_cast<HeapLink *>(std::calloc(1, sizeof(HeapLink) + size));
+    if (!link) return nullptr;
+    pthread_mutex_lock(&h->lock);
+    link->next = h->head;
+    if (h->head) h->head->prev = link;
+    h->head = link;
+    pthread_mutex_unlock(&h->lock);
+    return link + 1;
+}
+void HeapFree(Heap heap, void *p) {
+    if (!p) return;
+    auto *h = static_cast<PrivateHeap *>(heap);
+    auto *link = static_cast<HeapLink *>(p) - 1;
+    pthread_mutex_lock(&h->lock);
+    (link->prev ? link->prev->next : h->head) = link->next;
+    if (link->next) link->next->prev = link->prev;
+    pthread_mutex_unlock(&h->lock);
+    std::free(link);
+}
+void HeapDestroy(Heap heap) {
+    auto *h = static_cast<PrivateHeap *>(heap);
+    if (!h) return;
+    for (HeapLink *link = h->head; link;) {
+        HeapLink *next = link->next;
+        std::free(link);
+        link = next;
+    }
+    pthread_mutex_destroy(&h->lock);
+    std::free(h);
+}
 
 namespace {
 struct ImageQuery {
