@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cfenv>
 #include <cmath>
+#include <vector>
 
 #include "vml_test_util.h"
 
@@ -69,6 +70,42 @@ TEST(VmlReport, DivisionSpecialsAndZeroOverZero) {
         vsDiv(1, &fa, &fb, &fy);
         EXPECT_EQ(ServVmlGetStatus(), (c.reported || fb == 0.0f) && std::isfinite(fa) ? 2 : 0);
     }
+}
+
+// Zero divisors spread over the peel, the vector loop and the tail: every
+// level reports exactly their positions, in order, whatever the output's
+// offset from a vector boundary.
+template <class T> void ReportedIndicesAtEveryOffset(const VmlBinaryKernelD *dtab,
+                                                     const VmlBinaryKernelS *stab) {
+    static thread_local std::vector<int> seen;
+    ModeScope mode(0x0202);
+    ServVmlSetCallback([](VmlErrorContext *c) {
+        seen.push_back(c->index);
+        return 0;
+    });
+    const int n = 67;
+    const std::vector<int> zeros = {0, 1, 2, 5, 8, 9, 16, 31, 32, 33, 47, 64, 66};
+    alignas(64) T a[n + 16], b[n + 16], y[n + 16];
+    for (int off = 0; off < int(32 / sizeof(T)); ++off) {
+        for (int i = 0; i < n + 16; ++i) {
+            a[i] = T(i + 1);
+            b[i] = T(2);
+        }
+        for (int z : zeros) b[off + z] = T(0);
+        for (int slot = 0; slot < 30; ++slot) {
+            if (slot % 10 == 9 && !__builtin_cpu_supports("avx2")) continue;
+            seen.clear();
+            if constexpr (sizeof(T) == 8) dtab[slot](n, a + off, b + off, y + off);
+            else stab[slot](n, a + off, b + off, y + off);
+            EXPECT_EQ(seen, zeros) << "offset " << off << " slot " << slot;
+        }
+    }
+    ServVmlSetCallback(nullptr);
+}
+
+TEST(VmlReport, IndicesAcrossPeelLoopAndTail) {
+    ReportedIndicesAtEveryOffset<double>(vml_kernels_vdDiv, nullptr);
+    ReportedIndicesAtEveryOffset<float>(nullptr, vml_kernels_vsDiv);
 }
 
 TEST(VmlReport, IgnoreOnlyRecordsTheStatus) {
