@@ -36,22 +36,26 @@ void VectorLoop(int32_t n, const T *a, const T *b, T *y, int32_t start) {
         if constexpr (Aligned) StoreA(p, v);
         else StoreU(p, v);
     };
+    constexpr int32_t U = 4;  // vectors per step: loop overhead off the store port
     int32_t i = start;
-    for (; i + 2 * W <= n; i += 2 * W) {
-        const V va[2] = {LoadU<V>(a + i), LoadU<V>(a + i + W)};
-        const V vb[2] = {LoadU<V>(b + i), LoadU<V>(b + i + W)};
-        store(y + i, Op::Apply(va[0], vb[0]));
-        store(y + i + W, Op::Apply(va[1], vb[1]));
-        if constexpr (Op::kReports)
-            if (Any(Op::Suspect(vb[0]) | Op::Suspect(vb[1])))
-                ReportLanes<T, Op>(i, 2 * W, va, vb, a, b, y);
+    for (; i + U * W <= n; i += U * W) {
+        V va[U], vb[U];
+        for (int32_t j = 0; j < U; ++j) {
+            va[j] = LoadU<V>(a + i + j * W);
+            vb[j] = LoadU<V>(b + i + j * W);
+        }
+        for (int32_t j = 0; j < U; ++j) store(y + i + j * W, Op::Apply(va[j], vb[j]));
+        if constexpr (Op::kReports) {
+            auto suspect = Op::Suspect(vb[0]);
+            for (int32_t j = 1; j < U; ++j) suspect = suspect | Op::Suspect(vb[j]);
+            if (Any(suspect)) ReportLanes<T, Op>(i, U * W, va, vb, a, b, y);
+        }
     }
-    if (i + W <= n) {
+    for (; i + W <= n; i += W) {
         const V va = LoadU<V>(a + i), vb = LoadU<V>(b + i);
         store(y + i, Op::Apply(va, vb));
         if constexpr (Op::kReports)
             if (Any(Op::Suspect(vb))) ReportLanes<T, Op>(i, W, &va, &vb, a, b, y);
-        i += W;
     }
     for (; i < n; ++i) {
         const T x = a[i], z = b[i];
