@@ -14,16 +14,27 @@ namespace {
 
 using namespace vml;
 
-// Reports, in index order, the flagged lanes of the `count` elements from i.
-template <class T, class Op, class V>
-void ReportLanes(int32_t i, int32_t count, const V *va, const V *vb,
-                 const T *a, const T *b, T *y) {
-    constexpr int32_t W = Vec<T>::kLanes;
-    T xa[4 * W], xb[4 * W];
-    memcpy(xa, va, size_t(count) * sizeof(T));
-    memcpy(xb, vb, size_t(count) * sizeof(T));
-    for (int32_t j = 0; j < count; ++j)
-        if (Op::Flag(xa[j], xb[j])) Op::Report(i + j, a, b, y);
+// Element by element in index order: the meaning of partially overlapping
+// arrays, the level-0 loop, the peel and the tail.
+template <class T, class Op>
+void OrderedRange(int32_t first, int32_t last, const T *a, const T *b, T *y) {
+    for (int32_t i = first; i < last; ++i) {
+        const T x = a[i], z = b[i];
+        y[i] = Op::Apply(x, z);
+        if constexpr (Op::kReports)
+            if (Op::Flag(x, z)) Op::Report(i, a, b, y);
+    }
+}
+template <class T, class Op>
+void OrderedLoop(int32_t n, const T *a, const T *b, T *y) {
+    OrderedRange<T, Op>(0, n, a, b, y);
+}
+// A vector step that may have to report runs element by element, so the
+// main loop never keeps its vectors in memory for a report.
+template <class T, class Op>
+__attribute__((noinline)) void ReportingStep(int32_t first, int32_t last, const T *a,
+                                             const T *b, T *y) {
+    OrderedRange<T, Op>(first, last, a, b, y);
 }
 
 // Inputs of a step are loaded before its stores, so y may equal a or b.
@@ -44,37 +55,27 @@ void VectorLoop(int32_t n, const T *a, const T *b, T *y, int32_t start) {
             va[j] = LoadU<V>(a + i + j * W);
             vb[j] = LoadU<V>(b + i + j * W);
         }
-        for (int32_t j = 0; j < U; ++j) store(y + i + j * W, Op::Apply(va[j], vb[j]));
         if constexpr (Op::kReports) {
             auto suspect = Op::Suspect(vb[0]);
             for (int32_t j = 1; j < U; ++j) suspect = suspect | Op::Suspect(vb[j]);
-            if (Any(suspect)) ReportLanes<T, Op>(i, U * W, va, vb, a, b, y);
+            if (Any(suspect)) [[unlikely]] {
+                ReportingStep<T, Op>(i, i + U * W, a, b, y);
+                continue;
+            }
         }
+        for (int32_t j = 0; j < U; ++j) store(y + i + j * W, Op::Apply(va[j], vb[j]));
     }
     for (; i + W <= n; i += W) {
         const V va = LoadU<V>(a + i), vb = LoadU<V>(b + i);
+        if constexpr (Op::kReports) {
+            if (Any(Op::Suspect(vb))) [[unlikely]] {
+                ReportingStep<T, Op>(i, i + W, a, b, y);
+                continue;
+            }
+        }
         store(y + i, Op::Apply(va, vb));
-        if constexpr (Op::kReports)
-            if (Any(Op::Suspect(vb))) ReportLanes<T, Op>(i, W, &va, &vb, a, b, y);
     }
-    for (; i < n; ++i) {
-        const T x = a[i], z = b[i];
-        y[i] = Op::Apply(x, z);
-        if constexpr (Op::kReports)
-            if (Op::Flag(x, z)) Op::Report(i, a, b, y);
-    }
-}
-
-// Element by element in index order: the meaning of partially overlapping
-// arrays, and the level-0 loop.
-template <class T, class Op>
-void OrderedLoop(int32_t n, const T *a, const T *b, T *y) {
-    for (int32_t i = 0; i < n; ++i) {
-        const T x = a[i], z = b[i];
-        y[i] = Op::Apply(x, z);
-        if constexpr (Op::kReports)
-            if (Op::Flag(x, z)) Op::Report(i, a, b, y);
-    }
+    OrderedRange<T, Op>(i, n, a, b, y);
 }
 
 template <class T, class Op>
