@@ -51,25 +51,36 @@ int32_t Slot() {
     return ServGetExtCpuLevel() + 10 * (code - 1);
 }
 
+// The kernel of the caller's slot, in this thread when the call is short,
+// else through the shape's threader.
+template <class K, class Threader, class... A>
+inline void Dispatch(const K *kernels, const float *costs, Threader thr, int32_t n,
+                     A... args) {
+    const int32_t s = Slot();
+    const float cost = costs[s];
+    if (orb::vml::RunsSerial(n, cost))
+        kernels[s](n, args...);
+    else
+        thr(kernels[s], n, args..., cost, 0);
+}
+
 }  // namespace
 
-#define ORB_UNARY(name, T, thr)                                            \
-    ORB_EXPORT void name(int n, const T *a, T *y) {                        \
-        if (!Accepted(n, a, y)) [[unlikely]] {                 \
-            Refuse(#name, n, {{a, 2}, {y, 3}}); \
-            return;                                                        \
-        }\
-        const int32_t s = Slot();                                          \
-        thr(vml_kernels_##name[s], n, a, y, vml_costs_##name[s], 0);       \
+#define ORB_UNARY(name, T, thr)                                             \
+    ORB_EXPORT void name(int n, const T *a, T *y) {                         \
+        if (!Accepted(n, a, y)) [[unlikely]] {                              \
+            Refuse(#name, n, {{a, 2}, {y, 3}});                             \
+            return;                                                         \
+        }                                                                   \
+        Dispatch(vml_kernels_##name, vml_costs_##name, thr, n, a, y);       \
     }
-#define ORB_BINARY(name, T, thr)                                           \
-    ORB_EXPORT void name(int n, const T *a, const T *b, T *y) {            \
-        if (!Accepted(n, a, b, y)) [[unlikely]] {                 \
-            Refuse(#name, n, {{a, 2}, {b, 3}, {y, 4}}); \
-            return;                                                        \
-        }\
-        const int32_t s = Slot();                                          \
-        thr(vml_kernels_##name[s], n, a, b, y, vml_costs_##name[s], 0);    \
+#define ORB_BINARY(name, T, thr)                                            \
+    ORB_EXPORT void name(int n, const T *a, const T *b, T *y) {             \
+        if (!Accepted(n, a, b, y)) [[unlikely]] {                           \
+            Refuse(#name, n, {{a, 2}, {b, 3}, {y, 4}});                     \
+            return;                                                         \
+        }                                                                   \
+        Dispatch(vml_kernels_##name, vml_costs_##name, thr, n, a, b, y);    \
     }
 
 ORB_BINARY(vsAdd, float, orb_vml_serv_threader_s_2i_1o)
@@ -103,42 +114,40 @@ ORB_UNARY(vdCbrt, double, orb_vml_serv_threader_d_1i_1o)
 ORB_UNARY(vsInvCbrt, float, orb_vml_serv_threader_s_1i_1o)
 ORB_UNARY(vdInvCbrt, double, orb_vml_serv_threader_d_1i_1o)
 
-#define ORB_POWX(name, T, thr)                                             \
-    ORB_EXPORT void name(int n, const T *a, T b, T *y) {                   \
-        if (!Accepted(n, a, y)) [[unlikely]] {                 \
-            Refuse(#name, n, {{a, 2}, {y, 4}}); \
-            return;                                                        \
-        }\
-        const int32_t s = Slot();                                          \
-        thr(vml_kernels_##name[s], n, a, b, y, vml_costs_##name[s], 0);    \
+#define ORB_POWX(name, T, thr)                                              \
+    ORB_EXPORT void name(int n, const T *a, T b, T *y) {                    \
+        if (!Accepted(n, a, y)) [[unlikely]] {                              \
+            Refuse(#name, n, {{a, 2}, {y, 4}});                             \
+            return;                                                         \
+        }                                                                   \
+        Dispatch(vml_kernels_##name, vml_costs_##name, thr, n, a, b, y);    \
     }
 ORB_POWX(vsPowx, float, orb_vml_serv_threader_s_cs_2i_s_1o)
 ORB_POWX(vdPowx, double, orb_vml_serv_threader_d_cd_2i_d_1o)
 
-#define ORB_CABS(name, C, R, thr)                                          \
-    ORB_EXPORT void name(int n, const C *a, R *y) {                        \
-        if (!Accepted(n, a, y)) [[unlikely]] {                 \
-            Refuse(#name, n, {{a, 2}, {y, 3}}); \
-            return;                                                        \
-        }\
-        const int32_t s = Slot();                                          \
-        thr(vml_kernels_##name[s], n, a, y, vml_costs_##name[s], 0);       \
+#define ORB_CABS(name, C, R, thr)                                           \
+    ORB_EXPORT void name(int n, const C *a, R *y) {                         \
+        if (!Accepted(n, a, y)) [[unlikely]] {                              \
+            Refuse(#name, n, {{a, 2}, {y, 3}});                             \
+            return;                                                         \
+        }                                                                   \
+        Dispatch(vml_kernels_##name, vml_costs_##name, thr, n, a, y);       \
     }
 ORB_CABS(vcAbs, VmlComplex8, float, orb_vml_serv_threader_c_1i_s_1o)
 ORB_CABS(vzAbs, VmlComplex16, double, orb_vml_serv_threader_z_1i_d_1o)
 
-#define ORB_LINEARFRAC(name, T, thr)                                       \
-    ORB_EXPORT void name(int n, const T *a, const T *b, T scalea,          \
-                         T shifta, T scaleb, T shiftb, T *y) {             \
-        if (!Accepted(n, a, b, y)) [[unlikely]] {                 \
-            Refuse(#name, n, {{a, 2}, {b, 3}, {y, 8}}); \
-            return;                                                        \
-        }\
-        const int32_t s = Slot();                                          \
-        /* Every accuracy block holds the same kernel: warn outside 3. */  \
-        if (s / 10 != 2) ServVmlSetStatus(VmlStatusModeWarning);           \
+#define ORB_LINEARFRAC(name, T, thr)                                        \
+    ORB_EXPORT void name(int n, const T *a, const T *b, T scalea,           \
+                         T shifta, T scaleb, T shiftb, T *y) {              \
+        if (!Accepted(n, a, b, y)) [[unlikely]] {                           \
+            Refuse(#name, n, {{a, 2}, {b, 3}, {y, 8}});                     \
+            return;                                                         \
+        }                                                                   \
+        const int32_t s = Slot();                                           \
+        /* Every accuracy block holds the same kernel: warn outside 3. */   \
+        if (s / 10 != 2) ServVmlSetStatus(VmlStatusModeWarning);            \
         thr(vml_kernels_##name[s], n, a, b, scalea, shifta, scaleb, shiftb, \
-            y, vml_costs_##name[s], 0);                                    \
+            y, vml_costs_##name[s], 0);                                     \
     }
 ORB_LINEARFRAC(vsLinearFrac, float, orb_vml_serv_threader_s_6i_1o)
 ORB_LINEARFRAC(vdLinearFrac, double, orb_vml_serv_threader_d_6i_1o)

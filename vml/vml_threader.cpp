@@ -21,18 +21,6 @@ template <class A, class... R> const void *FirstArray(A a, R...) {
 
 std::atomic<float> g_factor{-1.0f};
 
-// Machine factor of this process, computed once.
-float Factor() {
-    float f = g_factor.load(std::memory_order_acquire);
-    if (f < 0.0f) {
-        int32_t p = 1, k = 1, s = 0;
-        ServTopologyCounts(&p, &k, &s);
-        f = orb::vml::MachineFactor(p, k, s);
-        g_factor.store(f, std::memory_order_release);
-    }
-    return f;
-}
-
 // The team part, kept out of line: a function holding a parallel region
 // asks the runtime for its thread number on entry, which the serial path
 // must not pay.
@@ -63,20 +51,14 @@ __attribute__((noinline)) void RunTeam(K kernel, int32_t n, int32_t t,
 
 template <class K, class... A>
 inline void Run(K kernel, int32_t n, float cost, A... args) {
-    if (n < orb::vml::kThreadThreshold) {
-        kernel(n, args...);
-        return;
-    }
-    // Under the dynamic rule a call whose work estimate is below one thread
-    // stays serial whatever the allowed count: decide that before asking
-    // for the count, which costs more than a short kernel.
-    const bool dynamic = ServGetDynamic() != 0;
-    if (dynamic && float(n) * cost * Factor() < 1.0f) {
+    // Decided before asking for the thread count, which costs more than a
+    // short kernel.
+    if (orb::vml::RunsSerial(n, cost)) {
         kernel(n, args...);
         return;
     }
     int32_t t = ServDomainThreads(ServDomainVml);
-    if (t > 1 && dynamic) ServVmlThreadCount(&t, n, cost);
+    if (t > 1 && ServGetDynamic() != 0) ServVmlThreadCount(&t, n, cost);
     if (t <= 1) {
         kernel(n, args...);
         return;
@@ -87,6 +69,17 @@ inline void Run(K kernel, int32_t n, float cost, A... args) {
 }  // namespace
 
 namespace orb::vml {
+
+float ProcessFactor() {
+    float f = g_factor.load(std::memory_order_acquire);
+    if (f < 0.0f) [[unlikely]] {
+        int32_t p = 1, k = 1, s = 0;
+        ServTopologyCounts(&p, &k, &s);
+        f = MachineFactor(p, k, s);
+        g_factor.store(f, std::memory_order_release);
+    }
+    return f;
+}
 
 float MachineFactor(int32_t p, int32_t k, int32_t t) {
     const int32_t n = p * k * (t + 1);
@@ -100,7 +93,7 @@ float MachineFactor(int32_t p, int32_t k, int32_t t) {
 }  // namespace orb::vml
 
 extern "C" int32_t ServVmlThreadCount(int32_t *t, int32_t n, float c) {
-    const float work = float(n) * c * Factor();
+    const float work = float(n) * c * orb::vml::ProcessFactor();
     int32_t count = int32_t(std::nearbyint(work));
     if (count == 0) count = 1;
     if (count > *t) count = *t;

@@ -6,6 +6,7 @@
 
 #include <stdint.h>
 
+#include "service/threads.h"
 #include "vml/vml_frame.h"
 
 #ifdef __cplusplus
@@ -62,6 +63,16 @@ namespace orb::vml {
 constexpr int32_t kThreadThreshold = 100;
 // Machine factor F of the dynamic rule for given topology counts.
 float MachineFactor(int32_t packages, int32_t cores, int32_t smt_minus_one);
+// This process's machine factor, computed on first use.
+float ProcessFactor();
+// True when a call of n elements runs in the calling thread whatever the
+// thread count: below the threshold, or, under the dynamic rule, when the
+// work estimate is below one thread. Inline: the entries test it before
+// handing a call to the threader, which then stays off the short calls.
+inline bool RunsSerial(int32_t n, float cost) {
+    if (n < kThreadThreshold) return true;
+    return ServGetDynamic() != 0 && float(n) * cost * ProcessFactor() < 1.0f;
+}
 // First element and count of team member k of m for n elements.
 inline void ChunkOf(int32_t n, int32_t k, int32_t m, int32_t *first,
                     int32_t *count) {
