@@ -115,7 +115,9 @@ struct RootCase {
 TEST(VmlMathAccuracy, Roots) {
     const RootCase cases[] = {
         // Sqrt correctly rounded: within half an ulp.
-        {MathFn::Sqrt, {{ORB_ALL_LEVELS(vdSqrt_ha), 0.5}}, {{ORB_ALL_LEVELS(vsSqrt_ha), 0.5}}},
+        {MathFn::Sqrt,
+         {{ORB_ALL_LEVELS(vdSqrt_ha), 0.5}},
+         {{ORB_ALL_LEVELS(vsSqrt_ha), 0.5}, {ORB_ALL_LEVELS(vsSqrt_ep), 0x1p12}}},
         {MathFn::Cbrt,
          {{ORB_ALL_LEVELS(vdCbrt_ha), 1.0}},
          {{ORB_ALL_LEVELS(vsCbrt_ha), 1.0},

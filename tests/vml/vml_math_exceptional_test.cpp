@@ -92,6 +92,17 @@ TEST(VmlMathSpecial, Sqrt) {
     const decltype(&k_ref::vsSqrt_ha) ks[] = ORB_ALL_LEVELS(vsSqrt_ha);
     CheckUnaryAll<double>(kd, kSqrtCases, "vdSqrt");
     CheckUnaryAll<float>(ks, kSqrtCases, "vsSqrt");
+    // The code-3 flavour: eight normal operands (one whole vector on the
+    // estimate path) ahead of the special ones; 11 correct bits.
+    const decltype(&k_ref::vsSqrt_ep) ke[] = ORB_ALL_LEVELS(vsSqrt_ep);
+    std::vector<Case> cases;
+    for (int i = 0; i < 8; ++i) cases.push_back({std::ldexp(1.0 + i / 8.0, 3 * i - 12), 0,
+                                                 std::sqrt(std::ldexp(1.0 + i / 8.0, 3 * i - 12)), 0});
+    cases.insert(cases.end(), kSqrtCases.begin(), kSqrtCases.end());
+    for (size_t l = 0; l < std::size(ke); ++l)
+        Check<float>(cases, "vsSqrt", kLevelNames[l],
+                     [&](int n, const float *a, const float *, float *y) { ke[l](n, a, y); },
+                     0x1p-11);
 }
 
 const std::vector<Case> kCbrtCases = {

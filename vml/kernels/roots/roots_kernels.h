@@ -3,6 +3,7 @@
  * (k_ref for the plain reference loops, k_generic ... k_avx2) defines them
  * all; the declarations below follow from the list. Suffix _ha is the
  * flavour within 1 ulp (single precision: Newton step on widened lanes),
+ * vsSqrt_ep the code-3 square root (estimate and one Newton step, 22 bits),
  * vdInvCbrt_la/_ep the division-free double ones of codes 1 and 3, _la the single-precision flavour within 4 ulp
  * (seed and one Newton step on float lanes), _ep the seed-only one (11
  * bits and more). */
@@ -13,6 +14,7 @@
 
 #define ORB_VML_ROOT_KERNELS(X)                                  \
     X(vsSqrt_ha, float, SqrtCore, Full, 1, "vsSqrt")             \
+    X(vsSqrt_ep, float, SqrtCore, Seed, 1, "vsSqrt")             \
     X(vdSqrt_ha, double, SqrtCore, Full, 1, "vdSqrt")            \
     X(vsCbrt_ha, float, CbrtCore, Wide, 0, "vsCbrt")             \
     X(vsCbrt_la, float, CbrtCore, Fast, 0, "vsCbrt")             \
