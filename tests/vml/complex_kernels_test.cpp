@@ -167,9 +167,15 @@ TEST(VmlComplexKernels, InfiniteAndNanPartsFollowAnnexG) {
                 EXPECT_EQ(r[0].real, c.op == 0 ? -7.0 : 1.0) << slot;
             }
             const VmlComplex16 x = r[at];
-            if (c.want_inf) EXPECT_TRUE(std::isinf(x.real) || std::isinf(x.imag)) << slot << " " << x.real << " " << x.imag;
-            if (c.want_zero) EXPECT_TRUE(x.real == 0.0 && x.imag == 0.0) << slot << " " << x.real << " " << x.imag;
-            if (c.want_nan) EXPECT_TRUE(std::isnan(x.real) || std::isnan(x.imag)) << slot;
+            if (c.want_inf) {
+                EXPECT_TRUE(std::isinf(x.real) || std::isinf(x.imag)) << slot << " " << x.real << " " << x.imag;
+            }
+            if (c.want_zero) {
+                EXPECT_TRUE(x.real == 0.0 && x.imag == 0.0) << slot << " " << x.real << " " << x.imag;
+            }
+            if (c.want_nan) {
+                EXPECT_TRUE(std::isnan(x.real) || std::isnan(x.imag)) << slot;
+            }
         }
     }
 }

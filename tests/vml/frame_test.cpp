@@ -91,7 +91,9 @@ TEST(VmlFrame, StateIsPerThreadAndFreshThreadsStartAtDefault) {
     EXPECT_EQ(other_status, 0);
     EXPECT_EQ(other_base, nullptr);
     // The test process runs without ORB_VML_MODE unless a probe sets it.
-    if (ServVmlInitialMode() == -1) EXPECT_EQ(other_mode, 0x1A02u);
+    if (ServVmlInitialMode() == -1) {
+        EXPECT_EQ(other_mode, 0x1A02u);
+    }
     EXPECT_EQ(ServVmlGetMode(), 0x0103u);
     EXPECT_EQ(ServVmlGetStatus(), 5);
 }
