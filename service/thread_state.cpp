@@ -98,7 +98,6 @@ thread_local ServThreadState t_static_record ORB_INITIAL_EXEC{};
 SlotHeapStore g_slot_store;
 std::atomic<int> g_mode{-1};
 
-
 ThreadStateMode DetermineMode() {
     int m = g_mode.load(std::memory_order_acquire);
     if (m < 0) {

@@ -96,11 +96,19 @@ ProbeResult RunProbe(const std::string &scenario, const EnvList &env,
     si.hStdOutput = wr;
     si.hStdError = GetStdHandle(STD_ERROR_HANDLE);
     PROCESS_INFORMATION pi{};
-    BOOL ok = CreateProcessA(nullptr, cmd.data(), nullptr, nullptr, TRUE, 0, block.data(),
-                             dir.empty() ? nullptr : dir.c_str(), &si, &pi);
+    // Under Wine a process start can fail now and then while the server is
+    // busy with other starts (seen once in a CI run with two test programs
+    // starting probes at once); a scenario is worth a second and third try.
+    BOOL ok = FALSE;
+    for (int attempt = 0; attempt < 3 && !ok; ++attempt) {
+        if (attempt > 0) Sleep(200);
+        ok = CreateProcessA(nullptr, cmd.data(), nullptr, nullptr, TRUE, 0, block.data(),
+                            dir.empty() ? nullptr : dir.c_str(), &si, &pi);
+    }
     CloseHandle(wr);
     if (!ok) {
         CloseHandle(rd);
+        result.out = "CreateProcessA failed, error " + std::to_string(GetLastError());
         return result;
     }
     char buf[4096];
