@@ -144,7 +144,9 @@ struct Buffer {
     int64_t lo = 0;  // lowest element index
     int width = 1;   // reals per element in this array
 
-    void Cover(const std::vector<const Side *> &sides) {
+    // False when the sides together span too many elements to allocate
+    // (each side is small, but an in-place real pair may lie far apart).
+    bool Cover(const std::vector<const Side *> &sides) {
         int64_t l = INT64_MAX, h = INT64_MIN;
         for (const Side *s : sides) {
             int64_t a, b;
@@ -152,6 +154,7 @@ struct Buffer {
             l = std::min(l, a);
             h = std::max(h, b);
         }
+        if (h - l >= 4 * kMaxSpan) return false;
         lo = l;
         data.assign(size_t(h - l + 1) * width, T(kSentinel));
         addressed.assign(data.size(), 0);
@@ -159,6 +162,7 @@ struct Buffer {
             s->ForEach([&](int64_t e) {
                 for (int w = 0; w < width; ++w) addressed[size_t((e - lo) * width + w)] = 1;
             });
+        return true;
     }
     T *Base() { return data.data() - lo * width; }
     T &At(int64_t e, int w) { return data[size_t((e - lo) * width + w)]; }
@@ -279,20 +283,19 @@ void Compute(Input &in, DftiHandle h, const Config &c) {
             std::vector<const Side *> all = {&is_r, &os_r};
             if (is.complex) all.push_back(&is_pairs);
             if (os.complex) all.push_back(&os_pairs);
-            ire.Cover(all);
-        } else {
-            ire.Cover({&is});
+            if (!ire.Cover(all)) return;
+        } else if (!ire.Cover({&is})) {
+            return;
         }
-    } else {
-        ire.Cover({&is});
-        ore.Cover({&os});
+    } else if (!ire.Cover({&is}) || !ore.Cover({&os})) {
+        return;
     }
     if (split) {
         iim.width = 1;
-        iim.Cover({&is});
+        if (!iim.Cover({&is})) return;
         if (!in_place) {
             oim.width = 1;
-            oim.Cover({&os});
+            if (!oim.Cover({&os})) return;
         }
     }
     // Input values (real in place: through the real-indexed array).
