@@ -32,6 +32,11 @@
  *   Round: nearest integer, halfway cases away from zero.
  *   Div reports status 2 when the divisor is +-0 and the dividend finite
  *   (including 0/0); no report when an operand is infinite or NaN.
+ *   Every kernel, the plain level-0 loops and the 32-bit builds included,
+ *   computes with SSE2 instructions, which round to the element precision
+ *   by themselves: no x87 code runs, so the x87 control word (precision and
+ *   rounding fields) is neither read nor changed. Inside a kernel the
+ *   rounding mode is round-to-nearest whatever the caller's MXCSR says.
  *   Complex Mul, MulByConj, Div, Abs: within 2 ulp of the exact result in
  *   each component for finite operands, without spurious overflow or
  *   underflow anywhere in the format's range (scaled evaluation). Infinite
