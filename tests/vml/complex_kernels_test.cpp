@@ -13,16 +13,10 @@
 namespace {
 
 using orb::test::ModeScope;
+using orb::test::SlotRunnable;
 using Q = __float128;
 
 constexpr uint32_t kQuiet = 0x0100 | 0x3;
-
-bool SlotRunnable(int slot) {
-    const int level = slot % 10;
-    if (level == 9) return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
-    if (level == 8) return __builtin_cpu_supports("avx");
-    return true;
-}
 
 Q QSqrt(Q x) {
     if (x <= 0) return 0;
