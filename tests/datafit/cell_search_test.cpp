@@ -61,8 +61,8 @@ const Scenario kScenarios[] = {
 };
 
 template <class T>
-void Check(InterpKernelD, InterpKernelS, const char *level, int64_t nx, int64_t nsite, unsigned seed,
-           int (*kernel)(const InterpRequest<T> &)) {
+void Check(int (*kernel)(const InterpRequest<T> &), const char *level, int64_t nx, int64_t nsite,
+           unsigned seed) {
     std::mt19937_64 rng(seed);
     std::uniform_real_distribution<double> w(0.01, 2.0);
     for (const Scenario &sc : kScenarios) {
@@ -131,8 +131,8 @@ TEST(DfCellSearch, EveryStrategyEveryLevelMatchesBruteForce) {
     for (const LevelKernels &lv : kLevels) {
         for (int64_t nx : {2, 3, 7, 100, 3000}) {
             for (int64_t nsite : {1, 50, 10000}) {
-                Check<double>(lv.search_d, lv.search_s, lv.name, nx, nsite, seed++, lv.search_d);
-                Check<float>(lv.search_d, lv.search_s, lv.name, nx, nsite, seed++, lv.search_s);
+                Check<double>(lv.search_d, lv.name, nx, nsite, seed++);
+                Check<float>(lv.search_s, lv.name, nx, nsite, seed++);
             }
         }
     }
