@@ -156,9 +156,12 @@ TEST(DfInterpolate, LookupAndStepTypes) {
         int32_t dorder[1] = {1};
         ASSERT_EQ(dfdInterpolate1D(t, 1, 1, 6, s, 0, 1, dorder, nullptr, r, 0, nullptr), 0);
         for (int k = 0; k < 6; ++k) {
-            if (std::isnan(row.want[k])) EXPECT_TRUE(std::isnan(r[k])) << row.type << " " << k;
-            else EXPECT_EQ(r[k], row.want[k]) << row.type << " " << k;
-            if (!std::isnan(row.want[k])) EXPECT_EQ(r[6 + k], row.want[k] + 10) << row.type << " " << k;
+            if (std::isnan(row.want[k])) {
+                EXPECT_TRUE(std::isnan(r[k])) << row.type << " " << k;
+            } else {
+                EXPECT_EQ(r[k], row.want[k]) << row.type << " " << k;
+                EXPECT_EQ(r[6 + k], row.want[k] + 10) << row.type << " " << k;
+            }
         }
         dfDeleteTask(&t);
     }
