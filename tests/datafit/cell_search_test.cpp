@@ -17,17 +17,9 @@
 namespace orb::df {
 namespace {
 
-struct LevelKernels {
-    const char *name;
-    InterpKernelD search_d;
-    InterpKernelS search_s;
-};
-#define ORB_DF_LEVEL_ROW(ns) {#ns, ns::CellSearchD, ns::CellSearchS},
-const LevelKernels kLevels[] = {ORB_DF_INTERP_LEVELS(ORB_DF_LEVEL_ROW)};
-#undef ORB_DF_LEVEL_ROW
-
-int32_t Threads(int32_t) { return 2; }
-const ThreadServices kTwoThreads = {Threads};
+using orb::test::kLevels;
+using orb::test::kTwoThreads;
+using orb::test::LevelKernels;
 
 template <class T>
 int64_t BruteCell(const std::vector<T> &x, T t) {
