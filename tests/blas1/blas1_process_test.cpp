@@ -5,7 +5,7 @@
 
 #include "support/process_harness.h"
 
-using orb::test::RunProbe;
+using orb::test::ExpectProbe;
 
 namespace {
 
@@ -18,18 +18,13 @@ TEST(Blas1Process, MicroarchCode) {
         {"varel5", {{"ORB_CBWR", "COMPATIBLE"}, {"ORB_DEBUG_CPU_MA", "64"}}, "code=0\n"},
         {"varel5", {{"ORB_DEBUG_CPU_TYPE", "6"}, {"ORB_DEBUG_CPU_MA", "64"}}, "code=128\n"},  // level 5 only
     };
-    for (const auto &c : cases) {
-        auto r = RunProbe("blas1_microarch", c.env, {c.cpu});
-        EXPECT_EQ(r.out, c.want) << c.cpu;
-    }
+    for (const auto &c : cases) ExpectProbe(0, c.want, "blas1_microarch", c.env, {c.cpu});
 }
 
 TEST(Blas1Process, LargeCopyUnderThreadSettings) {
-    for (const char *threads : {"1", "2", "3"}) {
-        auto r = RunProbe("blas1_large_copy", {{"ORB_DOMAIN_NUM_THREADS", std::string("ORB_BLAS=") + threads},
-                                               {"ORB_DYNAMIC", "FALSE"}});
-        EXPECT_EQ(r.out, "bad=0\n") << threads;
-    }
+    for (const char *threads : {"1", "2", "3"})
+        ExpectProbe(0, "bad=0\n", "blas1_large_copy",
+                    {{"ORB_DOMAIN_NUM_THREADS", std::string("ORB_BLAS=") + threads}, {"ORB_DYNAMIC", "FALSE"}});
 }
 
 }  // namespace

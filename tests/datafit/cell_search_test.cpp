@@ -17,17 +17,9 @@
 namespace orb::df {
 namespace {
 
-struct LevelKernels {
-    const char *name;
-    InterpKernelD search_d;
-    InterpKernelS search_s;
-};
-#define ORB_DF_LEVEL_ROW(ns) {#ns, ns::CellSearchD, ns::CellSearchS},
-const LevelKernels kLevels[] = {ORB_DF_INTERP_LEVELS(ORB_DF_LEVEL_ROW)};
-#undef ORB_DF_LEVEL_ROW
-
-int32_t Threads(int32_t) { return 2; }
-const ThreadServices kTwoThreads = {Threads};
+using orb::test::kLevels;
+using orb::test::kTwoThreads;
+using orb::test::LevelKernels;
 
 template <class T>
 int64_t BruteCell(const std::vector<T> &x, T t) {
@@ -61,8 +53,8 @@ const Scenario kScenarios[] = {
 };
 
 template <class T>
-void Check(InterpKernelD, InterpKernelS, const char *level, int64_t nx, int64_t nsite, unsigned seed,
-           int (*kernel)(const InterpRequest<T> &)) {
+void Check(int (*kernel)(const InterpRequest<T> &), const char *level, int64_t nx, int64_t nsite,
+           unsigned seed) {
     std::mt19937_64 rng(seed);
     std::uniform_real_distribution<double> w(0.01, 2.0);
     for (const Scenario &sc : kScenarios) {
@@ -131,8 +123,8 @@ TEST(DfCellSearch, EveryStrategyEveryLevelMatchesBruteForce) {
     for (const LevelKernels &lv : kLevels) {
         for (int64_t nx : {2, 3, 7, 100, 3000}) {
             for (int64_t nsite : {1, 50, 10000}) {
-                Check<double>(lv.search_d, lv.search_s, lv.name, nx, nsite, seed++, lv.search_d);
-                Check<float>(lv.search_d, lv.search_s, lv.name, nx, nsite, seed++, lv.search_s);
+                Check<double>(lv.search_d, lv.name, nx, nsite, seed++);
+                Check<float>(lv.search_s, lv.name, nx, nsite, seed++);
             }
         }
     }

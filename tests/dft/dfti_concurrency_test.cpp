@@ -7,7 +7,7 @@
 #include <functional>
 #include <thread>
 
-#include "engine_oracle.h"
+#include "dfti_layout.h"
 #include "include/orb_dfti.h"
 
 namespace {
@@ -60,8 +60,7 @@ TEST(DftiConcurrency, ComplexFourThreads) {
                 x[i] = LCx(in[t][re], in[t][im]);
             }
             for (int b = 0; b < r.count; ++b) {
-                std::vector<LCx> one(x.begin() + b * n, x.begin() + (b + 1) * n);
-                for (int a = 0; a < int(shape.size()); ++a) NaiveAxis(one, shape, a, -1);
+                const std::vector<LCx> one = NaiveAll({x.begin() + b * n, x.begin() + (b + 1) * n}, shape, -1);
                 want[t].insert(want[t].end(), one.begin(), one.end());
             }
         }
@@ -95,18 +94,10 @@ TEST(DftiConcurrency, PackedRealFourThreads) {
         std::vector<std::vector<double>> in(4);
         std::vector<std::vector<LCx>> want(4);
         for (int t = 0; t < 4; ++t) {
-            std::vector<LCx> x = RandomComplex(n, 70 + t);
-            for (auto &v : x) v = LCx((long double)double(v.real()), 0);
-            for (const auto &v : x) in[t].push_back(double(v.real()));
-            std::vector<int64_t> shape{n};
-            NaiveAxis(x, shape, 0, -1);
-            // PACK: R0, R1, I1, ..., and R(n/2) last for even n.
-            want[t].push_back(x[0].real());
-            for (int32_t k = 1; 2 * k < n; ++k) {
-                want[t].push_back(x[k].real());
-                want[t].push_back(x[k].imag());
-            }
-            if (n % 2 == 0) want[t].push_back(x[n / 2].real());
+            std::vector<LCx> x = RandomReal(n, 70 + t);
+            for (auto &v : x) in[t].push_back(double(v.real()));
+            for (auto &v : x) v = LCx(double(v.real()), 0);  // the oracle sees the rounded input
+            for (long double v : Listing(DftiValuePack55, NaiveAll(x, {n}, -1), n)) want[t].push_back(v);
         }
         FromFourThreads(
             [&](int t) {

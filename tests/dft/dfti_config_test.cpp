@@ -289,9 +289,6 @@ TEST(DftiStatus, TextsAndClasses) {
     }
     EXPECT_STREQ(DftiStatusText(100), texts[10]);
     EXPECT_STREQ(DftiStatusText(-1), texts[10]);
-    const orb::MessageRow *row = orb::FindMessage(760);
-    ASSERT_NE(row, nullptr);
-    EXPECT_STREQ(row->text, "ORB FATAL ERROR: memory allocation error.");
 }
 
 }  // namespace

@@ -121,8 +121,8 @@ ApiOutcome Run(const ApiCase &c) {
     std::vector<int64_t> shape(c.lengths.begin(), c.lengths.end());
     std::vector<LCx> got, want;
     for (int64_t t = 0; t < c.count; ++t) {
-        std::vector<LCx> ref(x.begin() + t * n_total, x.begin() + (t + 1) * n_total);
-        for (int axis = 0; axis < rank; ++axis) NaiveAxis(ref, shape, axis, c.backward ? 1 : -1);
+        const std::vector<LCx> ref =
+            NaiveAll({x.begin() + t * n_total, x.begin() + (t + 1) * n_total}, shape, c.backward ? 1 : -1);
         for (int64_t j = 0; j < n_total; ++j) {
             want.push_back(ref[j] * (long double)c.scale);
             got.push_back(target.Get(res.Index(t, j)));
@@ -181,6 +181,37 @@ double RoundTripError(bool is_double, const std::vector<int32_t> &lengths, bool 
             got[i] = split ? LCx(ref[i], imf[i]) : LCx(ilf[2 * i], ilf[2 * i + 1]);
     }
     return RelRms(got, x);
+}
+
+std::vector<LCx> RandomReal(int64_t count, uint64_t seed) {
+    std::vector<LCx> x = RandomComplex(count, seed);
+    for (auto &v : x) v = LCx(v.real(), 0);
+    return x;
+}
+
+std::vector<LCx> NaiveAll(std::vector<LCx> x, const std::vector<int64_t> &shape, int sign) {
+    for (int axis = 0; axis < int(shape.size()); ++axis) NaiveAxis(x, shape, axis, sign);
+    return x;
+}
+
+std::vector<long double> Listing(int32_t format, const std::vector<LCx> &z, int64_t n) {
+    std::vector<long double> v;
+    const int64_t h = n / 2;
+    if (format == DftiValuePack54 || format == DftiValuePack57) {
+        for (int64_t k = 0; k <= h; ++k) {
+            v.push_back(z[k].real());
+            v.push_back(z[k].imag());
+        }
+        return v;
+    }
+    v.push_back(z[0].real());
+    if (format == DftiValuePack56 && n % 2 == 0 && n > 1) v.push_back(z[h].real());
+    for (int64_t k = 1; 2 * k < n; ++k) {
+        v.push_back(z[k].real());
+        v.push_back(z[k].imag());
+    }
+    if (format == DftiValuePack55 && n % 2 == 0 && n > 1) v.push_back(z[h].real());
+    return v;
 }
 
 }  // namespace orb::dft::test

@@ -1,13 +1,16 @@
 // Case runner for the descriptor interface: lays logical complex data out
 // as a caller would (strides, negative strides, padding, batches, split
 // storage, in place), configures, commits and computes through the public
-// API, and compares with the long-double oracle.
+// API, and compares with the long-double oracle; and the oracle's views
+// that several descriptor tests share (real input, every axis, CE formats).
 #ifndef ORB_TESTS_DFT_DFTI_LAYOUT_H
 #define ORB_TESTS_DFT_DFTI_LAYOUT_H
 
 #include <cstdint>
 #include <string>
 #include <vector>
+
+#include "engine_oracle.h"
 
 namespace orb::dft::test {
 
@@ -38,6 +41,14 @@ ApiOutcome RunApiCase(const ApiCase &c);
 
 // Forward with scale 1 then backward with scale 1/N returns the input.
 double RoundTripError(bool is_double, const std::vector<int32_t> &lengths, bool split);
+
+// RandomComplex with the imaginary parts zeroed.
+std::vector<LCx> RandomReal(int64_t count, uint64_t seed);
+// The naive transform along every axis of a row-major array.
+std::vector<LCx> NaiveAll(std::vector<LCx> x, const std::vector<int64_t> &shape, int sign);
+// The conjugate-even bins z of a length-n real transform as the format
+// stores them, as reals (CCE and CCS list re, im of each element).
+std::vector<long double> Listing(int32_t format, const std::vector<LCx> &z, int64_t n);
 
 }  // namespace orb::dft::test
 

@@ -4,33 +4,12 @@
 // expected arrays are listed from the oracle's bins format by format.
 #include <gtest/gtest.h>
 
-#include "engine_oracle.h"
+#include "dfti_layout.h"
 #include "include/orb_dfti.h"
 
 namespace {
 
 using namespace orb::dft::test;
-
-// Expected conjugate-even array, as reals (CCE lists re, im of each element).
-std::vector<long double> Listing(int32_t format, const std::vector<LCx> &z, int64_t n) {
-    std::vector<long double> v;
-    const int64_t h = n / 2;
-    if (format == DftiValuePack54 || format == DftiValuePack57) {
-        for (int64_t k = 0; k <= h; ++k) {
-            v.push_back(z[k].real());
-            v.push_back(z[k].imag());
-        }
-        return v;
-    }
-    v.push_back(z[0].real());
-    if (format == DftiValuePack56 && n % 2 == 0 && n > 1) v.push_back(z[h].real());
-    for (int64_t k = 1; 2 * k < n; ++k) {
-        v.push_back(z[k].real());
-        v.push_back(z[k].imag());
-    }
-    if (format == DftiValuePack55 && n % 2 == 0 && n > 1) v.push_back(z[h].real());
-    return v;
-}
 
 struct RealCase {
     int32_t n, format, count;
@@ -88,12 +67,8 @@ void RunReal(const RealCase &rc, bool is_double) {
         std::vector<std::vector<LCx>> xs;
         std::vector<std::vector<long double>> lists;
         for (int64_t t = 0; t < rc.count; ++t) {
-            std::vector<LCx> x = RandomComplex(n, 100 + t);
-            for (auto &v : x) v = LCx(v.real(), 0);
-            xs.push_back(x);
-            std::vector<int64_t> shape{n};
-            NaiveAxis(x, shape, 0, -1);
-            lists.push_back(Listing(rc.format, x, n));
+            xs.push_back(RandomReal(n, 100 + t));
+            lists.push_back(Listing(rc.format, NaiveAll(xs.back(), {n}, -1), n));
         }
         for (int64_t t = 0; t < rc.count; ++t) {
             const std::vector<long double> &list = lists[t];
@@ -128,8 +103,9 @@ void RunReal(const RealCase &rc, bool is_double) {
         EXPECT_LE(RelRms(got, want), Tolerance(is_double, n)) << name << (forward ? " forward" : " backward");
         if (!rc.in_place && forward)  // the gaps between packed elements stay untouched
             for (int64_t t = 0; t < rc.count; ++t)
-                for (int64_t e = 0; e + 1 < ce_elems && ps > 1; ++e)
+                for (int64_t e = 0; e + 1 < ce_elems && ps > 1; ++e) {
                     EXPECT_EQ(cbuf[(t * ce_dist + e * ps + 1) * ce_unit], T(-7)) << name;
+                }
     }
 }
 
@@ -199,15 +175,13 @@ TEST(DftiReal, MultiDimensionalCce) {
             ASSERT_EQ(DftiSetValue(fw, DftiParamInputStrides, rs.data()), 0);
             ASSERT_EQ(DftiSetValue(fw, DftiParamOutputStrides, cs.data()), 0);
             ASSERT_EQ(DftiCommitDescriptor(fw), 0);
-            std::vector<LCx> x = RandomComplex(n, 9);
-            for (auto &v : x) v = LCx(v.real(), 0);
+            const std::vector<LCx> x = RandomReal(n, 9);
             std::vector<double> xd(n), yd(2 * outer * h), bd(n);
             std::vector<float> xf(n), yf(2 * outer * h), bf(n);
             for (int64_t i = 0; i < n; ++i) xd[i] = double(x[i].real()), xf[i] = float(xd[i]);
             ASSERT_EQ(dbl ? DftiComputeForward(fw, xd.data(), yd.data()) : DftiComputeForward(fw, xf.data(), yf.data()), 0);
-            std::vector<LCx> ref = x, got, want;
-            std::vector<int64_t> sh(shape.begin(), shape.end());
-            for (int a = 0; a < rank; ++a) NaiveAxis(ref, sh, a, -1);
+            const std::vector<LCx> ref = NaiveAll(x, {shape.begin(), shape.end()}, -1);
+            std::vector<LCx> got, want;
             for (int64_t o = 0; o < outer; ++o)
                 for (int64_t k = 0; k < h; ++k) {
                     want.push_back(ref[o * last + k]);
@@ -228,10 +202,6 @@ TEST(DftiReal, MultiDimensionalCce) {
         }
 }
 
-}  // namespace
-
-namespace {
-
 // Rank 2 in place, the usual padded layout: rows of 2(n/2+1) reals hold
 // n/2+1 complex elements after the forward transform.
 TEST(DftiReal, TwoDimensionalInPlacePadded) {
@@ -245,18 +215,13 @@ TEST(DftiReal, TwoDimensionalInPlacePadded) {
             ASSERT_EQ(DftiSetValue(d, DftiParamInputStrides, rs), 0);
             ASSERT_EQ(DftiSetValue(d, DftiParamOutputStrides, cs), 0);
             ASSERT_EQ(DftiCommitDescriptor(d), 0);
-            std::vector<LCx> x = RandomComplex(int64_t(rows) * cols, 3);
+            const std::vector<LCx> x = RandomReal(int64_t(rows) * cols, 3);
             std::vector<double> buf(size_t(rows) * 2 * h, -9.0);
             for (int32_t r = 0; r < rows; ++r)
-                for (int32_t c = 0; c < cols; ++c) {
-                    x[r * cols + c] = LCx(x[r * cols + c].real(), 0);
-                    buf[r * 2 * h + c] = double(x[r * cols + c].real());
-                }
+                for (int32_t c = 0; c < cols; ++c) buf[r * 2 * h + c] = double(x[r * cols + c].real());
             ASSERT_EQ(DftiComputeForward(d, buf.data()), 0);
-            std::vector<LCx> ref = x, got, want;
-            std::vector<int64_t> shape{rows, cols};
-            NaiveAxis(ref, shape, 0, -1);
-            NaiveAxis(ref, shape, 1, -1);
+            const std::vector<LCx> ref = NaiveAll(x, {rows, cols}, -1);
+            std::vector<LCx> got, want;
             for (int32_t r = 0; r < rows; ++r)
                 for (int32_t k = 0; k < h; ++k) {
                     want.push_back(ref[r * cols + k]);

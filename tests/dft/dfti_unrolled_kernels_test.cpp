@@ -10,7 +10,7 @@
 #include "dft/dfti_descriptor.h"
 #include "dft/smallcube/cube_kernels.h"
 #include "dft/split1d/split1d_kernels.h"
-#include "engine_oracle.h"
+#include "dfti_layout.h"
 #include "include/orb_dfti.h"
 
 namespace {
@@ -21,8 +21,7 @@ using namespace orb::dft::test;
 template <typename R>
 double CubeError(CubeKernel k, int n, int sign, bool in_place) {
     const int64_t total = int64_t(n) * n * n;
-    std::vector<LCx> x = RandomComplex(total, 77 + n), ref = x;
-    for (int axis = 0; axis < 3; ++axis) NaiveAxis(ref, {n, n, n}, axis, sign);
+    const std::vector<LCx> x = RandomComplex(total, 77 + n), ref = NaiveAll(x, {n, n, n}, sign);
     std::vector<R> in(2 * total), out(2 * total + 2, R(12345));
     for (int64_t i = 0; i < total; ++i) {
         in[2 * i] = R(x[i].real());
@@ -65,9 +64,7 @@ TEST(DftiSplitStraight, EveryLevelEveryN) {
                     std::vector<double> re(2 * span, 9), im(2 * span, 9), ore(2 * span, 9),
                         oim(2 * span, 9);
                     const int64_t mid = span;  // index 0 with room on both sides
-                    const std::vector<LCx> x = RandomComplex(n, 31 + n);
-                    std::vector<LCx> ref = x;
-                    NaiveAxis(ref, {n}, 0, backward ? 1 : -1);
+                    const std::vector<LCx> x = RandomComplex(n, 31 + n), ref = NaiveAll(x, {n}, backward ? 1 : -1);
                     for (int j = 0; j < n; ++j) {
                         re[mid + j * l.is] = double(x[j].real());
                         im[mid + j * l.is] = double(x[j].imag());
@@ -100,8 +97,7 @@ TEST(DftiSmallCube, InterfaceWithOffsets) {
         ASSERT_EQ(DftiSetValue(h, DftiParamOutputStrides, out_strides), 0);
         ASSERT_EQ(DftiCommitDescriptor(h), 0);
         EXPECT_EQ(h->current_planner, &DftiPlannerSmallCube);
-        std::vector<LCx> x = RandomComplex(total, 5), ref = x;
-        for (int axis = 0; axis < 3; ++axis) NaiveAxis(ref, {n, n, n}, axis, +1);
+        const std::vector<LCx> x = RandomComplex(total, 5), ref = NaiveAll(x, {n, n, n}, +1);
         std::vector<double> in(2 * (total + 3)), out(2 * (total + 5));
         for (int64_t i = 0; i < total; ++i) {
             in[2 * (i + 3)] = double(x[i].real());

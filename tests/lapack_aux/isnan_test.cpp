@@ -16,24 +16,18 @@ T FromBits(Bits b) {
     return v;
 }
 
-TEST(IsNan, Double) {
-    const double values[] = {
-        std::numeric_limits<double>::quiet_NaN(), -std::numeric_limits<double>::quiet_NaN(),
-        std::numeric_limits<double>::signaling_NaN(), FromBits<double, uint64_t>(0x7FF0000000000001ull),
-        FromBits<double, uint64_t>(0xFFFFFFFFFFFFFFFFull), std::numeric_limits<double>::infinity(),
-        -std::numeric_limits<double>::infinity(), 0.0, -0.0, std::numeric_limits<double>::denorm_min(),
-        std::numeric_limits<double>::max(), 1.0};
-    for (double v : values) EXPECT_EQ(disnan(&v) != 0, std::isnan(v)) << v;
+// Both NaN signs, a signalling NaN, the smallest and largest payloads, and
+// the non-NaN specials around them.
+template <typename T, typename Bits>
+void CheckSpecials(int (*isnan_fn)(const T *), Bits smallest_payload_nan, Bits all_ones) {
+    using L = std::numeric_limits<T>;
+    const T values[] = {L::quiet_NaN(), -L::quiet_NaN(), L::signaling_NaN(),
+                        FromBits<T>(smallest_payload_nan), FromBits<T>(all_ones), L::infinity(),
+                        -L::infinity(), T(0), -T(0), L::denorm_min(), L::max(), T(1)};
+    for (T v : values) EXPECT_EQ(isnan_fn(&v) != 0, std::isnan(v)) << v;
 }
 
-TEST(IsNan, Single) {
-    const float values[] = {
-        std::numeric_limits<float>::quiet_NaN(), -std::numeric_limits<float>::quiet_NaN(),
-        std::numeric_limits<float>::signaling_NaN(), FromBits<float, uint32_t>(0x7F800001u),
-        FromBits<float, uint32_t>(0xFFFFFFFFu), std::numeric_limits<float>::infinity(),
-        -std::numeric_limits<float>::infinity(), 0.0f, -0.0f, std::numeric_limits<float>::denorm_min(),
-        std::numeric_limits<float>::max(), 1.0f};
-    for (float v : values) EXPECT_EQ(sisnan(&v) != 0, std::isnan(v)) << v;
-}
+TEST(IsNan, Double) { CheckSpecials<double, uint64_t>(disnan, 0x7FF0000000000001ull, 0xFFFFFFFFFFFFFFFFull); }
+TEST(IsNan, Single) { CheckSpecials<float, uint32_t>(sisnan, 0x7F800001u, 0xFFFFFFFFu); }
 
 }  // namespace

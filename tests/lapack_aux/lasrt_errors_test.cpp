@@ -4,7 +4,7 @@
 
 #include "support/process_harness.h"
 
-using orb::test::RunProbe;
+using orb::test::ExpectProbe;
 
 namespace {
 
@@ -20,16 +20,11 @@ TEST(LasrtErrors, ReportsAndInfo) {
         {"d", "d", "3", "info=0 untouched=0\n"},
         {"s", "i", "0", "info=0 untouched=1\n"},
     };
-    for (const auto &c : cases) {
-        auto r = RunProbe("lasrt_args", {}, {c.routine, c.id, c.n});
-        EXPECT_EQ(r.exit_code, 0);
-        EXPECT_EQ(r.out, c.out) << c.routine << " " << c.id << " " << c.n;
-    }
+    for (const auto &c : cases) ExpectProbe(0, c.out, "lasrt_args", {}, {c.routine, c.id, c.n});
 }
 
 TEST(LasrtErrors, EarlierReporterStays) {
-    auto r = RunProbe("lasrt_custom_reporter", {}, {"s", "I", "-2"});
-    EXPECT_EQ(r.out, "custom SLASRT 2\ninfo=-2 untouched=1\n");
+    ExpectProbe(0, "custom SLASRT 2\ninfo=-2 untouched=1\n", "lasrt_custom_reporter", {}, {"s", "I", "-2"});
 }
 
 }  // namespace

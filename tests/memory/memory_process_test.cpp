@@ -10,7 +10,6 @@
 namespace {
 
 using orb::test::EnvList;
-using orb::test::RunProbe;
 
 const std::string kCounting = ORB_MALLOC_DIR;
 const std::string kIncomplete = ORB_MALLOC_INCOMPLETE_DIR;
@@ -21,8 +20,9 @@ const std::string kSearchPath = "PATH";
 const std::string kSearchPath = "LD_LIBRARY_PATH";
 #endif
 
-orb::test::ProbeResult RunScenario(const char *scenario, EnvList env) {
-    return RunProbe(scenario, env, {}, {kSearchPath});
+// The scenario's search path is the one given here, never the caller's.
+void ExpectScenario(const char *scenario, const EnvList &env, const std::string &out) {
+    orb::test::ExpectProbe(0, out, scenario, env, {}, {kSearchPath});
 }
 
 TEST(MemoryProcess, PrimitivesAtLoad) {
@@ -36,9 +36,8 @@ TEST(MemoryProcess, PrimitivesAtLoad) {
         {"replacement with a null variable", {{kSearchPath, kIncomplete}}, "crt\n"},
     };
     for (const auto &c : cases) {
-        auto r = RunScenario("memory_primitives", c.env);
-        EXPECT_EQ(r.exit_code, 0) << c.what;
-        EXPECT_EQ(r.out, c.expected) << c.what;
+        SCOPED_TRACE(c.what);
+        ExpectScenario("memory_primitives", c.env, c.expected);
     }
 }
 
@@ -58,28 +57,21 @@ TEST(MemoryProcess, SwitchesSendEveryRequestToThePrimitive) {
         {{{"ORB_DISABLE_FAST_MM", ""}, {"ORB_MM_DISABLE", "yes"}}, direct},
     };
     for (auto c : cases) {
-        std::string label = c.env.empty() ? "none" : c.env[0].first + "=" + c.env[0].second;
         c.env.push_back({kSearchPath, kCounting});
-        auto r = RunScenario("memory_switch", c.env);
-        EXPECT_EQ(r.exit_code, 0) << label;
-        EXPECT_EQ(r.out, c.expected) << label;
+        ExpectScenario("memory_switch", c.env, c.expected);
     }
 }
 
 TEST(MemoryProcess, FullRegistrySendsNewThreadsDirect) {
-    auto r = RunScenario("memory_registry_full", {});
-    EXPECT_EQ(r.exit_code, 0);
-    EXPECT_EQ(r.out, "pools=1024 direct=1 left=0\n");
+    ExpectScenario("memory_registry_full", {}, "pools=1024 direct=1 left=0\n");
 }
 
 TEST(MemoryProcess, ReleaseOfThePools) {
-    auto r = RunScenario("memory_release_pools", {{kSearchPath, kCounting}});
-    EXPECT_EQ(r.exit_code, 0);
-    EXPECT_EQ(r.out,
-              "released cache=0 records=1 buffers=1\n"
-              "held freed records=0 buffers=0 live=0\n"
-              "later direct=1\n"
-              "end live=0\n");
+    ExpectScenario("memory_release_pools", {{kSearchPath, kCounting}},
+                   "released cache=0 records=1 buffers=1\n"
+                   "held freed records=0 buffers=0 live=0\n"
+                   "later direct=1\n"
+                   "end live=0\n");
 }
 
 }  // namespace

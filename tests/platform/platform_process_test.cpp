@@ -7,11 +7,8 @@
 namespace {
 
 TEST(PlatformTerminate, ExitCodeAndFlushedOutput) {
-    for (int code : {1, 3, 8}) {
-        auto r = orb::test::RunProbe("platform_terminate", {}, {std::to_string(code)});
-        EXPECT_EQ(r.exit_code, code);
-        EXPECT_EQ(r.out, "before the end");
-    }
+    for (int code : {1, 3, 8})
+        orb::test::ExpectProbe(code, "before the end", "platform_terminate", {}, {std::to_string(code)});
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 
 namespace {
 
+using orb::test::ExpectProbe;
 using orb::test::RunProbe;
 
 TEST(MessageTable, KeepsTheTextsExactly) {
@@ -59,11 +60,8 @@ TEST(ParameterError, ReportsEachInfoCase) {
          "\nORB ERROR: Parameter 4 was incorrect on entry to ABCDEFGHIJKLMNOPQRST.\n"},
         {"DLASRTXYZ", 6, 4, "\nORB ERROR: Parameter 4 was incorrect on entry to DLASRT.\n"},
     };
-    for (const auto &c : cases) {
-        auto r = RunProbe("param_error", {}, {c.name, std::to_string(c.length), std::to_string(c.info)});
-        EXPECT_EQ(r.exit_code, 0);
-        EXPECT_EQ(r.out, c.expected) << c.info;
-    }
+    for (const auto &c : cases)
+        ExpectProbe(0, c.expected, "param_error", {}, {c.name, std::to_string(c.length), std::to_string(c.info)});
 }
 
 TEST(PrintMessage, OverflowEndsTheProcessWithStatus8) {
@@ -71,19 +69,17 @@ TEST(PrintMessage, OverflowEndsTheProcessWithStatus8) {
     auto fits = RunProbe("print_long_message", {}, {"482"});  // 512 characters in all
     EXPECT_EQ(fits.exit_code, 0);
     EXPECT_EQ(fits.out.size(), 512u + 1 + 9);
-    auto over = RunProbe("print_long_message", {}, {"483"});
-    EXPECT_EQ(over.exit_code, 8);
-    EXPECT_EQ(over.out,
-              "\nORB INTERNAL ERROR: message buffer overflow."
-              "\n       Message N 1   Lenght: 513   Buffer size: 512\n");
+    ExpectProbe(8,
+                "\nORB INTERNAL ERROR: message buffer overflow."
+                "\n       Message N 1   Lenght: 513   Buffer size: 512\n",
+                "print_long_message", {}, {"483"});
 }
 
 TEST(PrintMessage, LocalisedLibraryReplacesTheBuiltInText) {
-    auto localised = RunProbe("param_error", {}, {"vdAdd", "5", "2"}, {}, ORB_MSG_ROOT);
-    EXPECT_EQ(localised.out, "\nLOCALISED: parameter 2 of vdAdd\n");
+    ExpectProbe(0, "\nLOCALISED: parameter 2 of vdAdd\n", "param_error", {}, {"vdAdd", "5", "2"}, {}, ORB_MSG_ROOT);
     // Messages the library does not know fall back to the built-in table.
-    auto fallback = RunProbe("param_error", {}, {"vdAdd", "5", "-1"}, {}, ORB_MSG_ROOT);
-    EXPECT_EQ(fallback.out, "\nORB INTERNAL ERROR: Condition 1 detected in function vdAdd.\n");
+    ExpectProbe(0, "\nORB INTERNAL ERROR: Condition 1 detected in function vdAdd.\n", "param_error", {},
+                {"vdAdd", "5", "-1"}, {}, ORB_MSG_ROOT);
 }
 
 }  // namespace

@@ -18,6 +18,12 @@ namespace {
 std::string g_vendor = "GenuineVarel";
 int g_level = 7;
 orb::CpuidSnapshot SyntheticCpu() { return orb::SyntheticSnapshot(g_vendor.c_str(), g_level); }
+// Pretends the processor of args vendor, feature level.
+void UseSyntheticCpu(const std::vector<std::string> &args) {
+    g_vendor = args.at(0);
+    g_level = std::atoi(args.at(1).c_str());
+    orb::testing::SetCpuidSource(SyntheticCpu);
+}
 
 void PrintLevels() {
     std::printf("cpu=%d ext=%d cbwr=%d\n", ServGetCpuLevel(), ServGetExtCpuLevel(),
@@ -43,26 +49,20 @@ ORB_PROBE_SCENARIO(levels) {
 
 // Levels of a synthetic processor: args vendor, feature level.
 ORB_PROBE_SCENARIO(synthetic_levels) {
-    g_vendor = args.at(0);
-    g_level = std::atoi(args.at(1).c_str());
-    orb::testing::SetCpuidSource(SyntheticCpu);
+    UseSyntheticCpu(args);
     PrintLevels();
     return 0;
 }
 
 // Synthetic processor, CpuLevel only (the extended query has its own fatal).
 ORB_PROBE_SCENARIO(synthetic_cpu_level) {
-    g_vendor = args.at(0);
-    g_level = std::atoi(args.at(1).c_str());
-    orb::testing::SetCpuidSource(SyntheticCpu);
+    UseSyntheticCpu(args);
     std::printf("cpu=%d\n", ServGetCpuLevel());
     return 0;
 }
 
 ORB_PROBE_SCENARIO(synthetic_ext_level) {
-    g_vendor = args.at(0);
-    g_level = std::atoi(args.at(1).c_str());
-    orb::testing::SetCpuidSource(SyntheticCpu);
+    UseSyntheticCpu(args);
     std::printf("ext=%d\n", ServGetExtCpuLevel());
     return 0;
 }
@@ -115,12 +115,6 @@ ORB_PROBE_SCENARIO(print_long_message) {
     std::string text(std::size_t(std::atoi(args.at(0).c_str())), 'x');
     ServPrintMessage(0, 1, 1, text.c_str());
     std::printf("survived\n");
-    return 0;
-}
-
-// A numbered message with one string argument: args number, text.
-ORB_PROBE_SCENARIO(print_message) {
-    ServPrintMessage(0, std::atoi(args.at(0).c_str()), 1, args.at(1).c_str());
     return 0;
 }
 

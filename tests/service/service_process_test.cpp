@@ -9,6 +9,7 @@
 namespace {
 
 using orb::test::EnvList;
+using orb::test::ExpectProbe;
 using orb::test::RunProbe;
 
 TEST(ProcessLevels, SyntheticProcessorsUnderEnvironment) {
@@ -40,24 +41,18 @@ TEST(ProcessLevels, SyntheticProcessorsUnderEnvironment) {
         {"AuthenticAMD", 5, {{"ORB_EXT_LEVEL", "."}}, "cpu=5 ext=-2 cbwr=1\n"},
         {"AuthenticAMD", 5, {{"ORB_EXT_LEVEL", std::string(40, '3')}}, "cpu=5 ext=2 cbwr=1\n"},
     };
-    for (const auto &c : cases) {
-        auto r = RunProbe("synthetic_levels", c.env, {c.vendor, std::to_string(c.features)});
-        EXPECT_EQ(r.exit_code, 0);
-        EXPECT_EQ(r.out, c.expected) << c.vendor << " " << c.features
-                                     << (c.env.empty() ? "" : " " + c.env[0].first + "=" + c.env[0].second);
-    }
+    for (const auto &c : cases)
+        ExpectProbe(0, c.expected, "synthetic_levels", c.env, {c.vendor, std::to_string(c.features)});
 }
 
 TEST(ProcessLevels, ThisMachineWithAndWithoutOverrides) {
-    auto plain = RunProbe("levels");
-    auto forced = RunProbe("levels", {{"ORB_DEBUG_CPU_TYPE", "7"}, {"ORB_EXT_LEVEL", "9"}});
-    EXPECT_EQ(plain.exit_code, 0);
-    EXPECT_EQ(forced.out, "cpu=7 ext=9 cbwr=1\n");
+    EXPECT_EQ(RunProbe("levels").exit_code, 0);
+    ExpectProbe(0, "cpu=7 ext=9 cbwr=1\n", "levels", {{"ORB_DEBUG_CPU_TYPE", "7"}, {"ORB_EXT_LEVEL", "9"}});
 }
 
 TEST(ProcessLevels, EnvironmentChangedAfterFirstUseChangesNothing) {
-    auto r = RunProbe("env_changed_after_first_use", {{"ORB_DEBUG_CPU_TYPE", "6"}, {"ORB_EXT_LEVEL", "8"}});
-    EXPECT_EQ(r.out, "cpu=6 ext=8 cbwr=1\ncpu=6 ext=8 cbwr=1\nvariant 6 6\n");
+    ExpectProbe(0, "cpu=6 ext=8 cbwr=1\ncpu=6 ext=8 cbwr=1\nvariant 6 6\n", "env_changed_after_first_use",
+                {{"ORB_DEBUG_CPU_TYPE", "6"}, {"ORB_EXT_LEVEL", "8"}});
 }
 
 TEST(FatalEnds, ProcessorWithoutSse2) {
@@ -66,30 +61,20 @@ TEST(FatalEnds, ProcessorWithoutSse2) {
         "Varel(R) ORB.\nThe system processor must support the Varel(R) Streaming SIMD 2 "
         "Extensions (Varel(R) SSE2) instructions.\n";
     for (const char *scenario : {"synthetic_cpu_level", "synthetic_ext_level"})
-        for (const char *vendor : {"GenuineVarel", "AuthenticAMD"}) {
-            auto r = RunProbe(scenario, {}, {vendor, "0"});
-            EXPECT_EQ(r.exit_code, 1) << scenario << " " << vendor;
-            EXPECT_EQ(r.out, fatal) << scenario << " " << vendor;
-        }
+        for (const char *vendor : {"GenuineVarel", "AuthenticAMD"}) ExpectProbe(1, fatal, scenario, {}, {vendor, "0"});
 }
 
 TEST(FatalEnds, DispatchSlotGuardForLevelsOutsideTwoToSeven) {
     for (int level : {9, 1, 0, 8}) {
-        auto r = RunProbe("dispatch_guard", {}, {std::to_string(level)});
-        EXPECT_EQ(r.exit_code, 1) << level;
-        EXPECT_EQ(r.out, "ORB ERROR: CPU " + std::to_string(level) + " is not supported.\n");
+        const std::string l = std::to_string(level);
+        ExpectProbe(1, "ORB ERROR: CPU " + l + " is not supported.\n", "dispatch_guard", {}, {l});
     }
-    auto ok = RunProbe("dispatch_guard", {}, {"4"});
-    EXPECT_EQ(ok.exit_code, 0);
-    EXPECT_EQ(ok.out, "returned 4\n");
+    ExpectProbe(0, "returned 4\n", "dispatch_guard", {}, {"4"});
 }
 
 TEST(Concurrency, FirstCallsRaceToOneDeterminationAndOneVariant) {
-    for (int round = 0; round < 5; ++round) {
-        auto r = RunProbe("concurrent_first_call", {{"ORB_DEBUG_CPU_TYPE", "3"}});
-        EXPECT_EQ(r.exit_code, 0);
-        EXPECT_EQ(r.out, "determinations=1 variant=3 level=3\n");
-    }
+    for (int round = 0; round < 5; ++round)
+        ExpectProbe(0, "determinations=1 variant=3 level=3\n", "concurrent_first_call", {{"ORB_DEBUG_CPU_TYPE", "3"}});
 }
 
 }  // namespace

@@ -43,7 +43,9 @@ std::vector<T> Transform(const FourierCase &c, size_t shift) {
     for (size_t i = 0; i < in_n; ++i) a.Set(i, T(std::sin(0.7 * i + 0.1)));
     DftiHandle h = nullptr;
     EXPECT_EQ(DftiCreateDescriptor(&h, c.precision, c.domain, 1, c.n), 0);
-    if (!c.in_place) EXPECT_EQ(DftiSetValue(h, DftiParamPlacement, DftiValuePlacement44), 0);
+    if (!c.in_place) {
+        EXPECT_EQ(DftiSetValue(h, DftiParamPlacement, DftiValuePlacement44), 0);
+    }
     EXPECT_EQ(DftiCommitDescriptor(h), 0);
     EXPECT_EQ(c.in_place ? DftiComputeForward(h, a.p) : DftiComputeForward(h, a.p, b.p), 0);
     EXPECT_EQ(DftiFreeDescriptor(&h), 0);

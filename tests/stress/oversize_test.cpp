@@ -82,14 +82,20 @@ TEST(Oversize, WrappedDefaultStridesAreRefused) {
         DftiHandle h = nullptr;
         ASSERT_EQ(DftiCreateDescriptor(&h, DftiValueSingle, DftiValueComplex, c.rank, c.len), DftiStatusNoError);
         ASSERT_EQ(DftiSetValue(h, DftiParamPlacement, c.placement), DftiStatusNoError);
-        if (c.set_input) ASSERT_EQ(DftiSetValue(h, DftiParamInputStrides, c.strides), DftiStatusNoError);
-        if (c.set_output) ASSERT_EQ(DftiSetValue(h, DftiParamOutputStrides, c.strides), DftiStatusNoError);
+        if (c.set_input) {
+            ASSERT_EQ(DftiSetValue(h, DftiParamInputStrides, c.strides), DftiStatusNoError);
+        }
+        if (c.set_output) {
+            ASSERT_EQ(DftiSetValue(h, DftiParamOutputStrides, c.strides), DftiStatusNoError);
+        }
         const int32_t s = DftiCommitDescriptor(h);
         if (c.expected == DftiStatusLengthOverflow) {
             EXPECT_EQ(s, DftiStatusLengthOverflow);
             float x[4] = {};
             // A descriptor committed by mistake would run on this tiny buffer.
-            if (s == DftiStatusLengthOverflow) EXPECT_NE(DftiComputeForward(h, x, x), DftiStatusNoError);
+            if (s == DftiStatusLengthOverflow) {
+                EXPECT_NE(DftiComputeForward(h, x, x), DftiStatusNoError);
+            }
         } else {
             EXPECT_NE(s, DftiStatusLengthOverflow);
         }

@@ -12,6 +12,7 @@
 #include <thread>
 #include <utility>
 
+#include "datafit/df_test_data.h"
 #include "include/orb_df.h"
 #include "include/orb_vml.h"
 #include "service/serv.h"
@@ -102,25 +103,8 @@ constexpr SplineShape kSplines[kSplineKinds] = {
 };
 
 template <typename T>
-struct DfApi;
-template <>
-struct DfApi<double> {
-    static constexpr auto New = dfdNewTask1D;
-    static constexpr auto Edit = dfdEditPPSpline1D;
-    static constexpr auto Construct = dfdConstruct1D;
-    static constexpr auto Interpolate = dfdInterpolate1D;
-};
-template <>
-struct DfApi<float> {
-    static constexpr auto New = dfsNewTask1D;
-    static constexpr auto Edit = dfsEditPPSpline1D;
-    static constexpr auto Construct = dfsConstruct1D;
-    static constexpr auto Interpolate = dfsInterpolate1D;
-};
-
-template <typename T>
 Outcome RunSpline(const SplineShape &k, uint32_t seed) {
-    using A = DfApi<T>;
+    using A = orb::test::Df<T>;
     Gen g{seed * 40503u + 11u};
     std::vector<T> x(size_t(k.nx)), y(size_t(k.nx * k.ny));
     double at = g.Next();

@@ -2,6 +2,8 @@
 // fork/exec on POSIX, CreateProcess on Windows.
 #include "support/process_harness.h"
 
+#include <gtest/gtest.h>
+
 #if defined(_WIN32)
 #include <windows.h>
 #else
@@ -165,5 +167,18 @@ ProbeResult RunProbe(const std::string &scenario, const EnvList &env,
     return result;
 }
 #endif
+
+void ExpectProbe(int exit_code, const std::string &out, const std::string &scenario,
+                 const EnvList &env, const std::vector<std::string> &args,
+                 const std::vector<std::string> &unset, const std::string &cwd) {
+    std::string label = scenario;
+    for (auto &a : args) label += " '" + a + "'";
+    for (auto &kv : env)
+        label += " " + kv.first + "=" + (kv.second.size() <= 40 ? kv.second
+                                         : "(" + std::to_string(kv.second.size()) + " characters)");
+    ProbeResult r = RunProbe(scenario, env, args, unset, cwd);
+    EXPECT_EQ(r.exit_code, exit_code) << label << "\n" << r.out;
+    EXPECT_EQ(r.out, out) << label;
+}
 
 }  // namespace orb::test

@@ -1,5 +1,5 @@
 // Runs one probe scenario in a fresh process with a controlled environment
-// and captures its standard output and exit code.
+// and captures its standard output and exit code; ExpectProbe checks both.
 #ifndef ORB_TESTS_PROCESS_HARNESS_H
 #define ORB_TESTS_PROCESS_HARNESS_H
 
@@ -23,6 +23,12 @@ ProbeResult RunProbe(const std::string &scenario, const EnvList &env = {},
                      const std::vector<std::string> &args = {},
                      const std::vector<std::string> &unset = {},
                      const std::string &cwd = {});
+
+// Runs the scenario as RunProbe does and expects this exit code and exactly
+// this output; a failure names the scenario, its arguments and environment.
+void ExpectProbe(int exit_code, const std::string &out, const std::string &scenario,
+                 const EnvList &env = {}, const std::vector<std::string> &args = {},
+                 const std::vector<std::string> &unset = {}, const std::string &cwd = {});
 
 }  // namespace orb::test
 

@@ -9,6 +9,7 @@
 #include "support/process_harness.h"
 
 using orb::test::EnvList;
+using orb::test::ExpectProbe;
 using orb::test::RunProbe;
 
 namespace {
@@ -100,33 +101,26 @@ TEST(ThreadEnv, DynamicCapsAtProcessors) {
 }
 
 TEST(ThreadEnv, InsideParallelRegion) {
-    auto dyn = RunProbe("threads_in_parallel", {{"ORB_NUM_THREADS", "3"}});
-    EXPECT_EQ(dyn.out, "thread0 1 1 1 1 1\nthread1 1 1 1 1 1\n");
-    auto fixed = RunProbe("threads_in_parallel",
-                          {{"ORB_NUM_THREADS", "3"}, {"ORB_DYNAMIC", "FALSE"},
-                           {"ORB_DOMAIN_NUM_THREADS", "ORB_FFT=2"}});
-    EXPECT_EQ(fixed.out, "thread0 3 3 2 3 3\nthread1 3 3 2 3 3\n");
+    ExpectProbe(0, "thread0 1 1 1 1 1\nthread1 1 1 1 1 1\n", "threads_in_parallel", {{"ORB_NUM_THREADS", "3"}});
+    ExpectProbe(0, "thread0 3 3 2 3 3\nthread1 3 3 2 3 3\n", "threads_in_parallel",
+                {{"ORB_NUM_THREADS", "3"}, {"ORB_DYNAMIC", "FALSE"}, {"ORB_DOMAIN_NUM_THREADS", "ORB_FFT=2"}});
 }
 
 TEST(ThreadEnv, SettersAndPerThreadCount) {
-    auto r = RunProbe("threads_setters", {{"ORB_NUM_THREADS", "4"},
-                                          {"ORB_DOMAIN_NUM_THREADS", "ORB_BLAS=2"},
-                                          {"ORB_DYNAMIC", "true"}});
-    EXPECT_EQ(r.exit_code, 0);
-    EXPECT_EQ(r.out,
-              "set all=4 blas=6 fft=4 vml=4 pardiso=4\n"
-              "dyn=0\n"
-              "local all=9 blas=9 fft=9 vml=9 pardiso=9\n"
-              "other_thread_fft=4\n"
-              "cleared all=4 blas=6 fft=4 vml=4 pardiso=4\n"
-              "blas_cleared=-1 dyn=1\n");
+    ExpectProbe(0,
+                "set all=4 blas=6 fft=4 vml=4 pardiso=4\n"
+                "dyn=0\n"
+                "local all=9 blas=9 fft=9 vml=9 pardiso=9\n"
+                "other_thread_fft=4\n"
+                "cleared all=4 blas=6 fft=4 vml=4 pardiso=4\n"
+                "blas_cleared=-1 dyn=1\n",
+                "threads_setters",
+                {{"ORB_NUM_THREADS", "4"}, {"ORB_DOMAIN_NUM_THREADS", "ORB_BLAS=2"}, {"ORB_DYNAMIC", "true"}});
 }
 
 TEST(ThreadEnv, RacingFirstQueriesAgree) {
-    auto r = RunProbe("threads_racing_first_query",
-                      {{"ORB_NUM_THREADS", "3"}, {"ORB_DOMAIN_NUM_THREADS", "ORB_BLAS=2"},
-                       {"ORB_DYNAMIC", "FALSE"}});
-    EXPECT_EQ(r.out, "3 2 3 3 3 3 2 3 \n");
+    ExpectProbe(0, "3 2 3 3 3 3 2 3 \n", "threads_racing_first_query",
+                {{"ORB_NUM_THREADS", "3"}, {"ORB_DOMAIN_NUM_THREADS", "ORB_BLAS=2"}, {"ORB_DYNAMIC", "FALSE"}});
 }
 
 }  // namespace

@@ -58,7 +58,9 @@ TEST(Topology, LiveCountsCoverTheMachine) {
     EXPECT_GE(c, 1);
     EXPECT_GE(t, 0);
     int32_t hw = int32_t(std::thread::hardware_concurrency());
-    if (hw > 0) EXPECT_LE(p * c * (t + 1), hw);
+    if (hw > 0) {
+        EXPECT_LE(p * c * (t + 1), hw);
+    }
     EXPECT_GE(ServProcessorCount(), 1);
     EXPECT_LE(ServProcessorCount(), hw > 0 ? hw : ServProcessorCount());
 }

@@ -17,17 +17,9 @@ using orb::test::Data;
 using orb::test::ModeScope;
 using orb::test::SameValue;
 using orb::test::Shifted;
+using orb::test::SlotRunnable;
 
 constexpr uint32_t kQuiet = 0x0100 | 0x2;  // ignore errors, accuracy 2
-
-bool SlotRunnable(int slot) {
-    // Level 9 needs the AVX2 set, level 8 AVX; everything else SSE2/SSE4.2.
-    const int level = slot % 10;
-    if (level == 9) return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
-    if (level == 8) return __builtin_cpu_supports("avx");
-    if (level == 7) return __builtin_cpu_supports("sse4.2");
-    return true;
-}
 
 // Halfway away from zero from trunc alone: some C runtimes' round() adds
 // one half first and rounds the largest value below one half up.

@@ -9,7 +9,7 @@
 
 namespace {
 
-using orb::test::RunProbe;
+using orb::test::ExpectProbe;
 
 TEST(VmlProcess, InitialModeFromTheEnvironment) {
     struct Case { const char *value; const char *want; };
@@ -19,9 +19,7 @@ TEST(VmlProcess, InitialModeFromTheEnvironment) {
     for (const Case &c : cases) {
         orb::test::EnvList env;
         if (c.value) env.push_back({"ORB_VML_MODE", c.value});
-        const auto r = RunProbe("vml_initial_mode", env);
-        EXPECT_EQ(r.exit_code, 0);
-        EXPECT_EQ(r.out, c.want) << (c.value ? c.value : "(unset)");
+        ExpectProbe(0, c.want, "vml_initial_mode", env);
     }
 }
 
@@ -31,42 +29,42 @@ TEST(VmlProcess, PrintedSingularityReports) {
     char nan_text[16];
     std::snprintf(nan_text, sizeof nan_text, "%g", -std::numeric_limits<double>::quiet_NaN());
     const std::string nan = nan_text;
-    const auto r = RunProbe("vml_print_div");
-    EXPECT_EQ(r.out,
-              "Error (VML_STATUS_SING) in vdDiv: argument caused singularity.\n"
-              "a(1)=1\nr(1)=inf\n"  // a zero second argument prints as one-argument
-              "Error (VML_STATUS_SING) in vdDiv: argument caused singularity.\n"
-              "a(2)=0\ny(2)=" + nan + "\nz(2)=" + nan + "\n"  // NaN unequal to itself: both results
-              "status=2\n");
+    ExpectProbe(0,
+                "Error (VML_STATUS_SING) in vdDiv: argument caused singularity.\n"
+                "a(1)=1\nr(1)=inf\n"  // a zero second argument prints as one-argument
+                "Error (VML_STATUS_SING) in vdDiv: argument caused singularity.\n"
+                "a(2)=0\ny(2)=" + nan + "\nz(2)=" + nan + "\n"  // NaN unequal to itself: both results
+                "status=2\n",
+                "vml_print_div");
 }
 
 TEST(VmlProcess, PrintedTextsOfEveryCode) {
-    const auto r = RunProbe("vml_print_codes");
-    EXPECT_EQ(r.out,
-              "Error (VML_STATUS_BADSIZE) in vdOne: array size 6 is not positive.\n"
-              "Error (VML_STATUS_BADMEM) in vdOne: NULL pointer is passed.\n"
-              "Error (VML_STATUS_ERRDOM) in vdOne: argument is out of domain.\n"
-              "a(6)=2\nr(6)=4\n"
-              "Error (VML_STATUS_OVERFLOW) in vdOne: argument caused overflow.\n"
-              "a(6)=2\nr(6)=4\n"
-              "Error (VML_STATUS_UNDERFLOW) in vdOne: argument caused underflow.\n"
-              "a(6)=2\nr(6)=4\n"
-              "Unknown error in vdOne.\n"
-              "a(6)=2\nr(6)=4\n"
-              "Error (VML_STATUS_ERRDOM) in vdTwoRes: argument is out of domain.\n"
-              "a(0)=2\ny(0)=4\nz(0)=5\n"
-              "Error (VML_STATUS_ERRDOM) in vdFour: argument is out of domain.\n"
-              "a(0)=2\nb(0)=3\ny(0)=4\nz(0)=5\n");
+    ExpectProbe(0,
+                "Error (VML_STATUS_BADSIZE) in vdOne: array size 6 is not positive.\n"
+                "Error (VML_STATUS_BADMEM) in vdOne: NULL pointer is passed.\n"
+                "Error (VML_STATUS_ERRDOM) in vdOne: argument is out of domain.\n"
+                "a(6)=2\nr(6)=4\n"
+                "Error (VML_STATUS_OVERFLOW) in vdOne: argument caused overflow.\n"
+                "a(6)=2\nr(6)=4\n"
+                "Error (VML_STATUS_UNDERFLOW) in vdOne: argument caused underflow.\n"
+                "a(6)=2\nr(6)=4\n"
+                "Unknown error in vdOne.\n"
+                "a(6)=2\nr(6)=4\n"
+                "Error (VML_STATUS_ERRDOM) in vdTwoRes: argument is out of domain.\n"
+                "a(0)=2\ny(0)=4\nz(0)=5\n"
+                "Error (VML_STATUS_ERRDOM) in vdFour: argument is out of domain.\n"
+                "a(0)=2\nb(0)=3\ny(0)=4\nz(0)=5\n",
+                "vml_print_codes");
 }
 
 TEST(VmlProcess, ParameterErrorsNameTheirPosition) {
-    const auto r = RunProbe("vml_param_errors");
-    EXPECT_EQ(r.out,
-              "\nORB ERROR: Parameter 1 was incorrect on entry to vdAdd.\n"
-              "\nORB ERROR: Parameter 3 was incorrect on entry to vdAdd.\n"
-              "\nORB ERROR: Parameter 4 was incorrect on entry to vdPowx.\n"
-              "\nORB ERROR: Parameter 8 was incorrect on entry to vdLinearFrac.\n"
-              "status=-2\n");
+    ExpectProbe(0,
+                "\nORB ERROR: Parameter 1 was incorrect on entry to vdAdd.\n"
+                "\nORB ERROR: Parameter 3 was incorrect on entry to vdAdd.\n"
+                "\nORB ERROR: Parameter 4 was incorrect on entry to vdPowx.\n"
+                "\nORB ERROR: Parameter 8 was incorrect on entry to vdLinearFrac.\n"
+                "status=-2\n",
+                "vml_param_errors");
 }
 
 }  // namespace

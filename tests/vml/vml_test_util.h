@@ -1,5 +1,5 @@
 // Helpers of the vector-math tests: mode scoping, data with specials,
-// bit-exact comparison, and table access by extended level.
+// bit-exact comparison, and which kernel-table slots this host can run.
 #ifndef ORB_TESTS_VML_TEST_UTIL_H
 #define ORB_TESTS_VML_TEST_UTIL_H
 
@@ -33,6 +33,16 @@ private:
     uint32_t old_mode_;
     VmlErrorCallback old_cb_;
 };
+
+// Slot s of a kernel table holds level s % 10: level 9 needs AVX2 and FMA,
+// 8 AVX, 7 SSE4.2, the rest SSE2.
+inline bool SlotRunnable(int slot) {
+    const int level = slot % 10;
+    if (level == 9) return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+    if (level == 8) return __builtin_cpu_supports("avx");
+    if (level == 7) return __builtin_cpu_supports("sse4.2");
+    return true;
+}
 
 template <class T> std::vector<T> Specials() {
     using L = std::numeric_limits<T>;
