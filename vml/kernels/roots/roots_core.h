@@ -48,6 +48,12 @@ template <int W> inline CubeSplit<W> cube_split(VI<W> ib) {
 }
 /* c0, c1 or c2 per lane as j is 0, 1 or 2. */
 template <int W> inline VD<W> pick3(VI<W> j, double c0, double c1, double c2) {
+    /* One lane: an indexed load (the compiler turns the selects into
+     * branches on j, which mispredict). */
+    if constexpr (W == 1) {
+        const double c[3] = {c0, c1, c2};
+        return VD<W>{c[j[0]]};
+    }
     return select<W>(j == 0, splat<W>(c0), select<W>(j == 1, splat<W>(c1), splat<W>(c2)));
 }
 
