@@ -46,15 +46,12 @@ template <int W> inline CubeSplit<W> cube_split(VI<W> ib) {
     VI<W> q = (VI<W>)((VU<W>)(u * 43691) >> 17);       /* u / 3, exact below 2^16 */
     return {from_bits<W>((ib & 0x000FFFFFFFFFFFFFLL) | 0x3FF0000000000000LL), u - 3 * q, q - 360};
 }
-/* c0, c1 or c2 per lane as j is 0, 1 or 2. */
-template <int W> inline VD<W> pick3(VI<W> j, double c0, double c1, double c2) {
+/* c[0], c[1] or c[2] per lane as j is 0, 1 or 2 (c a static table). */
+template <int W> inline VD<W> pick3(VI<W> j, const double (&c)[3]) {
     /* One lane: an indexed load (the compiler turns the selects into
      * branches on j, which mispredict). */
-    if constexpr (W == 1) {
-        const double c[3] = {c0, c1, c2};
-        return VD<W>{c[j[0]]};
-    }
-    return select<W>(j == 0, splat<W>(c0), select<W>(j == 1, splat<W>(c1), splat<W>(c2)));
+    if constexpr (W == 1) return VD<W>{c[j[0]]};
+    return select<W>(j == 0, splat<W>(c[0]), select<W>(j == 1, splat<W>(c[1]), splat<W>(c[2])));
 }
 
 template <int W> inline CbrtParts<W> cbrt_parts(VD<W> ax, bool halley) {
@@ -66,7 +63,8 @@ template <int W> inline CbrtParts<W> cbrt_parts(VD<W> ax, bool halley) {
     VD<W> xs = select<W>(tiny, ax * kTwo54, ax);
     VI<W> ib = bits<W>(xs);
     auto [m, j, k] = cube_split<W>(ib);
-    VD<W> c = pick3<W>(j, 1.0, 1.2599210498948732, 1.5874010519681994);
+    static const double cbrt2j[3] = {1.0, 1.2599210498948732, 1.5874010519681994};
+    VD<W> c = pick3<W>(j, cbrt2j);
     VD<W> t0 = horner<W>(m, seed) * c;
     VD<W> t = from_bits<W>(bits<W>(t0) + (k << 52));
     VD<W> scale = select<W>(tiny, splat<W>(3.814697265625e-06), splat<W>(1.0));
@@ -107,7 +105,8 @@ template <int W, int Steps, bool Subnormal> inline VD<W> inv_cbrt_newton(VD<W> a
     }
     VI<W> ib = bits<W>(ax);
     auto [m, j, k] = cube_split<W>(ib);
-    VD<W> c = pick3<W>(j, 1.0, 0.7937005259840998, 0.6299605249474366);
+    static const double inv2j[3] = {1.0, 0.7937005259840998, 0.6299605249474366};
+    VD<W> c = pick3<W>(j, inv2j);
     VD<W> y = from_bits<W>(bits<W>(horner<W>(m, seed) * c) - (k << 52));
     for (int s = 0; s < Steps; ++s) {
         VD<W> e = 1.0 - ax * (y * y * y);
