@@ -17,19 +17,6 @@
 
 ORB_VMK_BEGIN
 
-/* c[0] + c[1] z + ... + c[10] z^10 in Estrin form: a shorter dependency
- * chain than Horner's; the tail it feeds is below 0.06 of the angle, so
- * the different rounding does not show. */
-template <int W> inline VD<W> estrin10(VD<W> z, const double (&c)[11]) {
-    VD<W> z2 = z * z, z4 = z2 * z2, z8 = z4 * z4;
-    VD<W> a0 = fma<W>(splat<W>(c[1]), z, splat<W>(c[0])), a1 = fma<W>(splat<W>(c[3]), z, splat<W>(c[2]));
-    VD<W> a2 = fma<W>(splat<W>(c[5]), z, splat<W>(c[4])), a3 = fma<W>(splat<W>(c[7]), z, splat<W>(c[6]));
-    VD<W> a4 = fma<W>(splat<W>(c[9]), z, splat<W>(c[8]));
-    VD<W> b0 = fma<W>(a1, z2, a0), b1 = fma<W>(a3, z2, a2);
-    VD<W> b2 = fma<W>(splat<W>(c[10]), z2, a4);
-    return fma<W>(b2, z8, fma<W>(b1, z4, b0));
-}
-
 template <int W> inline VD<W> atan2_main(VD<W> y, VD<W> x) {
 #if defined(__clang__)
 #pragma clang fp contract(off)
@@ -73,7 +60,7 @@ template <int W> inline VD<W> atan2_main(VD<W> y, VD<W> x) {
     }
     VD<W> z = u.hi * u.hi;
     /* atan(u) - u.hi, with the first-order effect of u.lo. */
-    VD<W> at_lo = (u.lo - u.lo * z) + u.hi * z * estrin10<W>(z, p);
+    VD<W> at_lo = (u.lo - u.lo * z) + u.hi * z * horner<W>(z, p);
     /* C in units of pi/4: reduction adds 1, swap gives 2 - (.), x < 0 gives
      * 4 - (.); s flips with each reflection. */
     VD<W> c = select<W>(red, splat<W>(1.0), VD<W>{});
