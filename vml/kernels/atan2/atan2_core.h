@@ -7,9 +7,10 @@
  * exactly, divides once (a reciprocal and a corrected product give u as an
  * unevaluated sum u_hi + u_lo), carries C in two parts and rounds the sum
  * once, which keeps the error near 0.55 ulp. atan(u) = u + u^3 P(u^2)
- * with P of degree 10 (tools/accuracy/fit_coefficients.py). Operands are
- * first scaled by a common power of two so that the sums and residuals
- * neither overflow nor lose bits to underflow. */
+ * with P of degree 10 (tools/accuracy/fit_coefficients.py). A vector with
+ * an operand beyond 2^900 or below 2^-400 is first scaled by a common
+ * power of two so that the sums and residuals neither overflow nor lose
+ * bits to underflow. */
 #ifndef ORB_VML_KERNELS_ATAN2_CORE_H
 #define ORB_VML_KERNELS_ATAN2_CORE_H
 
@@ -79,9 +80,8 @@ template <int W> inline VD<W> atan2_main(VD<W> y, VD<W> x) {
 
 /* Plain double evaluation: a few ulp in double (code 1, the degree-10 P),
  * or with Short the degree-5 P (relative error 2^-29 on the tail, about
- * 2^-33 on the angle): 26 bits and more in double (code 3) and within
- * 0.55 ulp for widened single-precision operands, whose quotient never
- * overflows or underflows. `scale` brings double operands into the range
+ * 2^-33 on the angle): within 0.55 ulp for widened single-precision
+ * operands (single code 2), whose quotient never overflows or underflows. `scale` brings double operands into the range
  * where n - d and n + d cannot overflow. */
 template <int W, bool scale, bool Short> inline VD<W> atan2_plain(VD<W> y, VD<W> x) {
     static const double p[11] = {
