@@ -86,9 +86,9 @@ void CheckAtan2(const K (&k)[6], const std::vector<T> &a, const std::vector<T> &
 }
 
 template <typename T, typename K>
-void CheckPow(const K (&k)[6], const std::vector<T> &a, T b) {
+void CheckPow(const K (&k)[6], const std::vector<T> &a, T b, double bound = 1.0) {
     const int32_t n = static_cast<int32_t>(a.size());
-    CheckLevels<T>(MathFn::Pow, a, std::vector<T>(a.size(), b), 1.0,
+    CheckLevels<T>(MathFn::Pow, a, std::vector<T>(a.size(), b), bound,
                    [&](size_t l, T *y) { k[l](n, a.data(), b, y); });
 }
 
@@ -119,7 +119,7 @@ TEST(VmlMathAccuracy, Roots) {
          {{ORB_ALL_LEVELS(vdSqrt_ha), 0.5}},
          {{ORB_ALL_LEVELS(vsSqrt_ha), 0.5}, {ORB_ALL_LEVELS(vsSqrt_ep), 0x1p12}}},
         {MathFn::Cbrt,
-         {{ORB_ALL_LEVELS(vdCbrt_ha), 1.0}},
+         {{ORB_ALL_LEVELS(vdCbrt_ha), 1.0}, {ORB_ALL_LEVELS(vdCbrt_ep), 0x1p26}},
          {{ORB_ALL_LEVELS(vsCbrt_ha), 1.0},
           {ORB_ALL_LEVELS(vsCbrt_la), 4.0},
           {ORB_ALL_LEVELS(vsCbrt_ep), 0x1p12}}},  // 11 correct bits
@@ -172,14 +172,21 @@ template <typename T> const std::vector<T> &PowExponents() {
 TEST(VmlMathAccuracy, Powx) {
     const decltype(&k_ref::vdPowx_ha) kd[] = ORB_ALL_LEVELS(vdPowx_ha);
     const decltype(&k_ref::vsPowx_ha) ks[] = ORB_ALL_LEVELS(vsPowx_ha);
+    // code 3: 26 correct bits (double), 11 (single)
+    const decltype(&k_ref::vdPowx_ep) kde[] = ORB_ALL_LEVELS(vdPowx_ep);
+    const decltype(&k_ref::vsPowx_ep) kse[] = ORB_ALL_LEVELS(vsPowx_ep);
     uint64_t seed = 100;
     for (double b : PowExponents<double>()) {
         SCOPED_TRACE(b);
-        CheckPow<double>(kd, PowBases<double>(seed++, b, 3000), b);
+        auto a = PowBases<double>(seed++, b, 3000);
+        CheckPow<double>(kd, a, b);
+        CheckPow<double>(kde, a, b, 0x1p26);
     }
     for (float b : PowExponents<float>()) {
         SCOPED_TRACE(b);
-        CheckPow<float>(ks, PowBases<float>(seed++, b, 3000), b);
+        auto a = PowBases<float>(seed++, b, 3000);
+        CheckPow<float>(ks, a, b);
+        CheckPow<float>(kse, a, b, 0x1p12);
     }
 }
 

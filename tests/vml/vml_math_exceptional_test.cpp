@@ -123,6 +123,8 @@ TEST(VmlMathSpecial, Cbrt) {
     std::vector<Case> specials(kCbrtCases.begin(), kCbrtCases.begin() + 5);
     CheckUnaryAll<float>(kl, specials, "vsCbrt");
     CheckUnaryAll<float>(ke, specials, "vsCbrt");
+    const decltype(&k_ref::vdCbrt_ep) kde[] = ORB_ALL_LEVELS(vdCbrt_ep);
+    CheckUnaryAll<double>(kde, specials, "vdCbrt");
 }
 
 TEST(VmlMathSpecial, InvCbrt) {
@@ -165,8 +167,10 @@ const std::vector<Case> kPowCases = {
     // exact cases
     {2, 10, 1024, 0}, {4, 0.5, 2, 0}, {1, 1e300, 1, 0}, {-1, 1e300, 1, 0}};
 
+// rel: relative error allowed on finite non-zero results (the code-3
+// flavours are not exact on exact cases).
 template <typename T, typename K, size_t L>
-void CheckPowAll(const K (&k)[L], const char *name, double overflow_at) {
+void CheckPowAll(const K (&k)[L], const char *name, double overflow_at, double rel = 0) {
     // Group the cases by exponent, keep the order within a group.
     std::vector<double> exps;
     for (const Case &c : kPowCases) {
@@ -187,7 +191,7 @@ void CheckPowAll(const K (&k)[L], const char *name, double overflow_at) {
         for (size_t l = 0; l < L; ++l)
             Check<T>(group, name, kLevelNames[l], [&](int n, const T *a, const T *b, T *y) {
                 k[l](n, a, b[0], y);
-            });
+            }, rel);
     }
 }
 
@@ -196,6 +200,49 @@ TEST(VmlMathSpecial, Powx) {
     const decltype(&k_ref::vsPowx_ha) ks[] = ORB_ALL_LEVELS(vsPowx_ha);
     CheckPowAll<double>(kd, "vdPowx", std::numeric_limits<double>::max());
     CheckPowAll<float>(ks, "vsPowx", 3.5e38);
+    const decltype(&k_ref::vdPowx_ep) kde[] = ORB_ALL_LEVELS(vdPowx_ep);
+    const decltype(&k_ref::vsPowx_ep) kse[] = ORB_ALL_LEVELS(vsPowx_ep);
+    CheckPowAll<double>(kde, "vdPowx", std::numeric_limits<double>::max(), 0x1p-26);
+    CheckPowAll<float>(kse, "vsPowx", 3.5e38, 0x1p-11);
+}
+
+// The single-precision code-3 power runs whole float vectors on a fast
+// path and hands a vector with any lane out of its range to the accurate
+// core: special and reported lanes amid regular ones, at every position.
+TEST(VmlMathSpecial, PowxFastMixedBlocks) {
+    const decltype(&k_ref::vsPowx_ep) kse[] = ORB_ALL_LEVELS(vsPowx_ep);
+    const decltype(&k_ref::vdPowx_ep) kde[] = ORB_ALL_LEVELS(vdPowx_ep);
+    const double odd[] = {kNaN, 0.0, -kInf, 1e-40, 1e30, -3.0};
+    const double want3[] = {kNaN, 0.0, -kInf, 0.0, kInf, -27.0};
+    const int code3[] = {0, 0, 0, 0, 3, 0};
+    for (int pos = 0; pos < 19; ++pos)
+        for (int o = 0; o < 6; ++o) {
+            std::vector<Case> cases;
+            for (int i = 0; i < 19; ++i) {
+                const double a = 1.0 + i / 16.0;
+                cases.push_back(i == pos ? Case{odd[o], 3, want3[o], code3[o]}
+                                         : Case{a, 3, a * a * a, 0});
+            }
+            for (size_t l = 0; l < std::size(kse); ++l)
+                Check<float>(cases, "vsPowx", kLevelNames[l],
+                             [&](int n, const float *a, const float *b, float *y) {
+                                 kse[l](n, a, b[0], y);
+                             }, 0x1p-11);
+            // 1e-40 is no subnormal in double, 1e90 no overflow
+            if (o == 3 || o == 4) continue;
+            for (size_t l = 0; l < std::size(kde); ++l)
+                Check<double>(cases, "vdPowx", kLevelNames[l],
+                              [&](int n, const double *a, const double *b, double *y) {
+                                  kde[l](n, a, b[0], y);
+                              }, 0x1p-26);
+        }
+    // A negative base with a non-integer exponent amid regular ones.
+    std::vector<Case> cases;
+    for (int i = 0; i < 17; ++i) cases.push_back({i == 9 ? -2.0 : 4.0, 0.5, i == 9 ? kNaN : 2.0, i == 9});
+    for (size_t l = 0; l < std::size(kse); ++l)
+        Check<float>(cases, "vsPowx", kLevelNames[l],
+                     [&](int n, const float *a, const float *b, float *y) { kse[l](n, a, b[0], y); },
+                     0x1p-11);
 }
 
 const std::vector<Case> kAtan2Cases = {

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Polynomial coefficients of the root and arc-tangent kernels (the power
-kernels use Taylor coefficients and the tables of pow_tables.py).
+kernels, code 3 included, use Taylor coefficients and the tables of
+pow_tables.py).
 
 Each kernel polynomial is a Chebyshev-node fit (mpmath.chebyfit, 60-digit
 working precision) of a smooth, non-vanishing auxiliary function, which is
@@ -46,6 +47,7 @@ def atan_tail(z):     # atan(u) = u + u^3 P(u^2)
 fit("cbrt seed", cbrt, mp.mpf(1), mp.mpf(2), 7, "m")
 fit("inverse cbrt seed (single, widened)", lambda m: 1 / mp.cbrt(m), mp.mpf(1), mp.mpf(2), 5, "m")
 fit("atan tail P", atan_tail, mp.mpf(0), (mp.sqrt(2) - 1)**2, 10, "z = u^2")
+fit("atan tail P, double code 3", atan_tail, mp.mpf(0), (mp.sqrt(2) - 1)**2, 4, "z = u^2")
 print("ln2 hi/lo, pi parts:")
 ln2 = mp.log(2)
 hi = float(mp.mpf(int(ln2 * 2**42)) / 2**42)

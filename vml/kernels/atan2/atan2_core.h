@@ -7,9 +7,10 @@
  * exactly, divides once (a reciprocal and a corrected product give u as an
  * unevaluated sum u_hi + u_lo), carries C in two parts and rounds the sum
  * once, which keeps the error near 0.55 ulp. atan(u) = u + u^3 P(u^2)
- * with P of degree 10 (tools/accuracy/fit_coefficients.py). Operands are
- * first scaled by a common power of two so that the sums and residuals
- * neither overflow nor lose bits to underflow. */
+ * with P of degree 10 (tools/accuracy/fit_coefficients.py). A vector with
+ * an operand beyond 2^900 or below 2^-400 is first scaled by a common
+ * power of two so that the sums and residuals neither overflow nor lose
+ * bits to underflow. */
 #ifndef ORB_VML_KERNELS_ATAN2_CORE_H
 #define ORB_VML_KERNELS_ATAN2_CORE_H
 
@@ -30,13 +31,18 @@ template <int W> inline VD<W> atan2_main(VD<W> y, VD<W> x) {
     VD<W> ay = vabs<W>(y), ax = vabs<W>(x);
     VI<W> swap = (VI<W>)(ay > ax);
     VD<W> num = select<W>(swap, ax, ay), den = select<W>(swap, ay, ax);
-    VD<W> scale = select<W>((VI<W>)(den > 0x1p900), splat<W>(0x1p-200),
-                            select<W>((VI<W>)(den < 0x1p-400), splat<W>(0x1p600),
-                                      splat<W>(1.0)));
-    num = num * scale;
-    den = den * scale;
+    /* Operands this large or small are rare: test once, scale only then. */
+    VI<W> far = (VI<W>)(den > 0x1p900) | (VI<W>)(den < 0x1p-400);
+    if (__builtin_expect(any<W>(far), 0)) {
+        VD<W> scale = select<W>((VI<W>)(den > 0x1p900), splat<W>(0x1p-200),
+                                select<W>((VI<W>)(den < 0x1p-400), splat<W>(0x1p600),
+                                          splat<W>(1.0)));
+        num = num * scale;
+        den = den * scale;
+    }
     VI<W> red = (VI<W>)(num > 0.41421356237309503 * den);
-    DD<W> dif = two_sum<W>(num, -den), sum = two_sum<W>(num, den);
+    /* den >= num >= 0: the fast error-free sums are exact here. */
+    DD<W> dif = fast_two_sum<W>(-den, num), sum = fast_two_sum<W>(den, num);
     VD<W> nh = select<W>(red, dif.hi, num), nl = select<W>(red, dif.lo, VD<W>{});
     VD<W> dh = select<W>(red, sum.hi, den), dl = select<W>(red, sum.lo, VD<W>{});
     /* q within two ulps of the quotient; the residual (its own rounding is
@@ -74,9 +80,8 @@ template <int W> inline VD<W> atan2_main(VD<W> y, VD<W> x) {
 
 /* Plain double evaluation: a few ulp in double (code 1, the degree-10 P),
  * or with Short the degree-5 P (relative error 2^-29 on the tail, about
- * 2^-33 on the angle): 26 bits and more in double (code 3) and within
- * 0.55 ulp for widened single-precision operands, whose quotient never
- * overflows or underflows. `scale` brings double operands into the range
+ * 2^-33 on the angle): within 0.55 ulp for widened single-precision
+ * operands (single code 2), whose quotient never overflows or underflows. `scale` brings double operands into the range
  * where n - d and n + d cannot overflow. */
 template <int W, bool scale, bool Short> inline VD<W> atan2_plain(VD<W> y, VD<W> x) {
     static const double p[11] = {
@@ -107,6 +112,40 @@ template <int W, bool scale, bool Short> inline VD<W> atan2_plain(VD<W> y, VD<W>
     c = select<W>(xneg, 3.141592653589793 - c, c);
     s = select<W>(xneg, -s, s);
     return xor_sign<W>(c + s * at, sign_bits<W>(y));
+}
+
+/* Double code 3 (26 bits): the reduction of atan2_plain without its
+ * selects. With inner = atan(u) (+ pi/4 when reduced) the angle is
+ * C + s inner, C = pi/2 when swapped, else pi for x < 0, else 0, and s = -1
+ * when exactly one of the two holds; s and the sign of y go on as sign
+ * bits. P: degree 4 (2^-24.3 relative on the tail, which is below 0.06 of
+ * atan(u); tools/accuracy/fit_coefficients.py): about 2^-28 on the angle.
+ * NaN operands, two zeros and two infinities come out NaN (the loop's
+ * scalar path); one zero or one infinity gives u = 0 and the C99 angle. */
+template <int W> inline VD<W> atan2_fast(VD<W> y, VD<W> x) {
+    static const double p[5] = {-0.3333333176116852, 0.19999540483648964,
+                                -0.1426395559798464, 0.10743731490791084,
+                                -0.06451928208121749};
+    VD<W> ay = vabs<W>(y), ax = vabs<W>(x);
+    VI<W> swap = (VI<W>)(ay > ax);
+    VD<W> num = select<W>(swap, ax, ay), den = select<W>(swap, ay, ax);
+    /* n + d overflows only for operands near the top of the range. */
+    VI<W> big = (VI<W>)(den > 0x1p1000);
+    if (__builtin_expect(any<W>(big), 0)) {
+        VD<W> f = select<W>(big, splat<W>(0x1p-200), splat<W>(1.0));
+        num = num * f;
+        den = den * f;
+    }
+    VI<W> red = (VI<W>)(num > 0.41421356237309503 * den);
+    VD<W> u = select<W>(red, num - den, num) / select<W>(red, num + den, den);
+    VD<W> z = u * u;
+    VD<W> base = from_bits<W>(red & bits<W>(splat<W>(0.7853981633974483))) + u;
+    VD<W> inner = fma<W>(u * z, horner<W>(z, p), base);
+    VI<W> xneg = (VI<W>)(x < 0.0);
+    VD<W> c = from_bits<W>((swap & bits<W>(splat<W>(1.5707963267948966))) |
+                           (~swap & xneg & bits<W>(splat<W>(3.141592653589793))));
+    VI<W> flip = (swap ^ xneg) & INT64_MIN;
+    return xor_sign<W>(c + xor_sign<W>(inner, flip), sign_bits<W>(y));
 }
 
 /* C99 atan2 for the lanes the core leaves out: a NaN, an infinity or both

@@ -11,9 +11,10 @@ ORB_VMK_BEGIN
 
 /* The evaluation a kernel uses: the double-double core (double, code 2),
  * the plain double one with the long polynomial (double, code 1) or with
- * the short one (double code 3, single code 2), or float lanes with the
- * long (single code 1) or short polynomial (single code 3). */
-enum class AtanPath { Accurate, Plain, Short, Float, FloatShort };
+ * the short one (single code 2), the select-free short one (double code
+ * 3), or float lanes with the long (single code 1) or short polynomial
+ * (single code 3). */
+enum class AtanPath { Accurate, Plain, Short, Fast, Float, FloatShort };
 
 template <int W, typename T, AtanPath Path>
 inline void atan2_loop(int32_t n, const T *a, const T *b, T *y) {
@@ -30,6 +31,9 @@ inline void atan2_loop(int32_t n, const T *a, const T *b, T *y) {
             special = atan2_special_lanes<W>(va, vb);
             const VD<W> one = splat<W>(1.0);
             r = atan2_main<W>(select<W>(special, one, va), select<W>(special, one, vb));
+        } else if constexpr (Path == AtanPath::Fast) {
+            r = atan2_fast<W>(va, vb);
+            special = (VI<W>)(r != r);
         } else {
             /* The plain quotients come out NaN exactly for the lanes
              * that need the scalar path (a NaN, two zeros, two

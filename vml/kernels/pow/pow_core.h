@@ -144,6 +144,48 @@ template <int W> inline VD<W> pow_single(VD<W> ax, double b) {
     return from_bits<W>(bits<W>(p) + (k << 52));
 }
 
+/* Double code 3 (26 bits and more): the same tables, single doubles
+ * throughout. log|a| = e ln2 - log(invc) + log1p(r) with log1p of degree 6
+ * (truncation below 2^-51; the sum stays within about 2^-50 relative),
+ * so t = b log|a| is off by at most 2^-40 for |t| <= 746; e^t =
+ * 2^(k/128) (1 + r' + r'^2/2 + r'^3/6), |r'| <= ln2/256, truncation
+ * 2^-38.6, r' from one fused step (the error of ln2/128 times k stays
+ * below 2^-43). Three table reads instead of six. The exponent and scale
+ * go through unsigned shifts and a shifted add; results outside
+ * [2^-1000, 2^1000] (|t| > 693) take the scaling of exp_tail. */
+template <int W> inline VD<W> pow_fast(VD<W> ax, double b) {
+    static const double q[5] = {-0.5, 1.0 / 3, -0.25, 0.2, -1.0 / 6};
+    const VD<W> magic = splat<W>(6755399441055744.0);
+    VD<W> xs = ax, eoff{};
+    VI<W> tiny = (VI<W>)(ax < 2.2250738585072014e-308);
+    if (__builtin_expect(any<W>(tiny), 0)) {
+        xs = select<W>(tiny, ax * 18014398509481984.0, ax);
+        eoff = select<W>(tiny, splat<W>(54.0), VD<W>{});
+    }
+    VI<W> tmp = bits<W>(xs) - 0x3FE6800000000000LL;  /* bits of 0.703125 */
+    VI<W> idx = (VI<W>)((VU<W>)tmp >> 45) & 127;
+    /* e + 2048 from an unsigned shift of tmp + 2^63 */
+    VI<W> eb = (VI<W>)(((VU<W>)tmp + 0x8000000000000000ULL) >> 52);
+    VD<W> ef = (from_bits<W>(eb + bits<W>(magic)) - (magic + 2048.0)) - eoff;
+    VD<W> z = from_bits<W>((tmp & 0x000FFFFFFFFFFFFFLL) + 0x3FE6800000000000LL);
+    VD<W> r = fma<W>(z, gather<W>(kPowInvC, idx), splat<W>(-1.0));
+    VD<W> lp = fma<W>(r * r, horner<W>(r, q), r);
+    VD<W> l = fma<W>(ef, splat<W>(0.6931471805599453), gather<W>(kPowLogHi, idx) + lp);
+    VD<W> t = vmax<W>(vmin<W>(l * b, splat<W>(710.0)), splat<W>(-746.0));
+    VD<W> kd = round_int<W>(t * kN_Ln2);
+    VI<W> ki = bits<W>(kd + magic) - bits<W>(magic);
+    VD<W> rr = fma<W>(kd, splat<W>(-0.0054152123481245725), t);  /* ln2/128 */
+    VD<W> p = fma<W>(rr * rr, fma<W>(rr, splat<W>(1.0 / 6), splat<W>(0.5)), rr);
+    VD<W> th = gather<W>(kPowExpHi, ki & 127);
+    VD<W> res = fma<W>(th, p, th);
+    VI<W> edge = (VI<W>)(vabs<W>(t) > 693.0);
+    if (__builtin_expect(!any<W>(edge), 1))
+        return from_bits<W>(bits<W>(res) + ((ki & ~127LL) << 45));
+    VI<W> k = ki >> 7;
+    VI<W> k1 = k >> 1;
+    return res * from_bits<W>((k1 + 1023) << 52) * from_bits<W>((k - k1 + 1023) << 52);
+}
+
 /* Properties of the scalar exponent, computed once per kernel call. */
 struct PowExponent {
     double b;        /* exponent used in the core (clamped to +-2^100) */
@@ -173,11 +215,14 @@ inline PowExponent pow_exponent(double b) {
 
 /* |a|^b with the sign rule of negative bases; finite non-zero a and regular
  * b. Lanes with a < 0 and b not an integer come out NaN and are flagged. */
-template <int W, bool Single> inline Out<W> pow_main(VD<W> a, const PowExponent &pe) {
+template <int W, bool Single, bool Fast = false>
+inline Out<W> pow_main(VD<W> a, const PowExponent &pe) {
     VD<W> ax = vabs<W>(a);
     VD<W> r;
     if constexpr (Single)
         r = pow_single<W>(ax, pe.b);
+    else if constexpr (Fast)
+        r = pow_fast<W>(ax, pe.b);
     else
         r = exp_dd<W>(mul<W>(log_dd<W>(ax), splat<W>(pe.b)));
     VI<W> neg = (VI<W>)(a < 0.0);

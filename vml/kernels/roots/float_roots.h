@@ -23,36 +23,38 @@ template <int F> struct FloatRoot : FloatOps<F> {
     using FloatOps<F>::sel;
     using FloatOps<F>::fmaf;
 
-    /* Returns the root (Inverse: 1/cbrt) of x with C99 special values;
-     * `zero` receives the lanes holding +-0. */
-    template <bool Inverse, bool Newton> static V eval(V x, M &zero) {
+    static bool all_set(M m) {
+#if defined(__AVX__)
+        if constexpr (F == 8) return _mm256_movemask_ps((__m256)m) == 0xFF;
+#endif
+#if defined(__SSE__)
+        if constexpr (F == 4) return _mm_movemask_ps((__m128)m) == 0xF;
+#endif
+        int32_t acc = -1;
+        for (int l = 0; l < F; ++l) acc &= m[l];
+        return acc != 0;
+    }
+
+    /* The root (Inverse: 1/cbrt) of positive normal xs. */
+    template <bool Inverse, bool Newton> static V core(V xs) {
         static const float s[4] = {0.5557909602691388f, 0.5808263911380952f,
                                    -0.1586624600531909f, 0.022148699208245196f};
         static const float r[5] = {1.6662787377309156f, -1.1623973573078166f,
                                    0.6846527077322325f, -0.21636185469244387f,
                                    0.02778280101858424f};
-        M ai = (M)x & 0x7FFFFFFF;
-        M sign = (M)x & INT32_MIN;
-        zero = (M)(ai == 0);
-        M special = zero | (M)(ai >= 0x7F800000);
-        V ax = (V)ai;
-        M tiny = (M)(ai < 0x00800000);
-        V xs = sel(tiny, ax * 16777216.0f, ax);
-        xs = sel(special, splatf(1.0f), xs);
         M bi = (M)xs;
         M u = (bi >> 23) + 2;                 /* e + 129 in [3, 256] */
         M q = (u * 43691) >> 17;               /* u / 3 */
         M j = u - 3 * q;
         q = q - 43;
         V m = (V)((bi & 0x007FFFFF) | 0x3F800000);
-        V res;
         if constexpr (!Inverse) {
             V c = sel((M)(j == 0), splatf(1.0f),
                       sel((M)(j == 1), splatf(1.2599210498948732f), splatf(1.5874010519681994f)));
             V p = fmaf(fmaf(fmaf(splatf(s[3]), m, splatf(s[2])), m, splatf(s[1])), m, splatf(s[0]));
             V t = (V)((M)(p * c) + (q << 23));
             if (Newton) t = fmaf(xs / (t * t) - t, splatf(1.0f / 3.0f), t);
-            res = sel(tiny, t * 0.00390625f, t);
+            return t;
         } else {
             V c = sel((M)(j == 0), splatf(1.0f),
                       sel((M)(j == 1), splatf(0.7937005259840998f), splatf(0.6299605249474366f)));
@@ -63,8 +65,30 @@ template <int F> struct FloatRoot : FloatOps<F> {
                 V e = 1.0f - (xs * y) * (y * y);
                 y = fmaf(y * e, splatf(1.0f / 3.0f), y);
             }
-            res = sel(tiny, y * 256.0f, y);
+            return y;
         }
+    }
+
+    /* Returns the root (Inverse: 1/cbrt) of x with C99 special values;
+     * `zero` receives the lanes holding +-0. */
+    template <bool Inverse, bool Newton> static V eval(V x, M &zero) {
+        M ai = (M)x & 0x7FFFFFFF;
+        M sign = (M)x & INT32_MIN;
+        /* Vectors of normal operands only (nearly all) skip the selects
+         * and the division of the special lanes. */
+        if (__builtin_expect(all_set((M)(ai >= 0x00800000) & (M)(ai < 0x7F800000)), 1)) {
+            zero = M{};
+            return (V)((M)core<Inverse, Newton>((V)ai) | sign);
+        }
+        zero = (M)(ai == 0);
+        M special = zero | (M)(ai >= 0x7F800000);
+        V ax = (V)ai;
+        M tiny = (M)(ai < 0x00800000);
+        V xs = sel(tiny, ax * 16777216.0f, ax);
+        xs = sel(special, splatf(1.0f), xs);
+        V res = core<Inverse, Newton>(xs);
+        if constexpr (!Inverse) res = sel(tiny, res * 0.00390625f, res);
+        else res = sel(tiny, res * 256.0f, res);
         res = (V)((M)res | sign);
         /* cbrt: x itself (+-0, +-inf, NaN); 1/cbrt: +-inf, +-0, NaN. */
         V sp;

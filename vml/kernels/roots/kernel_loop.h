@@ -148,21 +148,20 @@ inline void sqrt_float_loop(int32_t n, const float *a, float *y, const char *nam
 }
 
 /* One input, one output: Sqrt, Cbrt, InvCbrt. */
-template <int W, class Core, typename T>
-inline void unary_loop(int32_t n, const T *a, T *y, Acc acc, int32_t code,
-                       const char *name) {
+template <int W, class Core, typename T, Acc acc>
+inline void unary_loop(int32_t n, const T *a, T *y, int32_t code, const char *name) {
     if constexpr (sizeof(T) == 4 && W > 1 && __is_same(Core, SqrtCore))
         return acc == Acc::Seed ? sqrt_float_loop<W, true>(n, a, y, name)
                                 : sqrt_float_loop<W>(n, a, y, name);
     if constexpr (sizeof(T) == 4 && W > 1 && !__is_same(Core, SqrtCore)) {
-        if (acc == Acc::Fast)
+        if constexpr (acc == Acc::Fast)
             return float_root_loop<W, __is_same(Core, InvCbrtCore), true>(n, a, y, name);
-        if (acc == Acc::Seed)
+        if constexpr (acc == Acc::Seed)
             return float_root_loop<W, __is_same(Core, InvCbrtCore), false>(n, a, y, name);
     }
     for (int32_t i = 0; i < n; i += W) {
         int rem = n - i < W ? n - i : W;
-        Out<W> o = Core::template eval<W>(load_part<W, T>(a + i, rem), acc);
+        Out<W> o = Core::template eval<W, acc>(load_part<W, T>(a + i, rem));
         store_part<W, T>(y + i, o.r, rem);
         if (__builtin_expect(any<W>(o.report), 0))
             for (int l = 0; l < rem; ++l)
@@ -170,11 +169,10 @@ inline void unary_loop(int32_t n, const T *a, T *y, Acc acc, int32_t code,
     }
 }
 
-template <int W, class Core, typename T>
-inline void unary_kernel(int32_t n, const T *a, T *y, Acc acc, int32_t code,
-                         const char *name) {
+template <int W, class Core, typename T, Acc acc>
+inline void unary_kernel(int32_t n, const T *a, T *y, int32_t code, const char *name) {
     FpControl fp;
-    unary_loop<W, Core, T>(n, a, y, acc, code, name);
+    unary_loop<W, Core, T, acc>(n, a, y, code, name);
 }
 
 ORB_VMK_END

@@ -26,12 +26,16 @@ ORB_VMK_BEGIN
 template <int W> struct Lanes {
     typedef double D __attribute__((vector_size(8 * W)));
     typedef int64_t I __attribute__((vector_size(8 * W)));
+    typedef uint64_t U __attribute__((vector_size(8 * W)));
     typedef float F __attribute__((vector_size(4 * W)));
 };
 
 template <int W> using VD = typename Lanes<W>::D;
 template <int W> using VI = typename Lanes<W>::I;
 template <int W> using VF = typename Lanes<W>::F;
+/* Unsigned lanes: logical shifts (the AVX2 set has no 64-bit arithmetic
+ * shift, so signed ones cost a sequence). */
+template <int W> using VU = typename Lanes<W>::U;
 
 /* F float lanes with their int32 mask, for kernels that work on floats
  * directly (a typedef inside the function template would lose its vector
@@ -88,6 +92,18 @@ template <int W> inline bool any(VI<W> m) {
 #endif
     int64_t acc = 0;
     for (int i = 0; i < W; ++i) acc |= m[i];
+    return acc != 0;
+}
+
+template <int W> inline bool all(VI<W> m) {
+#if defined(__AVX__)
+    if constexpr (W == 4) return _mm256_movemask_pd((__m256d)m) == 0xF;
+#endif
+#if defined(__SSE2__)
+    if constexpr (W == 2) return _mm_movemask_pd((__m128d)m) == 0x3;
+#endif
+    int64_t acc = -1;
+    for (int i = 0; i < W; ++i) acc &= m[i];
     return acc != 0;
 }
 

@@ -40,13 +40,18 @@ template <int W> struct CubeSplit {
     VI<W> j, k;
 };
 template <int W> inline CubeSplit<W> cube_split(VI<W> ib) {
-    VI<W> u = (ib >> 52) - 1023 + 1080;  /* e + 1080 in [4, 2103] */
-    VI<W> q = (u * 43691) >> 17;         /* u / 3, exact below 2^16 */
+    /* Unsigned shifts: the operands are non-negative, and the AVX2 set has
+     * no signed 64-bit shift. */
+    VI<W> u = (VI<W>)((VU<W>)ib >> 52) - 1023 + 1080;  /* e + 1080 in [4, 2103] */
+    VI<W> q = (VI<W>)((VU<W>)(u * 43691) >> 17);       /* u / 3, exact below 2^16 */
     return {from_bits<W>((ib & 0x000FFFFFFFFFFFFFLL) | 0x3FF0000000000000LL), u - 3 * q, q - 360};
 }
-/* c0, c1 or c2 per lane as j is 0, 1 or 2. */
-template <int W> inline VD<W> pick3(VI<W> j, double c0, double c1, double c2) {
-    return select<W>(j == 0, splat<W>(c0), select<W>(j == 1, splat<W>(c1), splat<W>(c2)));
+/* c[0], c[1] or c[2] per lane as j is 0, 1 or 2 (c a static table). */
+template <int W> inline VD<W> pick3(VI<W> j, const double (&c)[3]) {
+    /* One lane: an indexed load (the compiler turns the selects into
+     * branches on j, which mispredict). */
+    if constexpr (W == 1) return VD<W>{c[j[0]]};
+    return select<W>(j == 0, splat<W>(c[0]), select<W>(j == 1, splat<W>(c[1]), splat<W>(c[2])));
 }
 
 template <int W> inline CbrtParts<W> cbrt_parts(VD<W> ax, bool halley) {
@@ -58,7 +63,8 @@ template <int W> inline CbrtParts<W> cbrt_parts(VD<W> ax, bool halley) {
     VD<W> xs = select<W>(tiny, ax * kTwo54, ax);
     VI<W> ib = bits<W>(xs);
     auto [m, j, k] = cube_split<W>(ib);
-    VD<W> c = pick3<W>(j, 1.0, 1.2599210498948732, 1.5874010519681994);
+    static const double cbrt2j[3] = {1.0, 1.2599210498948732, 1.5874010519681994};
+    VD<W> c = pick3<W>(j, cbrt2j);
     VD<W> t0 = horner<W>(m, seed) * c;
     VD<W> t = from_bits<W>(bits<W>(t0) + (k << 52));
     VD<W> scale = select<W>(tiny, splat<W>(3.814697265625e-06), splat<W>(1.0));
@@ -76,7 +82,8 @@ template <int W> inline CbrtParts<W> cbrt_parts(VD<W> ax, bool halley) {
  * (inv_cbrt_newton), the vector levels run Fast and Seed on float lanes
  * (float_roots.h), the plain loops on the seed of the double core.
  * Newton2 (4 ulp) and Newton1 (26 bits and more) are the double inverse
- * cube roots of codes 1 and 3: inv_cbrt_newton with two or one steps. */
+ * cube roots of codes 1 and 3: inv_cbrt_newton with two or one steps;
+ * Newton1 is also the double cube root of code 3 (x y^2 from one step). */
 enum class Acc { Full, Wide, Fast, Seed, Newton2, Newton1 };
 
 /* 1/cbrt(ax) for finite non-zero ax, without a division: x = m 2^(3k+j),
@@ -98,7 +105,8 @@ template <int W, int Steps, bool Subnormal> inline VD<W> inv_cbrt_newton(VD<W> a
     }
     VI<W> ib = bits<W>(ax);
     auto [m, j, k] = cube_split<W>(ib);
-    VD<W> c = pick3<W>(j, 1.0, 0.7937005259840998, 0.6299605249474366);
+    static const double inv2j[3] = {1.0, 0.7937005259840998, 0.6299605249474366};
+    VD<W> c = pick3<W>(j, inv2j);
     VD<W> y = from_bits<W>(bits<W>(horner<W>(m, seed) * c) - (k << 52));
     for (int s = 0; s < Steps; ++s) {
         VD<W> e = 1.0 - ax * (y * y * y);
@@ -108,19 +116,34 @@ template <int W, int Steps, bool Subnormal> inline VD<W> inv_cbrt_newton(VD<W> a
     return y;
 }
 
+/* The accuracy flavour is a template argument: each kernel gets its own
+ * straight-line core, inlined into its loop. */
 struct SqrtCore {
-    template <int W> static Out<W> eval(VD<W> a, Acc) {
+    template <int W, Acc acc> static Out<W> eval(VD<W> a) {
         return {vsqrt<W>(a), (VI<W>)(a < 0.0)};
     }
 };
 
 struct CbrtCore {
-    template <int W> static Out<W> eval(VD<W> a, Acc acc) {
+    template <int W, Acc acc> static Out<W> eval(VD<W> a) {
         VD<W> ax = vabs<W>(a);
         VI<W> special = (VI<W>)(a == 0.0) | ~(VI<W>)(ax < kInf);
         VD<W> r;
-        if (acc == Acc::Wide) {
-            VD<W> xs = select<W>(special, splat<W>(1.0), ax), y = inv_cbrt_newton<W, 1, false>(xs);
+        if constexpr (acc == Acc::Newton1) {
+            /* Blocks of positive-or-negative normal operands (nearly all)
+             * skip the selects for zeros, subnormals, infinities, NaNs. */
+            VI<W> normal = (VI<W>)(ax >= 2.2250738585072014e-308) & (VI<W>)(ax < kInf);
+            if (__builtin_expect(all<W>(normal), 1)) {
+                VD<W> y = inv_cbrt_newton<W, 1, false>(ax);
+                return {xor_sign<W>(ax * (y * y), sign_bits<W>(a)), VI<W>{}};
+            }
+        }
+        if constexpr (acc == Acc::Wide || acc == Acc::Newton1) {
+            /* x (1/cbrt x)^2: one Newton step leaves 2^-33 on y, 2^-32
+             * on the root (widened single: half an ulp and a hair; double
+             * code 3: 26 bits and more); subnormal doubles scaled first. */
+            VD<W> xs = select<W>(special, splat<W>(1.0), ax);
+            VD<W> y = inv_cbrt_newton<W, 1, acc == Acc::Newton1>(xs);
             r = xs * (y * y);
         } else {
             CbrtParts<W> p = cbrt_parts<W>(select<W>(special, splat<W>(1.0), ax),
@@ -133,21 +156,21 @@ struct CbrtCore {
 };
 
 struct InvCbrtCore {
-    template <int W> static Out<W> eval(VD<W> a, Acc acc) {
+    template <int W, Acc acc> static Out<W> eval(VD<W> a) {
         VD<W> ax = vabs<W>(a);
         VI<W> zero = (VI<W>)(a == 0.0);
         VI<W> special = zero | ~(VI<W>)(ax < kInf);
         VD<W> r;
-        if (acc == Acc::Wide) {
+        if constexpr (acc == Acc::Wide) {
             r = inv_cbrt_newton<W, 1, false>(select<W>(special, splat<W>(1.0), ax));
-        } else if (acc == Acc::Newton2) {
+        } else if constexpr (acc == Acc::Newton2) {
             r = inv_cbrt_newton<W, 2, true>(select<W>(special, splat<W>(1.0), ax));
-        } else if (acc == Acc::Newton1) {
+        } else if constexpr (acc == Acc::Newton1) {
             r = inv_cbrt_newton<W, 1, true>(select<W>(special, splat<W>(1.0), ax));
         } else {
             CbrtParts<W> p = cbrt_parts<W>(select<W>(special, splat<W>(1.0), ax),
                                            acc == Acc::Full);
-            if (acc == Acc::Full) {
+            if constexpr (acc == Acc::Full) {
                 VD<W> y = 1.0 / p.t;
                 DD<W> ty = two_prod<W>(p.t, y);
                 VD<W> e = (1.0 - ty.hi) - ty.lo;

@@ -10,7 +10,7 @@ constexpr int kW = ORB_KLEVEL >= 6 ? 4 : 2;
 
 #define ORB_VML_ROOT_DEF(fn, T, core, acc, code, name)                   \
     void fn(int32_t n, const T *a, T *y) {                              \
-        unary_kernel<kW, core, T>(n, a, y, Acc::acc, code, name);       \
+        unary_kernel<kW, core, T, Acc::acc>(n, a, y, code, name);       \
     }
 ORB_VML_ROOT_KERNELS(ORB_VML_ROOT_DEF)
 #undef ORB_VML_ROOT_DEF

@@ -4,7 +4,9 @@
  * all; the declarations below follow from the list. Suffix _ha is the
  * flavour within 1 ulp (single precision: Newton step on widened lanes),
  * vsSqrt_ep the code-3 square root (estimate and one Newton step, 22 bits),
- * vdInvCbrt_la/_ep the division-free double ones of codes 1 and 3, _la the single-precision flavour within 4 ulp
+ * vdInvCbrt_la/_ep the division-free double ones of codes 1 and 3,
+ * vdCbrt_ep the division-free double one of code 3 (26 bits and more),
+ * _la the single-precision flavour within 4 ulp
  * (seed and one Newton step on float lanes), _ep the seed-only one (11
  * bits and more). */
 #ifndef ORB_VML_KERNELS_ROOTS_KERNELS_H
@@ -20,6 +22,7 @@
     X(vsCbrt_la, float, CbrtCore, Fast, 0, "vsCbrt")             \
     X(vsCbrt_ep, float, CbrtCore, Seed, 0, "vsCbrt")             \
     X(vdCbrt_ha, double, CbrtCore, Full, 0, "vdCbrt")            \
+    X(vdCbrt_ep, double, CbrtCore, Newton1, 0, "vdCbrt")         \
     X(vsInvCbrt_ha, float, InvCbrtCore, Wide, 2, "vsInvCbrt")    \
     X(vsInvCbrt_la, float, InvCbrtCore, Fast, 2, "vsInvCbrt")    \
     X(vsInvCbrt_ep, float, InvCbrtCore, Seed, 2, "vsInvCbrt")    \

@@ -9,7 +9,7 @@ using namespace orb::vmk;
 
 #define ORB_VML_ROOT_DEF(fn, T, core, acc, code, name)                   \
     void fn(int32_t n, const T *a, T *y) {                              \
-        unary_loop<1, core, T>(n, a, y, Acc::acc, code, name);          \
+        unary_loop<1, core, T, Acc::acc>(n, a, y, code, name);          \
     }
 ORB_VML_ROOT_KERNELS(ORB_VML_ROOT_DEF)
 #undef ORB_VML_ROOT_DEF
