@@ -7,6 +7,10 @@
 
 #include <algorithm>
 
+#if ORB_KLEVEL >= 6
+#include <immintrin.h>
+#endif
+
 #include "dft/engine/butterflies.h"
 #include "dft/engine/stage_kernels.h"
 
@@ -24,20 +28,63 @@ constexpr int kVectorBytes = 16;
 template <class T>
 constexpr int kLanes = kVectorBytes / int(2 * sizeof(T));
 
+// a * w for the stage twiddles: on AVX levels the sign flip of the cross
+// products folds into one add-subtract (fused with the multiply when the
+// level has FMA) instead of a multiply by (-1, 1, ...).
+template <class T>
+__attribute__((always_inline)) inline Pack<T, 1> TwMul(Pack<T, 1> a, Pack<T, 1> w) {
+    return Mul(a, w);
+}
+template <class T, int L>
+__attribute__((always_inline)) inline Pack<T, L> TwMul(Pack<T, L> a, Pack<T, L> w) {
+#if ORB_KLEVEL >= 6
+    using P = Pack<T, L>;
+    if constexpr (sizeof(typename P::V) == 32) {
+        using V = typename P::V;
+        const V c = P::Swap(a.v) * P::DupIm(w.v), r = P::DupRe(w.v);
+        if constexpr (sizeof(T) == 8) {
+#if defined(__FMA__)
+            return {(V)_mm256_fmaddsub_pd((__m256d)a.v, (__m256d)r, (__m256d)c)};
+#else
+            return {(V)_mm256_addsub_pd((__m256d)(a.v * r), (__m256d)c)};
+#endif
+        } else {
+#if defined(__FMA__)
+            return {(V)_mm256_fmaddsub_ps((__m256)a.v, (__m256)r, (__m256)c)};
+#else
+            return {(V)_mm256_addsub_ps((__m256)(a.v * r), (__m256)c)};
+#endif
+        }
+    }
+#endif
+    return Mul(a, w);
+}
+
+// What a stage does after its butterflies: twiddle (m > 1), scale (the
+// last stage when scale != 1), or nothing. A template argument, so that the
+// inner loops carry no test.
+enum class Post { kNone, kTwiddle, kScale };
+
 // One butterfly column: a[k] loaded, transformed, twiddled, stored.
-template <int R, int S, class T, class P, class LoadF, class StoreF>
-__attribute__((always_inline)) inline void Column(LoadF load, StoreF store_all, const P *w, bool twiddled,
-                                                  bool scaled, T scale) {
+template <int R, int S, Post PO, class T, class P, class LoadF, class StoreF>
+__attribute__((always_inline)) inline void Column(LoadF load, StoreF store_all, const P *w, T scale) {
     P a[R];
     bfly::StaticFor<R>([&](auto k) __attribute__((always_inline)) { a[k] = load(k); });
     bfly::Butterfly<R, S, T>(a);
-    if (twiddled) {
-        bfly::StaticFor<R - 1>([&](auto t) __attribute__((always_inline)) { a[t + 1] = Mul(a[t + 1], w[t]); });
-    } else if (scaled) {
+    if constexpr (PO == Post::kTwiddle) {
+        bfly::StaticFor<R - 1>([&](auto t) __attribute__((always_inline)) { a[t + 1] = TwMul(a[t + 1], w[t]); });
+    } else if constexpr (PO == Post::kScale) {
         bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { a[t] = a[t] * scale; });
     }
     store_all(a);
 }
+
+// Hides a loop index from the optimiser. Without it the compiler turns each
+// of a column's 2R leg addresses into its own pointer stepped every
+// iteration, more than the registers hold, and spends a third of the loop
+// spilling and reloading them; with it each address is an invariant base
+// plus the index.
+#define ORB_OPAQUE_INDEX(i) __asm__("" : "+r"(i))
 
 // Twiddle w^(p (t+1)) of a stage: t-major for the first stage (s == 1, read
 // as vectors over p), p-major for the others (broadcast per p).
@@ -45,14 +92,13 @@ inline int64_t TwIndex(int64_t p, int t, int64_t m, int r, bool tmajor) {
     return tmajor ? t * m + p : p * (r - 1) + t;
 }
 
-template <int R, int S, class T>
-void StageFixed(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw, bool tmajor, T scale,
-                int64_t p0, int64_t p1, int64_t q0, int64_t q1) {
+template <int R, int S, Post PO, class T>
+void StageBody(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw, bool tmajor, T scale,
+               int64_t p0, int64_t p1, int64_t q0, int64_t q1) {
     constexpr int L = kLanes<T>;
     using PV = Pack<T, L>;
     using P1 = Pack<T, 1>;
-    const bool twiddled = m > 1;
-    const bool scaled = !twiddled && scale != T(1);
+    constexpr bool twiddled = PO == Post::kTwiddle;
     const int64_t ks = s * m;  // input distance between butterfly legs
     if constexpr (L > 1) {
         if (s == 1 && p1 - p0 >= L) {
@@ -60,10 +106,11 @@ void StageFixed(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw,
             // interleaved by R (pairs of lanes transposed when L == 2).
             int64_t p = p0;
             for (; p + L <= p1; p += L) {
+                ORB_OPAQUE_INDEX(p);
                 PV w[R > 1 ? R - 1 : 1];
-                if (twiddled)
+                if constexpr (twiddled)
                     for (int t = 0; t < R - 1; ++t) w[t] = PV::Load(tw + t * m + p);
-                Column<R, S, T, PV>(
+                Column<R, S, PO, T, PV>(
                     [&](int k) __attribute__((always_inline)) { return PV::Load(x + p + k * ks); },
                     [&](PV *a) __attribute__((always_inline)) {
                         Cx<T> *yp = y + R * p;
@@ -77,7 +124,7 @@ void StageFixed(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw,
                             bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { a[t].Scatter(yp + t, R); });
                         }
                     },
-                    w, twiddled, scaled, scale);
+                    w, scale);
             }
             p0 = p;
         }
@@ -89,30 +136,40 @@ void StageFixed(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw,
         if constexpr (L > 1) {
             if (s >= L) {
                 PV w[R > 1 ? R - 1 : 1];
-                if (twiddled)
+                if constexpr (twiddled)
                     for (int t = 0; t < R - 1; ++t) w[t] = PV::Bcast(tw[TwIndex(p, t, m, R, tmajor)]);
-                for (; q + L <= q1; q += L)
-                    Column<R, S, T, PV>(
+                for (; q + L <= q1; q += L) {
+                    ORB_OPAQUE_INDEX(q);
+                    Column<R, S, PO, T, PV>(
                         [&](int k) __attribute__((always_inline)) { return PV::Load(xp + q + k * ks); },
                         [&](PV *a) __attribute__((always_inline)) {
                             bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { a[t].Store(yp + q + t * s); });
                         },
-                        w, twiddled, scaled, scale);
+                        w, scale);
+                }
             }
         }
         if (q < q1) {
             P1 w[R > 1 ? R - 1 : 1];
-            if (twiddled)
+            if constexpr (twiddled)
                 for (int t = 0; t < R - 1; ++t) w[t] = P1::Bcast(tw[TwIndex(p, t, m, R, tmajor)]);
             for (; q < q1; ++q)
-                Column<R, S, T, P1>(
+                Column<R, S, PO, T, P1>(
                     [&](int k) __attribute__((always_inline)) { return P1::Load(xp + q + k * ks); },
                     [&](P1 *a) __attribute__((always_inline)) {
                         bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { a[t].Store(yp + q + t * s); });
                     },
-                    w, twiddled, scaled, scale);
+                    w, scale);
         }
     }
+}
+
+template <int R, int S, class T>
+void StageFixed(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw, bool tmajor, T scale,
+                int64_t p0, int64_t p1, int64_t q0, int64_t q1) {
+    if (m > 1) StageBody<R, S, Post::kTwiddle, T>(x, y, m, s, tw, tmajor, scale, p0, p1, q0, q1);
+    else if (scale != T(1)) StageBody<R, S, Post::kScale, T>(x, y, m, s, tw, tmajor, scale, p0, p1, q0, q1);
+    else StageBody<R, S, Post::kNone, T>(x, y, m, s, tw, tmajor, scale, p0, p1, q0, q1);
 }
 
 // Run-time odd radix r (scalar packs; these radices are rare).
