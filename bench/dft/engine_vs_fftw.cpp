@@ -2,7 +2,7 @@
 // per case, the ratios FFTW time / our time (FFTW planned with MEASURE and
 // with ESTIMATE; above 1 means we are faster), our plan time, and the
 // relative RMS distance between our result and FFTW's.
-// Usage: bench_dft_engine [filter-substring]
+// Usage: bench_dft_engine [filter-substring | name,name,... (exact names)]
 #include <fftw3.h>
 
 #include <algorithm>
@@ -247,7 +247,13 @@ int main(int argc, char **argv) {
     fftwf_set_timelimit(0.5);
     printf("CpuLevel %d; ratios are FFTW time / engine time (FFTW single-threaded)\n", ServGetCpuLevel());
     for (const BenchCase &s : Cases()) {
-        if (!strstr(s.name.c_str(), filter)) continue;
+        if (strchr(filter, ',')) {
+            // A list picks exact names, so "z1d_1024," is not also z1d_1024000.
+            const std::string list = std::string(",") + filter + ",";
+            if (list.find("," + s.name + ",") == std::string::npos) continue;
+        } else if (!strstr(s.name.c_str(), filter)) {
+            continue;
+        }
         if (s.dbl) RunCase<double>(s);
         else RunCase<float>(s);
     }
