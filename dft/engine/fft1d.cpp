@@ -335,7 +335,9 @@ __attribute__((noinline)) void Fft1D<T>::ExecFourStepBlocked(const Cx<T> *in, Cx
     // a: gathered columns, b: transformed, w: the stages' ping-pong.
     const int64_t per_thread = 3 * B * nmax;
     auto body = [&](int id, int nth) {
-        Cx<T> *buf = MemArray<Cx<T>>(per_thread);
+        // One thread works in the caller's scratch (WorkElems counts it),
+        // so a serial call allocates nothing.
+        Cx<T> *buf = nth == 1 ? tmp + n_ : MemArray<Cx<T>>(per_thread);
         if (!buf) return false;
         Cx<T> *a = buf, *b = buf + B * nmax, *w = buf + 2 * B * nmax;
         // Step 1: B adjacent columns -> interleaved FFT over j1 -> twiddle ->
@@ -367,7 +369,7 @@ __attribute__((noinline)) void Fft1D<T>::ExecFourStepBlocked(const Cx<T> *in, Cx
             f2_->ExecInterleaved(tmp + g * B * n2, b, w, scale, B);
             for (int64_t k2 = 0; k2 < n2; ++k2) memcpy(out + g * B + n1 * k2, b + k2 * B, B * sizeof(Cx<T>));
         }
-        MemFree(buf);
+        if (nth > 1) MemFree(buf);
         return true;
     };
     if (nthreads <= 1) {
@@ -392,7 +394,7 @@ Fft1D<T>::~Fft1D() {
 
 template <class T>
 int64_t Fft1D<T>::WorkElems() const {
-    if (four_) return n_;
+    if (four_) return n_ + 3 * kBlock<T> * std::max(n1_, n2_);  // the blocked path's row buffers
     if (!blue_) return n_;
     return 2 * m_ + std::max(fwd_->WorkElems(), bwd_->WorkElems());
 }
