@@ -260,11 +260,15 @@ void StageShare(const StageInfo &st, int64_t vb, int id, int nth, int64_t *p0, i
     }
 }
 
+// last_in_place: the last stage writes over its own input (allowed because
+// with m == 1 each column reads and writes the same R elements, all loaded
+// before any is stored).
 template <int S, class T>
 void StagesSerial(const StagePlan<T> &pl, int64_t vb, const Cx<T> *src, Cx<T> *dst, Cx<T> *out, Cx<T> *work,
-                  T scale) {
+                  T scale, bool last_in_place) {
     const int k = pl.nstages;
     for (int i = 0; i < k; ++i) {
+        if (i == k - 1 && last_in_place) dst = out;
         RunStage<S, T>(pl, i, vb, src, dst, i == k - 1 ? scale : T(1), 0, pl.st[i].m, 0, pl.st[i].s * vb);
         src = dst;
         dst = (dst == out) ? work : out;
@@ -274,7 +278,7 @@ void StagesSerial(const StagePlan<T> &pl, int64_t vb, const Cx<T> *src, Cx<T> *d
 // Kept out of line so that the serial path never touches the OpenMP runtime.
 template <int S, class T>
 __attribute__((noinline)) void StagesParallel(const StagePlan<T> &pl, int64_t vb, const Cx<T> *src0, Cx<T> *dst0, Cx<T> *out,
-                                              Cx<T> *work, T scale, int nthreads) {
+                                              Cx<T> *work, T scale, int nthreads, bool last_in_place) {
     const int k = pl.nstages;
 #pragma omp parallel num_threads(nthreads)
     {
@@ -283,6 +287,7 @@ __attribute__((noinline)) void StagesParallel(const StagePlan<T> &pl, int64_t vb
         Cx<T> *dst = dst0;
         for (int i = 0; i < k; ++i) {
             int64_t p0, p1, q0, q1;
+            if (i == k - 1 && last_in_place) dst = out;
             StageShare<T>(pl.st[i], vb, id, nth, &p0, &p1, &q0, &q1);
             RunStage<S, T>(pl, i, vb, src, dst, i == k - 1 ? scale : T(1), p0, p1, q0, q1);
 #pragma omp barrier
@@ -303,12 +308,16 @@ void Exec(const StagePlan<T> &pl, const Cx<T> *in, Cx<T> *out, Cx<T> *work, T sc
     // Ping-pong so that the last stage writes `out`.
     Cx<T> *dst0 = (k % 2 == 1) ? out : work;
     const Cx<T> *src0 = in;
+    bool last_in_place = false;
     if (src0 == dst0) {
-        for (int64_t j = 0; j < total; ++j) work[j] = in[j];
-        src0 = work;
+        // In place with an odd stage count: the others ping-pong (the first
+        // writing `work`) and the last (always m == 1) overwrites its input
+        // in `out`, which saves copying the input away first.
+        dst0 = work;
+        last_in_place = true;
     }
-    if (nthreads <= 1) StagesSerial<S, T>(pl, vb, src0, dst0, out, work, scale);
-    else StagesParallel<S, T>(pl, vb, src0, dst0, out, work, scale, nthreads);
+    if (nthreads <= 1) StagesSerial<S, T>(pl, vb, src0, dst0, out, work, scale, last_in_place);
+    else StagesParallel<S, T>(pl, vb, src0, dst0, out, work, scale, nthreads, last_in_place);
 }
 
 template <class T>
