@@ -5,6 +5,8 @@
 // scale instead.
 #include <omp.h>
 
+#include <string.h>
+
 #include <algorithm>
 
 #if ORB_KLEVEL >= 6
@@ -28,6 +30,48 @@ constexpr int kVectorBytes = 16;
 template <class T>
 constexpr int kLanes = kVectorBytes / int(2 * sizeof(T));
 
+// One complex double in a 128-bit register, for the SSE2-class build (where
+// a vector holds a single complex double): the butterflies then run on
+// packed instead of scalar arithmetic.
+struct CxD1 {
+    typedef double V __attribute__((vector_size(16), aligned(8)));
+    V v;
+    static CxD1 Load(const Cx<double> *p) {
+        CxD1 r;
+        memcpy(&r.v, p, sizeof(V));
+        return r;
+    }
+    static CxD1 Bcast(const Cx<double> &w) { return Load(&w); }
+    void Store(Cx<double> *p) const { memcpy(p, &v, sizeof(V)); }
+    static V Swap(V a) { return __builtin_shufflevector(a, a, 1, 0); }
+    __attribute__((always_inline)) friend CxD1 operator+(CxD1 a, CxD1 b) { return {a.v + b.v}; }
+    __attribute__((always_inline)) friend CxD1 operator-(CxD1 a, CxD1 b) { return {a.v - b.v}; }
+    __attribute__((always_inline)) friend CxD1 operator*(CxD1 a, double k) { return {a.v * k}; }
+    __attribute__((always_inline)) friend CxD1 Mul(CxD1 a, CxD1 w) {
+        const V re = {w.v[0], w.v[0]}, im = {-w.v[1], w.v[1]};
+        return {a.v * re + Swap(a.v) * im};
+    }
+    __attribute__((always_inline)) friend CxD1 MulI(CxD1 a) {
+        const V sg = {-1.0, 1.0};
+        return {Swap(a.v) * sg};
+    }
+    __attribute__((always_inline)) friend CxD1 MulNegI(CxD1 a) {
+        const V sg = {1.0, -1.0};
+        return {Swap(a.v) * sg};
+    }
+};
+
+// Single-element pack of the stage loops' remainders (and of every loop
+// when a vector holds one complex).
+template <class T>
+struct OnePack {
+    using type = Pack<T, 1>;
+};
+template <>
+struct OnePack<double> {
+    using type = CxD1;
+};
+
 // a * w for the stage twiddles: on AVX levels the sign flip of the cross
 // products folds into one add-subtract (fused with the multiply when the
 // level has FMA) instead of a multiply by (-1, 1, ...).
@@ -35,6 +79,7 @@ template <class T>
 __attribute__((always_inline)) inline Pack<T, 1> TwMul(Pack<T, 1> a, Pack<T, 1> w) {
     return Mul(a, w);
 }
+__attribute__((always_inline)) inline CxD1 TwMul(CxD1 a, CxD1 w) { return Mul(a, w); }
 template <class T, int L>
 __attribute__((always_inline)) inline Pack<T, L> TwMul(Pack<T, L> a, Pack<T, L> w) {
 #if ORB_KLEVEL >= 6
@@ -111,7 +156,7 @@ void StageBody(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw, 
                int64_t p0, int64_t p1, int64_t q0, int64_t q1) {
     constexpr int L = kLanes<T>;
     using PV = Pack<T, L>;
-    using P1 = Pack<T, 1>;
+    using P1 = typename OnePack<T>::type;
     constexpr bool twiddled = PO == Post::kTwiddle;
     const int64_t ks = s * m;  // input distance between butterfly legs
     if constexpr (L > 1) {
