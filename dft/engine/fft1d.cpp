@@ -59,6 +59,11 @@ bool Factor(int64_t n, int *radix, int *count) {
     // Largest radix first: the first stage (s == 1) vectorises across its
     // butterflies, later ones across s.
     std::sort(radix, radix + k, [](int a, int b) { return a > b; });
+    // Two trailing radix-4 stages: one radix-8 stage moved behind them, so
+    // that the last (twiddle-free) stage is the wider one; measured 5-15%
+    // faster at 1024 and 8192.
+    if (k >= 4 && radix[k - 1] == 4 && radix[k - 2] == 4 && radix[k - 3] == 8)
+        std::rotate(radix + k - 3, radix + k - 2, radix + k);
     *count = k;
     return true;
 }
@@ -265,6 +270,10 @@ __attribute__((noinline)) void Fft1D<T>::ExecFourStep(const Cx<T> *in, Cx<T> *ou
     const int64_t n1 = n1_, n2 = n2_;
     const int64_t w1 = f1_->WorkElems(), w2 = f2_->WorkElems();
     const int64_t per_thread = 2 * B * n1 + B * n2 + (w1 > w2 ? w1 : w2);
+    if (n1 % B == 0 && n2 % B == 0 && f1_->Interleavable() && f2_->Interleavable()) {
+        ExecFourStepBlocked(in, out, tmp, scale, nthreads);
+        return;
+    }
     auto body = [&](int id, int nth) {
         Cx<T> *buf = MemArray<Cx<T>>(per_thread);
         if (!buf) return false;  // the caller's scratch check happens before
@@ -311,6 +320,66 @@ __attribute__((noinline)) void Fft1D<T>::ExecFourStep(const Cx<T> *in, Cx<T> *ou
     }
 }
 
+// Four-step with both FFT passes run as B interleaved transforms at once
+// (vectorised across them, all copies in runs of B elements). The middle
+// array is kept in the layout the row pass reads: row k1 = B g + r, column
+// j2 at tmp[g B n2 + j2 B + r], so step 1 stores each B x B tile as one
+// contiguous block and step 2 reads B whole rows, already interleaved,
+// from one contiguous block.
+template <class T>
+__attribute__((noinline)) void Fft1D<T>::ExecFourStepBlocked(const Cx<T> *in, Cx<T> *out, Cx<T> *tmp, T scale,
+                                                             int nthreads) const {
+    constexpr int64_t B = kBlock<T>;
+    const int64_t n1 = n1_, n2 = n2_;
+    const int64_t nmax = n1 > n2 ? n1 : n2;
+    // a: gathered columns, b: transformed, w: the stages' ping-pong.
+    const int64_t per_thread = 3 * B * nmax;
+    auto body = [&](int id, int nth) {
+        // One thread works in the caller's scratch (WorkElems counts it),
+        // so a serial call allocates nothing.
+        Cx<T> *buf = nth == 1 ? tmp + n_ : MemArray<Cx<T>>(per_thread);
+        if (!buf) return false;
+        Cx<T> *a = buf, *b = buf + B * nmax, *w = buf + 2 * B * nmax;
+        // Step 1: B adjacent columns -> interleaved FFT over j1 -> twiddle ->
+        // tiles of tmp.
+        const int64_t nblk1 = n2 / B;
+        for (int64_t blk = nblk1 * id / nth; blk < nblk1 * (id + 1) / nth; ++blk) {
+            const int64_t c0 = blk * B;
+            for (int64_t j1 = 0; j1 < n1; ++j1) memcpy(a + j1 * B, in + j1 * n2 + c0, B * sizeof(Cx<T>));
+            f1_->ExecInterleaved(a, b, w, T(1), B);
+            for (int64_t g = 0; g < n1 / B; ++g) {
+                Cx<T> *tile = tmp + g * B * n2 + c0 * B;
+                for (int64_t r = 0; r < B; ++r) {
+                    const int64_t k1 = g * B + r;
+                    const Cx<T> *src = b + k1 * B, *tw = tw4_ + k1 * n2 + c0;
+                    for (int64_t c = 0; c < B; ++c) {
+                        const Cx<T> x = src[c], v = tw[c];
+                        tile[c * B + r] = {x.re * v.re - x.im * v.im, x.re * v.im + x.im * v.re};
+                    }
+                }
+            }
+        }
+        if (nth > 1) {
+#pragma omp barrier
+        }
+        // Step 2: B rows (interleaved in tmp) -> FFT over j2 -> out[k1 + n1 k2]
+        // in runs of B.
+        const int64_t nblk2 = n1 / B;
+        for (int64_t g = nblk2 * id / nth; g < nblk2 * (id + 1) / nth; ++g) {
+            f2_->ExecInterleaved(tmp + g * B * n2, b, w, scale, B);
+            for (int64_t k2 = 0; k2 < n2; ++k2) memcpy(out + g * B + n1 * k2, b + k2 * B, B * sizeof(Cx<T>));
+        }
+        if (nth > 1) MemFree(buf);
+        return true;
+    };
+    if (nthreads <= 1) {
+        body(0, 1);
+    } else {
+#pragma omp parallel num_threads(nthreads)
+        body(omp_get_thread_num(), omp_get_num_threads());
+    }
+}
+
 template <class T>
 Fft1D<T>::~Fft1D() {
     MemFree(tw_);
@@ -325,7 +394,7 @@ Fft1D<T>::~Fft1D() {
 
 template <class T>
 int64_t Fft1D<T>::WorkElems() const {
-    if (four_) return n_;
+    if (four_) return n_ + 3 * kBlock<T> * std::max(n1_, n2_);  // the blocked path's row buffers
     if (!blue_) return n_;
     return 2 * m_ + std::max(fwd_->WorkElems(), bwd_->WorkElems());
 }

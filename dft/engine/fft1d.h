@@ -37,6 +37,7 @@ private:
     bool BuildBluestein();
     bool BuildFourStep(int64_t n1);
     void ExecFourStep(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
+    void ExecFourStepBlocked(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
 
     int64_t n_ = 0;
     int sign_ = -1;

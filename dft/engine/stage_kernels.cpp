@@ -5,7 +5,13 @@
 // scale instead.
 #include <omp.h>
 
+#include <string.h>
+
 #include <algorithm>
+
+#if ORB_KLEVEL >= 6
+#include <immintrin.h>
+#endif
 
 #include "dft/engine/butterflies.h"
 #include "dft/engine/stage_kernels.h"
@@ -24,20 +30,120 @@ constexpr int kVectorBytes = 16;
 template <class T>
 constexpr int kLanes = kVectorBytes / int(2 * sizeof(T));
 
+// One complex double in a 128-bit register, for the SSE2-class build (where
+// a vector holds a single complex double): the butterflies then run on
+// packed instead of scalar arithmetic.
+struct CxD1 {
+    typedef double V __attribute__((vector_size(16), aligned(8)));
+    V v;
+    static CxD1 Load(const Cx<double> *p) {
+        CxD1 r;
+        memcpy(&r.v, p, sizeof(V));
+        return r;
+    }
+    static CxD1 Bcast(const Cx<double> &w) { return Load(&w); }
+    void Store(Cx<double> *p) const { memcpy(p, &v, sizeof(V)); }
+    static V Swap(V a) { return __builtin_shufflevector(a, a, 1, 0); }
+    __attribute__((always_inline)) friend CxD1 operator+(CxD1 a, CxD1 b) { return {a.v + b.v}; }
+    __attribute__((always_inline)) friend CxD1 operator-(CxD1 a, CxD1 b) { return {a.v - b.v}; }
+    __attribute__((always_inline)) friend CxD1 operator*(CxD1 a, double k) { return {a.v * k}; }
+    __attribute__((always_inline)) friend CxD1 Mul(CxD1 a, CxD1 w) {
+        const V re = {w.v[0], w.v[0]}, im = {-w.v[1], w.v[1]};
+        return {a.v * re + Swap(a.v) * im};
+    }
+    __attribute__((always_inline)) friend CxD1 MulI(CxD1 a) {
+        const V sg = {-1.0, 1.0};
+        return {Swap(a.v) * sg};
+    }
+    __attribute__((always_inline)) friend CxD1 MulNegI(CxD1 a) {
+        const V sg = {1.0, -1.0};
+        return {Swap(a.v) * sg};
+    }
+};
+
+// Single-element pack of the stage loops' remainders (and of every loop
+// when a vector holds one complex).
+template <class T>
+struct OnePack {
+    using type = Pack<T, 1>;
+};
+template <>
+struct OnePack<double> {
+    using type = CxD1;
+};
+
+// a * w for the stage twiddles: on AVX levels the sign flip of the cross
+// products folds into one add-subtract (fused with the multiply when the
+// level has FMA) instead of a multiply by (-1, 1, ...).
+template <class T>
+__attribute__((always_inline)) inline Pack<T, 1> TwMul(Pack<T, 1> a, Pack<T, 1> w) {
+    return Mul(a, w);
+}
+__attribute__((always_inline)) inline CxD1 TwMul(CxD1 a, CxD1 w) { return Mul(a, w); }
+template <class T, int L>
+__attribute__((always_inline)) inline Pack<T, L> TwMul(Pack<T, L> a, Pack<T, L> w) {
+#if ORB_KLEVEL >= 6
+    using P = Pack<T, L>;
+    if constexpr (sizeof(typename P::V) == 32) {
+        using V = typename P::V;
+        const V c = P::Swap(a.v) * P::DupIm(w.v), r = P::DupRe(w.v);
+        if constexpr (sizeof(T) == 8) {
+#if defined(__FMA__)
+            return {(V)_mm256_fmaddsub_pd((__m256d)a.v, (__m256d)r, (__m256d)c)};
+#else
+            return {(V)_mm256_addsub_pd((__m256d)(a.v * r), (__m256d)c)};
+#endif
+        } else {
+#if defined(__FMA__)
+            return {(V)_mm256_fmaddsub_ps((__m256)a.v, (__m256)r, (__m256)c)};
+#else
+            return {(V)_mm256_addsub_ps((__m256)(a.v * r), (__m256)c)};
+#endif
+        }
+    }
+#endif
+    return Mul(a, w);
+}
+
+// What a stage does after its butterflies: twiddle (m > 1), scale (the
+// last stage when scale != 1), or nothing. A template argument, so that the
+// inner loops carry no test.
+enum class Post { kNone, kTwiddle, kScale };
+
 // One butterfly column: a[k] loaded, transformed, twiddled, stored.
-template <int R, int S, class T, class P, class LoadF, class StoreF>
-__attribute__((always_inline)) inline void Column(LoadF load, StoreF store_all, const P *w, bool twiddled,
-                                                  bool scaled, T scale) {
+template <int R, int S, Post PO, class T, class P, class LoadF, class StoreF>
+__attribute__((always_inline)) inline void Column(LoadF load, StoreF store_all, const P *w, T scale) {
     P a[R];
     bfly::StaticFor<R>([&](auto k) __attribute__((always_inline)) { a[k] = load(k); });
     bfly::Butterfly<R, S, T>(a);
-    if (twiddled) {
-        bfly::StaticFor<R - 1>([&](auto t) __attribute__((always_inline)) { a[t + 1] = Mul(a[t + 1], w[t]); });
-    } else if (scaled) {
+    if constexpr (PO == Post::kTwiddle) {
+        bfly::StaticFor<R - 1>([&](auto t) __attribute__((always_inline)) { a[t + 1] = TwMul(a[t + 1], w[t]); });
+    } else if constexpr (PO == Post::kScale) {
         bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { a[t] = a[t] * scale; });
     }
     store_all(a);
 }
+
+// 4 x 4 transpose of complex elements held in four 4-lane packs: on
+// return a[i] lane j holds what a[j] lane i held.
+template <class P>
+__attribute__((always_inline)) inline void Transpose4(P *a) {
+    const auto t0 = __builtin_shufflevector(a[0].v, a[1].v, 0, 1, 8, 9, 4, 5, 12, 13);
+    const auto t1 = __builtin_shufflevector(a[0].v, a[1].v, 2, 3, 10, 11, 6, 7, 14, 15);
+    const auto t2 = __builtin_shufflevector(a[2].v, a[3].v, 0, 1, 8, 9, 4, 5, 12, 13);
+    const auto t3 = __builtin_shufflevector(a[2].v, a[3].v, 2, 3, 10, 11, 6, 7, 14, 15);
+    a[0].v = __builtin_shufflevector(t0, t2, 0, 1, 2, 3, 8, 9, 10, 11);
+    a[1].v = __builtin_shufflevector(t1, t3, 0, 1, 2, 3, 8, 9, 10, 11);
+    a[2].v = __builtin_shufflevector(t0, t2, 4, 5, 6, 7, 12, 13, 14, 15);
+    a[3].v = __builtin_shufflevector(t1, t3, 4, 5, 6, 7, 12, 13, 14, 15);
+}
+
+// Hides a loop index from the optimiser. Without it the compiler turns each
+// of a column's 2R leg addresses into its own pointer stepped every
+// iteration, more than the registers hold, and spends a third of the loop
+// spilling and reloading them; with it each address is an invariant base
+// plus the index.
+#define ORB_OPAQUE_INDEX(i) __asm__("" : "+r"(i))
 
 // Twiddle w^(p (t+1)) of a stage: t-major for the first stage (s == 1, read
 // as vectors over p), p-major for the others (broadcast per p).
@@ -45,14 +151,13 @@ inline int64_t TwIndex(int64_t p, int t, int64_t m, int r, bool tmajor) {
     return tmajor ? t * m + p : p * (r - 1) + t;
 }
 
-template <int R, int S, class T>
-void StageFixed(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw, bool tmajor, T scale,
-                int64_t p0, int64_t p1, int64_t q0, int64_t q1) {
+template <int R, int S, Post PO, class T>
+void StageBody(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw, bool tmajor, T scale,
+               int64_t p0, int64_t p1, int64_t q0, int64_t q1) {
     constexpr int L = kLanes<T>;
     using PV = Pack<T, L>;
-    using P1 = Pack<T, 1>;
-    const bool twiddled = m > 1;
-    const bool scaled = !twiddled && scale != T(1);
+    using P1 = typename OnePack<T>::type;
+    constexpr bool twiddled = PO == Post::kTwiddle;
     const int64_t ks = s * m;  // input distance between butterfly legs
     if constexpr (L > 1) {
         if (s == 1 && p1 - p0 >= L) {
@@ -60,10 +165,11 @@ void StageFixed(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw,
             // interleaved by R (pairs of lanes transposed when L == 2).
             int64_t p = p0;
             for (; p + L <= p1; p += L) {
+                ORB_OPAQUE_INDEX(p);
                 PV w[R > 1 ? R - 1 : 1];
-                if (twiddled)
+                if constexpr (twiddled)
                     for (int t = 0; t < R - 1; ++t) w[t] = PV::Load(tw + t * m + p);
-                Column<R, S, T, PV>(
+                Column<R, S, PO, T, PV>(
                     [&](int k) __attribute__((always_inline)) { return PV::Load(x + p + k * ks); },
                     [&](PV *a) __attribute__((always_inline)) {
                         Cx<T> *yp = y + R * p;
@@ -73,11 +179,20 @@ void StageFixed(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw,
                                 PV::Hi(a[2 * h], a[2 * h + 1]).Store(yp + R + 2 * h);
                             });
                             if constexpr (R % 2 == 1) a[R - 1].Scatter(yp + R - 1, R);
+                        } else if constexpr (L == 4 && R % 4 == 0) {
+                            // Four lanes: 4 x 4 tiles transposed in registers,
+                            // stored as whole vectors.
+                            bfly::StaticFor<R / 4>([&](auto h) __attribute__((always_inline)) {
+                                Transpose4(a + 4 * h);
+                                bfly::StaticFor<4>([&](auto j) __attribute__((always_inline)) {
+                                    a[4 * h + j].Store(yp + R * j + 4 * h);
+                                });
+                            });
                         } else {
                             bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { a[t].Scatter(yp + t, R); });
                         }
                     },
-                    w, twiddled, scaled, scale);
+                    w, scale);
             }
             p0 = p;
         }
@@ -89,30 +204,40 @@ void StageFixed(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw,
         if constexpr (L > 1) {
             if (s >= L) {
                 PV w[R > 1 ? R - 1 : 1];
-                if (twiddled)
+                if constexpr (twiddled)
                     for (int t = 0; t < R - 1; ++t) w[t] = PV::Bcast(tw[TwIndex(p, t, m, R, tmajor)]);
-                for (; q + L <= q1; q += L)
-                    Column<R, S, T, PV>(
+                for (; q + L <= q1; q += L) {
+                    ORB_OPAQUE_INDEX(q);
+                    Column<R, S, PO, T, PV>(
                         [&](int k) __attribute__((always_inline)) { return PV::Load(xp + q + k * ks); },
                         [&](PV *a) __attribute__((always_inline)) {
                             bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { a[t].Store(yp + q + t * s); });
                         },
-                        w, twiddled, scaled, scale);
+                        w, scale);
+                }
             }
         }
         if (q < q1) {
             P1 w[R > 1 ? R - 1 : 1];
-            if (twiddled)
+            if constexpr (twiddled)
                 for (int t = 0; t < R - 1; ++t) w[t] = P1::Bcast(tw[TwIndex(p, t, m, R, tmajor)]);
             for (; q < q1; ++q)
-                Column<R, S, T, P1>(
+                Column<R, S, PO, T, P1>(
                     [&](int k) __attribute__((always_inline)) { return P1::Load(xp + q + k * ks); },
                     [&](P1 *a) __attribute__((always_inline)) {
                         bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { a[t].Store(yp + q + t * s); });
                     },
-                    w, twiddled, scaled, scale);
+                    w, scale);
         }
     }
+}
+
+template <int R, int S, class T>
+void StageFixed(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw, bool tmajor, T scale,
+                int64_t p0, int64_t p1, int64_t q0, int64_t q1) {
+    if (m > 1) StageBody<R, S, Post::kTwiddle, T>(x, y, m, s, tw, tmajor, scale, p0, p1, q0, q1);
+    else if (scale != T(1)) StageBody<R, S, Post::kScale, T>(x, y, m, s, tw, tmajor, scale, p0, p1, q0, q1);
+    else StageBody<R, S, Post::kNone, T>(x, y, m, s, tw, tmajor, scale, p0, p1, q0, q1);
 }
 
 // Run-time odd radix r (scalar packs; these radices are rare).
@@ -180,11 +305,15 @@ void StageShare(const StageInfo &st, int64_t vb, int id, int nth, int64_t *p0, i
     }
 }
 
+// last_in_place: the last stage writes over its own input (allowed because
+// with m == 1 each column reads and writes the same R elements, all loaded
+// before any is stored).
 template <int S, class T>
 void StagesSerial(const StagePlan<T> &pl, int64_t vb, const Cx<T> *src, Cx<T> *dst, Cx<T> *out, Cx<T> *work,
-                  T scale) {
+                  T scale, bool last_in_place) {
     const int k = pl.nstages;
     for (int i = 0; i < k; ++i) {
+        if (i == k - 1 && last_in_place) dst = out;
         RunStage<S, T>(pl, i, vb, src, dst, i == k - 1 ? scale : T(1), 0, pl.st[i].m, 0, pl.st[i].s * vb);
         src = dst;
         dst = (dst == out) ? work : out;
@@ -194,7 +323,7 @@ void StagesSerial(const StagePlan<T> &pl, int64_t vb, const Cx<T> *src, Cx<T> *d
 // Kept out of line so that the serial path never touches the OpenMP runtime.
 template <int S, class T>
 __attribute__((noinline)) void StagesParallel(const StagePlan<T> &pl, int64_t vb, const Cx<T> *src0, Cx<T> *dst0, Cx<T> *out,
-                                              Cx<T> *work, T scale, int nthreads) {
+                                              Cx<T> *work, T scale, int nthreads, bool last_in_place) {
     const int k = pl.nstages;
 #pragma omp parallel num_threads(nthreads)
     {
@@ -203,6 +332,7 @@ __attribute__((noinline)) void StagesParallel(const StagePlan<T> &pl, int64_t vb
         Cx<T> *dst = dst0;
         for (int i = 0; i < k; ++i) {
             int64_t p0, p1, q0, q1;
+            if (i == k - 1 && last_in_place) dst = out;
             StageShare<T>(pl.st[i], vb, id, nth, &p0, &p1, &q0, &q1);
             RunStage<S, T>(pl, i, vb, src, dst, i == k - 1 ? scale : T(1), p0, p1, q0, q1);
 #pragma omp barrier
@@ -223,12 +353,16 @@ void Exec(const StagePlan<T> &pl, const Cx<T> *in, Cx<T> *out, Cx<T> *work, T sc
     // Ping-pong so that the last stage writes `out`.
     Cx<T> *dst0 = (k % 2 == 1) ? out : work;
     const Cx<T> *src0 = in;
+    bool last_in_place = false;
     if (src0 == dst0) {
-        for (int64_t j = 0; j < total; ++j) work[j] = in[j];
-        src0 = work;
+        // In place with an odd stage count: the others ping-pong (the first
+        // writing `work`) and the last (always m == 1) overwrites its input
+        // in `out`, which saves copying the input away first.
+        dst0 = work;
+        last_in_place = true;
     }
-    if (nthreads <= 1) StagesSerial<S, T>(pl, vb, src0, dst0, out, work, scale);
-    else StagesParallel<S, T>(pl, vb, src0, dst0, out, work, scale, nthreads);
+    if (nthreads <= 1) StagesSerial<S, T>(pl, vb, src0, dst0, out, work, scale, last_in_place);
+    else StagesParallel<S, T>(pl, vb, src0, dst0, out, work, scale, nthreads, last_in_place);
 }
 
 template <class T>

@@ -73,6 +73,9 @@ const Sampled kSampled[] = {
     {1009, true},     {1009, false},    {4099, true},   {4099, false},     {65537, true},
     {65537, false},   {19683, true},    {15625, false}, {16807, true},     {257 * 263, true}, {257 * 263, false}, {2 * 4099 * 3, true}, {61 * 59 * 53, true}, {100000, true}, {100000, false},
      {1536, true},   {2 * 3 * 3 * 3 * 3 * 3 * 1024, true},
+    // Four-step with unequal factors (512 x 1024), interleaved blocks of 8
+    // (double) and 16 (single); 3^12 = 729 x 729 takes the unblocked path.
+    {1 << 19, true}, {1 << 19, false}, {531441, true},
 };
 
 INSTANTIATE_TEST_SUITE_P(Lengths, EngineLargeLengths, ::testing::ValuesIn(kSampled),

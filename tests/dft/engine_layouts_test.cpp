@@ -115,7 +115,8 @@ class EngineLevels : public ::testing::TestWithParam<int> {};
 
 TEST_P(EngineLevels, KernelVariantMatchesNaiveDft) {
     const int64_t lengths[] = {2,   3,   4,   5,   7,   8,   11,  12,  13,  16,  17,   32,       48,     60,
-                               64,  96,  128, 169, 210, 256, 289, 343, 384, 512, 625, 2 * 11 * 13, 3 * 61, 4 * 67};
+                               64,  96,  128, 169, 210, 256, 289, 343, 384, 512, 625, 2 * 11 * 13, 3 * 61, 4 * 67,
+                               1024, 2048};
     for (bool dbl : {true, false})
         for (int sign : {-1, 1})
             for (int64_t n : lengths) {
@@ -126,6 +127,14 @@ TEST_P(EngineLevels, KernelVariantMatchesNaiveDft) {
                 Outcome o = RunCase(c);
                 ASSERT_EQ(o.exec_status, EngineOk);
                 EXPECT_LE(o.error, o.tolerance) << "level " << GetParam() << " n=" << n << " double=" << dbl;
+                // In place: an odd stage count runs its last stage over its
+                // own input.
+                if (n > 64) {
+                    c.in_place = true;
+                    o = RunCase(c);
+                    ASSERT_EQ(o.exec_status, EngineOk);
+                    EXPECT_LE(o.error, o.tolerance) << "in place, level " << GetParam() << " n=" << n << " double=" << dbl;
+                }
             }
 }
 
