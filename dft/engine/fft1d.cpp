@@ -264,19 +264,45 @@ bool Fft1D<T>::BuildFourStep(int64_t n1) {
     return true;
 }
 
+// Runs body(buffer, id, members) once per member of a team of nthreads,
+// each with `per` elements of its own. The team's buffers are had before
+// the region opens: a member that left early for want of memory would
+// hang the others at the barrier. Without them, or with one thread, the
+// call runs serially in `own` (the caller's scratch).
+template <class T, class Body>
+void RunFourStepTeam(int nthreads, int64_t per, Cx<T> *own, Body body) {
+    Cx<T> *team = nthreads > 1 ? MemArray<Cx<T>>(per * nthreads) : nullptr;
+    if (!team) {
+        body(own, 0, 1);
+        return;
+    }
+#pragma omp parallel num_threads(nthreads)
+    {
+        const int id = omp_get_thread_num();
+        body(team + id * per, id, omp_get_num_threads());
+    }
+    MemFree(team);
+}
+
+// Elements one member of the four-step team works in (either path).
+template <class T>
+int64_t Fft1D<T>::FourStepBuffer() const {
+    constexpr int64_t B = kBlock<T>;
+    const int64_t w1 = f1_->WorkElems(), w2 = f2_->WorkElems();
+    const int64_t blocked = 3 * B * std::max(n1_, n2_);
+    const int64_t general = 2 * B * n1_ + B * n2_ + std::max(w1, w2);
+    return std::max(blocked, general);
+}
+
 template <class T>
 __attribute__((noinline)) void Fft1D<T>::ExecFourStep(const Cx<T> *in, Cx<T> *out, Cx<T> *tmp, T scale, int nthreads) const {
     constexpr int64_t B = kBlock<T>;
     const int64_t n1 = n1_, n2 = n2_;
-    const int64_t w1 = f1_->WorkElems(), w2 = f2_->WorkElems();
-    const int64_t per_thread = 2 * B * n1 + B * n2 + (w1 > w2 ? w1 : w2);
     if (n1 % B == 0 && n2 % B == 0 && f1_->Interleavable() && f2_->Interleavable()) {
         ExecFourStepBlocked(in, out, tmp, scale, nthreads);
         return;
     }
-    auto body = [&](int id, int nth) {
-        Cx<T> *buf = MemArray<Cx<T>>(per_thread);
-        if (!buf) return false;  // the caller's scratch check happens before
+    auto body = [&](Cx<T> *buf, int id, int nth) {
         Cx<T> *cols = buf, *colf = buf + B * n1, *rows = buf + 2 * B * n1, *fw = rows + B * n2;
         // Step 1: column blocks -> FFT over j1 -> twiddle -> tmp[k1 n2 + j2].
         const int64_t nblk1 = (n2 + B - 1) / B;
@@ -309,15 +335,8 @@ __attribute__((noinline)) void Fft1D<T>::ExecFourStep(const Cx<T> *in, Cx<T> *ou
                 for (int64_t b = 0; b < nb; ++b) dst[b] = rows[b * n2 + k2];
             }
         }
-        MemFree(buf);
-        return true;
     };
-    if (nthreads <= 1) {
-        body(0, 1);
-    } else {
-#pragma omp parallel num_threads(nthreads)
-        body(omp_get_thread_num(), omp_get_num_threads());
-    }
+    RunFourStepTeam(nthreads, FourStepBuffer(), tmp + n_, body);
 }
 
 // Four-step with both FFT passes run as B interleaved transforms at once
@@ -333,12 +352,7 @@ __attribute__((noinline)) void Fft1D<T>::ExecFourStepBlocked(const Cx<T> *in, Cx
     const int64_t n1 = n1_, n2 = n2_;
     const int64_t nmax = n1 > n2 ? n1 : n2;
     // a: gathered columns, b: transformed, w: the stages' ping-pong.
-    const int64_t per_thread = 3 * B * nmax;
-    auto body = [&](int id, int nth) {
-        // One thread works in the caller's scratch (WorkElems counts it),
-        // so a serial call allocates nothing.
-        Cx<T> *buf = nth == 1 ? tmp + n_ : MemArray<Cx<T>>(per_thread);
-        if (!buf) return false;
+    auto body = [&](Cx<T> *buf, int id, int nth) {
         Cx<T> *a = buf, *b = buf + B * nmax, *w = buf + 2 * B * nmax;
         // Step 1: B adjacent columns -> interleaved FFT over j1 -> twiddle ->
         // tiles of tmp.
@@ -369,15 +383,8 @@ __attribute__((noinline)) void Fft1D<T>::ExecFourStepBlocked(const Cx<T> *in, Cx
             f2_->ExecInterleaved(tmp + g * B * n2, b, w, scale, B);
             for (int64_t k2 = 0; k2 < n2; ++k2) memcpy(out + g * B + n1 * k2, b + k2 * B, B * sizeof(Cx<T>));
         }
-        if (nth > 1) MemFree(buf);
-        return true;
     };
-    if (nthreads <= 1) {
-        body(0, 1);
-    } else {
-#pragma omp parallel num_threads(nthreads)
-        body(omp_get_thread_num(), omp_get_num_threads());
-    }
+    RunFourStepTeam(nthreads, FourStepBuffer(), tmp + n_, body);
 }
 
 template <class T>
@@ -394,7 +401,7 @@ Fft1D<T>::~Fft1D() {
 
 template <class T>
 int64_t Fft1D<T>::WorkElems() const {
-    if (four_) return n_ + 3 * kBlock<T> * std::max(n1_, n2_);  // the blocked path's row buffers
+    if (four_) return n_ + FourStepBuffer();  // the middle array, then one member's buffers
     if (!blue_) return n_;
     return 2 * m_ + std::max(fwd_->WorkElems(), bwd_->WorkElems());
 }

@@ -38,6 +38,8 @@ private:
     bool BuildFourStep(int64_t n1);
     void ExecFourStep(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
     void ExecFourStepBlocked(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
+    // Elements one thread of a four-step call works in.
+    int64_t FourStepBuffer() const;
 
     int64_t n_ = 0;
     int sign_ = -1;

@@ -23,18 +23,7 @@ template <int F> struct FloatPow : FloatOps<F> {
     using M = typename FloatLanes<F>::M;
     using FloatOps<F>::splatf;
     using FloatOps<F>::fmaf;
-
-    static bool all_set(M m) {
-#if defined(__AVX__)
-        if constexpr (F == 8) return _mm256_movemask_ps((__m256)m) == 0xFF;
-#endif
-#if defined(__SSE__)
-        if constexpr (F == 4) return _mm_movemask_ps((__m128)m) == 0xF;
-#endif
-        int32_t acc = -1;
-        for (int l = 0; l < F; ++l) acc &= m[l];
-        return acc != 0;
-    }
+    using FloatOps<F>::all_set;
 
     static bool eval(V a, float b, const PowExponent &pe, V &out) {
         M ai = (M)a & 0x7FFFFFFF;

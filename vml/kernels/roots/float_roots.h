@@ -22,18 +22,7 @@ template <int F> struct FloatRoot : FloatOps<F> {
     using FloatOps<F>::splatf;
     using FloatOps<F>::sel;
     using FloatOps<F>::fmaf;
-
-    static bool all_set(M m) {
-#if defined(__AVX__)
-        if constexpr (F == 8) return _mm256_movemask_ps((__m256)m) == 0xFF;
-#endif
-#if defined(__SSE__)
-        if constexpr (F == 4) return _mm_movemask_ps((__m128)m) == 0xF;
-#endif
-        int32_t acc = -1;
-        for (int l = 0; l < F; ++l) acc &= m[l];
-        return acc != 0;
-    }
+    using FloatOps<F>::all_set;
 
     /* The root (Inverse: 1/cbrt) of positive normal xs. */
     template <bool Inverse, bool Newton> static V core(V xs) {

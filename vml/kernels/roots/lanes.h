@@ -61,6 +61,18 @@ template <int F> struct FloatOps {
 #endif
         return a * b + c;
     }
+    /* Every lane of the mask set. */
+    static bool all_set(M m) {
+#if defined(__AVX__)
+        if constexpr (F == 8) return _mm256_movemask_ps((__m256)m) == 0xFF;
+#endif
+#if defined(__SSE__)
+        if constexpr (F == 4) return _mm_movemask_ps((__m128)m) == 0xF;
+#endif
+        int32_t acc = -1;
+        for (int l = 0; l < F; ++l) acc &= m[l];
+        return acc != 0;
+    }
 };
 
 template <int W> inline VD<W> splat(double v) { return VD<W>{} + v; }
