@@ -4,7 +4,9 @@
 // at compile time. The plan looks a codelet up once; a call is one
 // indirect jump with no tables or scratch. A batch of rows runs a vector's
 // worth of rows at once (lane c holds row c); a lone row is vectorised
-// inside itself when the lane count divides A and B.
+// inside itself when the lane count divides A and B. Elements of a row are
+// xs (input) and ys (output) apart, so a codelet also runs the columns of a
+// multi-dimensional array where they lie.
 #include <array>
 
 #include "dft/engine/butterflies.h"
@@ -114,40 +116,56 @@ void RowVec(const Cx<T> *x, Cx<T> *y, T scale) {
 }
 
 template <int A, int B, int S, class T>
-void Rows(const Cx<T> *x, Cx<T> *y, T scale, int64_t rows, int64_t xd, int64_t yd) {
+void Rows(const Cx<T> *x, Cx<T> *y, T scale, int64_t rows, int64_t xd, int64_t yd, int64_t xs, int64_t ys) {
     constexpr int L = kLanes<T>;
     int64_t r = 0;
     if constexpr (L > 1) {
         using PV = Pack<T, L>;
-        for (; r + L <= rows; r += L) {
-            const Cx<T> *xr = x + r * xd;
-            Cx<T> *yr = y + r * yd;
-            Body<A, B, S, T, PV>([&](int j) __attribute__((always_inline)) { return PV::Gather(xr + j, xd); },
-                                 [&](int k, PV v) __attribute__((always_inline)) { v.Scatter(yr + k, yd); }, scale);
+        if (xs == 1 && ys == 1) {
+            // Contiguous rows: lane c holds row c.
+            for (; r + L <= rows; r += L) {
+                const Cx<T> *xr = x + r * xd;
+                Cx<T> *yr = y + r * yd;
+                Body<A, B, S, T, PV>([&](int j) __attribute__((always_inline)) { return PV::Gather(xr + j, xd); },
+                                     [&](int k, PV v) __attribute__((always_inline)) { v.Scatter(yr + k, yd); },
+                                     scale);
+            }
+        } else if (xd == 1 && yd == 1) {
+            // Adjacent columns: a vector holds element j of L columns.
+            for (; r + L <= rows; r += L) {
+                const Cx<T> *xr = x + r;
+                Cx<T> *yr = y + r;
+                Body<A, B, S, T, PV>([&](int j) __attribute__((always_inline)) { return PV::Load(xr + j * xs); },
+                                     [&](int k, PV v) __attribute__((always_inline)) { v.Store(yr + k * ys); },
+                                     scale);
+            }
         }
     }
     constexpr int LL = RowLanes<T, A, B>();
     if constexpr (LL > 1) {
-        for (; r < rows; ++r) RowVec<A, B, S, T, LL>(x + r * xd, y + r * yd, scale);
-        return;
+        if (xs == 1 && ys == 1) {
+            for (; r < rows; ++r) RowVec<A, B, S, T, LL>(x + r * xd, y + r * yd, scale);
+            return;
+        }
     }
     using P1 = Pack<T, 1>;
     for (; r < rows; ++r) {
         const Cx<T> *xr = x + r * xd;
         Cx<T> *yr = y + r * yd;
-        Body<A, B, S, T, P1>([&](int j) __attribute__((always_inline)) { return P1::Load(xr + j); },
-                             [&](int k, P1 v) __attribute__((always_inline)) { v.Store(yr + k); }, scale);
+        Body<A, B, S, T, P1>([&](int j) __attribute__((always_inline)) { return P1::Load(xr + j * xs); },
+                             [&](int k, P1 v) __attribute__((always_inline)) { v.Store(yr + k * ys); }, scale);
     }
 }
 
 // (n, A, B): the split of every length that has a codelet. Radices are
-// powers of two up to 16 or odd numbers (symmetric odd butterflies); even
-// A and B let a lone row use vectors.
-#define ORB_DFT_CODELETS(X)                                                                            \
-    X(2, 2, 1) X(3, 3, 1) X(4, 2, 2) X(5, 5, 1) X(6, 2, 3) X(7, 7, 1) X(8, 4, 2) X(9, 3, 3) X(10, 2, 5)  \
-    X(11, 11, 1) X(12, 4, 3) X(13, 13, 1) X(14, 2, 7) X(15, 3, 5) X(16, 4, 4) X(18, 2, 9) X(20, 4, 5)    \
-    X(24, 8, 3) X(25, 5, 5) X(28, 4, 7) X(32, 8, 4) X(36, 4, 9) X(40, 8, 5) X(48, 16, 3) X(56, 8, 7)     \
-    X(60, 4, 15) X(64, 8, 8)
+// powers of two up to 16, odd primes, or products of those (split again at
+// compile time); A and B both even where n allows it, so that a lone row
+// runs on vectors.
+#define ORB_DFT_CODELETS(X)                                                                             \
+    X(2, 2, 1) X(3, 3, 1) X(4, 2, 2) X(5, 5, 1) X(6, 2, 3) X(7, 7, 1) X(8, 4, 2) X(9, 3, 3) X(10, 2, 5)   \
+    X(11, 11, 1) X(12, 2, 6) X(13, 13, 1) X(14, 2, 7) X(15, 3, 5) X(16, 4, 4) X(18, 2, 9) X(20, 2, 10)    \
+    X(24, 4, 6) X(25, 5, 5) X(28, 2, 14) X(32, 8, 4) X(36, 6, 6) X(40, 4, 10) X(48, 8, 6) X(56, 4, 14)    \
+    X(60, 6, 10) X(64, 8, 8)
 
 template <class T>
 SmallFn<T> Lookup(int64_t n, int sign) {

@@ -155,7 +155,13 @@ bool BuildPasses(PlanT<T> &pl) {
             const bool ssplit = (pm.src == kIn && pb.split_in) || (pm.src == kOut && pb.split_out);
             const bool dsplit = pm.dst == kOut && pb.split_out;
             pm.direct = pm.block == 1 && pm.is == 1 && pm.os == 1 && !ssplit && !dsplit;
-            need = pm.direct ? pl.c[i]->WorkElems() : 2 * pm.block * (p.n + 2) + pm.block * pl.c[i]->WorkElems();
+            if (pm.nloop > 0 && pl.c[i]->Small() && !ssplit && !dsplit) {
+                // A codelet takes the whole innermost loop in one call, in place.
+                pm.block = int(std::min<int64_t>(pm.ln[pm.nloop - 1], 1 << 20));
+                need = 0;
+            } else {
+                need = pm.direct ? pl.c[i]->WorkElems() : 2 * pm.block * (p.n + 2) + pm.block * pl.c[i]->WorkElems();
+            }
         } else {
             pl.r[i] = RealFft1D<T>::Create(p.n, sign, *pl.kern);
             if (!pl.r[i]) return false;
@@ -252,8 +258,17 @@ void RunColumns(const PlanT<T> &pl, int pi, const Side &src, bool ssplit, int64_
     const T scale = p.scaled ? T(pl.pb.scale) : T(1);
     Cx<T> *a = scratch, *b = scratch + p.block * (n + 2), *work = scratch + 2 * p.block * (n + 2);
     const Fft1D<T> *f = pl.c[pi];
-    // Element j of column c: at [j*nb + c] when interleaved, else [c*(n+2) + j].
-    const bool il = f->Interleavable();
+    const SmallFn<T> small = f->Small();
+    if (small && !ssplit && !dsplit) {
+        // Short rows or columns: the codelet reads and writes them where they lie.
+        small(static_cast<const Cx<T> *>(src.re) + soff, static_cast<Cx<T> *>(dst.re) + doff, scale, nb, ls, lo, p.is,
+              p.os);
+        return;
+    }
+    // Element j of column c: at [j*nb + c] when interleaved (the stage
+    // kernels vectorise across c), else [c*(n+2) + j] (a codelet takes the
+    // gathered columns as rows).
+    const bool il = f->Interleavable() && !small;
     const int64_t sj = il ? nb : 1, sc = il ? 1 : n + 2;
     if (ssplit) {
         const T *re = static_cast<const T *>(src.re) + soff, *im = static_cast<const T *>(src.im) + soff;
@@ -266,6 +281,8 @@ void RunColumns(const PlanT<T> &pl, int pi, const Side &src, bool ssplit, int64_
     }
     if (il) {
         f->ExecInterleaved(a, b, work, scale, nb);
+    } else if (small) {
+        small(a, b, scale, nb, sc, sc, 1, 1);
     } else {
         for (int64_t c = 0; c < nb; ++c) f->Exec(a + c * sc, b + c * sc, work, scale, 1);
     }
@@ -300,9 +317,11 @@ void RunRowRange(const PlanT<T> &pl, int pi, const Side *bufs, const bool *split
             nb = std::min(nb, nl - row % nl);
             nb = std::min(nb, r1 - row);
         }
-        if (nb > 1) RunColumns<T>(pl, pi, bufs[p.src], split[p.src], so, bufs[p.dst], split[p.dst], dof, nb, scratch);
+        // A blocked pass stays blocked for a lone remaining row: its
+        // workspace may be sized for the block path only.
+        if (p.block > 1) RunColumns<T>(pl, pi, bufs[p.src], split[p.src], so, bufs[p.dst], split[p.dst], dof, nb, scratch);
         else RunRow<T>(pl, pi, bufs[p.src], split[p.src], so, bufs[p.dst], split[p.dst], dof, scratch, 1);
-        row += nb > 1 ? nb : 1;
+        row += nb;
     }
 }
 
@@ -356,7 +375,7 @@ int Execute(const PlanT<T> &pl, const void *in_re, const void *in_im, void *out_
     if (pl.solo) {
         const Cx<T> *x = static_cast<const Cx<T> *>(in_re);
         Cx<T> *y = static_cast<Cx<T> *>(out_re);
-        pl.solo(x, y, T(pl.pb.scale), pl.solo_rows, pl.solo_is, pl.solo_os);
+        pl.solo(x, y, T(pl.pb.scale), pl.solo_rows, pl.solo_is, pl.solo_os, 1, 1);
         return EngineOk;
     }
     const int64_t bytes = WorkspaceBytes(pl);

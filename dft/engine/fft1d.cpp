@@ -415,7 +415,7 @@ void Fft1D<T>::ExecInterleaved(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale
 template <class T>
 void Fft1D<T>::Exec(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const {
     if (small_) {
-        small_(in, out, scale, 1, 0, 0);
+        small_(in, out, scale, 1, 0, 0, 1, 1);
         return;
     }
     if (four_) {

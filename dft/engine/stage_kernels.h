@@ -11,8 +11,9 @@
 // the result by `scale`; splits each stage over `nthreads` OpenMP threads.
 // vb > 1 transforms vb interleaved sequences at once: element j of
 // sequence c at [j*vb + c] on both sides (the kernels vectorise across c).
-// Straight-line whole transforms of short contiguous sequences: row r
-// (r < rows) is y[r*yd ..] = scale * DFT(x[r*xd ..]); x may equal y.
+// Straight-line whole transforms of short sequences: row r (r < rows),
+// elements xs / ys apart, is y[r*yd + k*ys] = scale * DFT(x[r*xd + j*xs]);
+// x may equal y when both sides have the same layout.
 // SmallCodelet* returns null for lengths without one.
 #define ORB_DFT_STAGE_DECLS                                                                 \
     void ExecStagesD(const StagePlan<double> &pl, const Cx<double> *in, Cx<double> *out,    \
@@ -27,7 +28,8 @@
 namespace orb::dft {
 
 template <class T>
-using SmallFn = void (*)(const Cx<T> *x, Cx<T> *y, T scale, int64_t rows, int64_t xd, int64_t yd);
+using SmallFn = void (*)(const Cx<T> *x, Cx<T> *y, T scale, int64_t rows, int64_t xd, int64_t yd, int64_t xs,
+                         int64_t ys);
 
 #define ORB_DFT_DECLARE_LEVEL(lvl) \
     namespace k_##lvl {            \
