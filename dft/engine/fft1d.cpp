@@ -225,7 +225,8 @@ bool Fft1D<T>::BuildBluestein() {
     }
     // The filter is transformed in double precision whatever T is.
     Fft1D<double> *dfwd = Fft1D<double>::Create(m_, -1, *kern_);
-    Cx<double> *b = MemArray<Cx<double>>(3 * m_);
+    // A four-step FFT wants more than m_ elements of scratch.
+    Cx<double> *b = dfwd ? MemArray<Cx<double>>(2 * m_ + dfwd->WorkElems()) : nullptr;
     bool ok = dfwd && b;
     if (ok) {
         for (int64_t j = 0; j < m_; ++j) b[j] = {0.0, 0.0};

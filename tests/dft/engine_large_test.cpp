@@ -76,6 +76,9 @@ const Sampled kSampled[] = {
     // Four-step with unequal factors (512 x 1024), interleaved blocks of 8
     // (double) and 16 (single); 3^12 = 729 x 729 takes the unblocked path.
     {1 << 19, true}, {1 << 19, false}, {531441, true},
+    // Bluestein's filter for a length past the four-step bound
+    // (262147 - 1 = 2 3 43691).
+    {262147, true},
 };
 
 INSTANTIATE_TEST_SUITE_P(Lengths, EngineLargeLengths, ::testing::ValuesIn(kSampled),
