@@ -1,6 +1,7 @@
 // Planning and running of the one-dimensional complex and real transforms:
-// factorisation into butterfly radices, twiddle tables, Bluestein set-up,
-// and the even-length real pre/post passes.
+// factorisation into butterfly radices, twiddle tables, the choice between
+// Rader (rader.cpp) and Bluestein, Bluestein set-up, and the even-length
+// real pre/post passes.
 #include "dft/engine/fft1d.h"
 
 #include <math.h>
@@ -66,6 +67,17 @@ bool Factor(int64_t n, int *radix, int *count) {
         std::rotate(radix + k - 3, radix + k - 2, radix + k);
     *count = k;
     return true;
+}
+
+// A prime n whose n-1 factors into the butterflies: Rader's convolution
+// then costs two FFTs of length n-1 against Bluestein's two of length
+// >= 2n-1. Its index table is int32.
+bool RaderFits(int64_t n) {
+    if (n < 3 || n > INT32_MAX) return false;
+    for (int64_t d = 2; d * d <= n; ++d)
+        if (n % d == 0) return false;
+    int radix[kMaxStages], count = 0;
+    return Factor(n - 1, radix, &count);
 }
 
 // Smallest 2^a 3^b 5^c >= n.
@@ -148,7 +160,7 @@ Fft1D<T> *Fft1D<T>::Create(int64_t n, int sign, const StageKernels &kern) {
     int radix[kMaxStages], count = 0;
     bool ok;
     if (!Factor(n, radix, &count)) {
-        ok = f->BuildBluestein();
+        ok = RaderFits(n) ? f->BuildRader() : f->BuildBluestein();
     } else if (n >= kFourStepMin) {
         int64_t n1 = 1;
         for (int64_t d = 2; d * d <= n; ++d)
@@ -393,6 +405,7 @@ Fft1D<T>::~Fft1D() {
     MemFree(tw_);
     MemFree(chirp_);
     MemFree(filter_);
+    MemFree(perm_);
     if (fwd_) MemDelete(fwd_);
     if (bwd_) MemDelete(bwd_);
     if (f1_) MemDelete(f1_);
@@ -403,7 +416,7 @@ Fft1D<T>::~Fft1D() {
 template <class T>
 int64_t Fft1D<T>::WorkElems() const {
     if (four_) return n_ + FourStepBuffer();  // the middle array, then one member's buffers
-    if (!blue_) return n_;
+    if (!blue_ && !rader_) return n_;
     return 2 * m_ + std::max(fwd_->WorkElems(), bwd_->WorkElems());
 }
 
@@ -421,6 +434,10 @@ void Fft1D<T>::Exec(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthre
     }
     if (four_) {
         ExecFourStep(in, out, work, scale, nthreads);
+        return;
+    }
+    if (rader_) {
+        ExecRader(in, out, work, scale, nthreads);
         return;
     }
     if (!blue_) {
