@@ -80,17 +80,21 @@ bool RaderFits(int64_t n) {
     return Factor(n - 1, radix, &count);
 }
 
-// Smallest 2^a 3^b 5^c >= n.
-int64_t SmoothAtLeast(int64_t n) {
-    int64_t best = 1;
-    while (best < n) best *= 2;
+// Bluestein's convolution length: the smallest 2^a 3^b 5^c >= n, or the
+// power of two above it when that is at most 8/7 longer. Power-of-two FFTs
+// measured 10-30% faster than 2^a 3^b 5^c lengths above 7/8 of them (2048
+// vs 2025, 8192 vs 7776, 65536 vs 62500); even near 3600 vs 4096.
+int64_t BluesteinLength(int64_t n) {
+    int64_t pow2 = 1;
+    while (pow2 < n) pow2 *= 2;
+    int64_t best = pow2;
     for (int64_t p5 = 1; p5 < 2 * n; p5 *= 5)
         for (int64_t p3 = p5; p3 < 2 * n; p3 *= 3) {
             int64_t v = p3;
             while (v < n) v *= 2;
             best = std::min(best, v);
         }
-    return best;
+    return 8 * best >= 7 * pow2 ? pow2 : best;
 }
 
 // Powers of w_n = exp(sign 2 pi i / n) as w^(hi S) * w^lo with S a power
@@ -223,7 +227,7 @@ bool Fft1D<T>::BuildStages() {
 template <class T>
 bool Fft1D<T>::BuildBluestein() {
     blue_ = true;
-    m_ = SmoothAtLeast(2 * n_ - 1);
+    m_ = BluesteinLength(2 * n_ - 1);
     fwd_ = Create(m_, -1, *kern_);
     bwd_ = Create(m_, +1, *kern_);
     chirp_ = MemArray<Cx<T>>(n_);

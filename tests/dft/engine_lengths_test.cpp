@@ -49,8 +49,9 @@ INSTANTIATE_TEST_SUITE_P(Sweeps, EngineLengths, ::testing::ValuesIn(kSweeps),
 
 // Primes above the largest butterfly. 67, 97, 131, 257, 641, 1009 and 7681
 // have p-1 = 2*3*11, 2^5*3, 2*5*13, 2^8, 2^7*5, 2^4*3^2*7, 2^9*3*5 (Rader);
-// 167 (166 = 2*83) and 4099 (4098 = 2*3*683) do not (Bluestein).
-const int64_t kPrimes[] = {67, 97, 131, 167, 257, 641, 1009, 4099, 7681};
+// 167 (166 = 2*83), 971 (970 = 2*5*97) and 4099 (4098 = 2*3*683) do not
+// (Bluestein on 360, 2048 and 8640 points).
+const int64_t kPrimes[] = {67, 97, 131, 167, 257, 641, 971, 1009, 4099, 7681};
 
 struct PrimeCall {
     const char *name;
