@@ -1,6 +1,7 @@
 // Planning and running of the one-dimensional complex and real transforms:
-// factorisation into butterfly radices, twiddle tables, Bluestein set-up,
-// and the even-length real pre/post passes.
+// factorisation into butterfly radices, twiddle tables, the choice between
+// Rader (rader.cpp) and Bluestein, Bluestein set-up, and the even-length
+// real pre/post passes.
 #include "dft/engine/fft1d.h"
 
 #include <math.h>
@@ -68,17 +69,32 @@ bool Factor(int64_t n, int *radix, int *count) {
     return true;
 }
 
-// Smallest 2^a 3^b 5^c >= n.
-int64_t SmoothAtLeast(int64_t n) {
-    int64_t best = 1;
-    while (best < n) best *= 2;
+// A prime n whose n-1 factors into the butterflies: Rader's convolution
+// then costs two FFTs of length n-1 against Bluestein's two of length
+// >= 2n-1. Its index table is int32.
+bool RaderFits(int64_t n) {
+    if (n < 3 || n > INT32_MAX) return false;
+    for (int64_t d = 2; d * d <= n; ++d)
+        if (n % d == 0) return false;
+    int radix[kMaxStages], count = 0;
+    return Factor(n - 1, radix, &count);
+}
+
+// Bluestein's convolution length: the smallest 2^a 3^b 5^c >= n, or the
+// power of two above it when that is at most 8/7 longer. Power-of-two FFTs
+// measured 10-30% faster than 2^a 3^b 5^c lengths above 7/8 of them (2048
+// vs 2025, 8192 vs 7776, 65536 vs 62500); even near 3600 vs 4096.
+int64_t BluesteinLength(int64_t n) {
+    int64_t pow2 = 1;
+    while (pow2 < n) pow2 *= 2;
+    int64_t best = pow2;
     for (int64_t p5 = 1; p5 < 2 * n; p5 *= 5)
         for (int64_t p3 = p5; p3 < 2 * n; p3 *= 3) {
             int64_t v = p3;
             while (v < n) v *= 2;
             best = std::min(best, v);
         }
-    return best;
+    return 8 * best >= 7 * pow2 ? pow2 : best;
 }
 
 // Powers of w_n = exp(sign 2 pi i / n) as w^(hi S) * w^lo with S a power
@@ -148,7 +164,7 @@ Fft1D<T> *Fft1D<T>::Create(int64_t n, int sign, const StageKernels &kern) {
     int radix[kMaxStages], count = 0;
     bool ok;
     if (!Factor(n, radix, &count)) {
-        ok = f->BuildBluestein();
+        ok = RaderFits(n) ? f->BuildRader() : f->BuildBluestein();
     } else if (n >= kFourStepMin) {
         int64_t n1 = 1;
         for (int64_t d = 2; d * d <= n; ++d)
@@ -211,7 +227,7 @@ bool Fft1D<T>::BuildStages() {
 template <class T>
 bool Fft1D<T>::BuildBluestein() {
     blue_ = true;
-    m_ = SmoothAtLeast(2 * n_ - 1);
+    m_ = BluesteinLength(2 * n_ - 1);
     fwd_ = Create(m_, -1, *kern_);
     bwd_ = Create(m_, +1, *kern_);
     chirp_ = MemArray<Cx<T>>(n_);
@@ -225,7 +241,8 @@ bool Fft1D<T>::BuildBluestein() {
     }
     // The filter is transformed in double precision whatever T is.
     Fft1D<double> *dfwd = Fft1D<double>::Create(m_, -1, *kern_);
-    Cx<double> *b = MemArray<Cx<double>>(3 * m_);
+    // A four-step FFT wants more than m_ elements of scratch.
+    Cx<double> *b = dfwd ? MemArray<Cx<double>>(2 * m_ + dfwd->WorkElems()) : nullptr;
     bool ok = dfwd && b;
     if (ok) {
         for (int64_t j = 0; j < m_; ++j) b[j] = {0.0, 0.0};
@@ -392,6 +409,7 @@ Fft1D<T>::~Fft1D() {
     MemFree(tw_);
     MemFree(chirp_);
     MemFree(filter_);
+    MemFree(perm_);
     if (fwd_) MemDelete(fwd_);
     if (bwd_) MemDelete(bwd_);
     if (f1_) MemDelete(f1_);
@@ -402,7 +420,7 @@ Fft1D<T>::~Fft1D() {
 template <class T>
 int64_t Fft1D<T>::WorkElems() const {
     if (four_) return n_ + FourStepBuffer();  // the middle array, then one member's buffers
-    if (!blue_) return n_;
+    if (!blue_ && !rader_) return n_;
     return 2 * m_ + std::max(fwd_->WorkElems(), bwd_->WorkElems());
 }
 
@@ -420,6 +438,10 @@ void Fft1D<T>::Exec(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthre
     }
     if (four_) {
         ExecFourStep(in, out, work, scale, nthreads);
+        return;
+    }
+    if (rader_) {
+        ExecRader(in, out, work, scale, nthreads);
         return;
     }
     if (!blue_) {

@@ -1,7 +1,10 @@
 // One-dimensional transforms on contiguous buffers: the complex FFT of any
-// length (mixed-radix Stockham stages, or Bluestein's chirp convolution when
-// a prime factor is too large for a butterfly) and the real-to-complex /
-// complex-to-real transforms built on it.
+// length and the real-to-complex / complex-to-real transforms built on it.
+// Lengths whose prime factors all have butterflies run as mixed-radix
+// Stockham stages (four-step beyond the caches); a prime p too large for a
+// butterfly runs as Rader's cyclic convolution of length p-1 when p-1
+// factors into the butterflies (rader.cpp); any other length as Bluestein's
+// chirp convolution of a smooth length >= 2n-1.
 #ifndef ORB_DFT_ENGINE_FFT1D_H
 #define ORB_DFT_ENGINE_FFT1D_H
 
@@ -27,7 +30,7 @@ public:
     // Straight-line whole transform for this length, or null.
     SmallFn<T> Small() const { return small_; }
     // Whether ExecInterleaved is available (plain mixed-radix stages).
-    bool Interleavable() const { return !four_ && !blue_; }
+    bool Interleavable() const { return !four_ && !blue_ && !rader_; }
     // vb sequences interleaved element by element ([j*vb + c]); work holds
     // n*vb elements.
     void ExecInterleaved(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int64_t vb) const;
@@ -35,6 +38,8 @@ public:
 private:
     bool BuildStages();
     bool BuildBluestein();
+    bool BuildRader();
+    void ExecRader(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
     bool BuildFourStep(int64_t n1);
     void ExecFourStep(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
     void ExecFourStepBlocked(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
@@ -52,6 +57,10 @@ private:
     int64_t m_ = 0;
     Fft1D *fwd_ = nullptr, *bwd_ = nullptr;
     Cx<T> *chirp_ = nullptr, *filter_ = nullptr;
+    // Rader (prime n, m_ = n-1): perm_[k] = g^k mod n for a primitive root
+    // g, filter_ = FFT(w^(g^-k)) / m_; fwd_ and bwd_ have length m_.
+    bool rader_ = false;
+    int32_t *perm_ = nullptr;
     // Four-step for lengths beyond the caches: n = n1 * n2, column FFTs of
     // length n1, twiddles w_n^(j2 k1) (table tw4_[k1 n2 + j2]), row FFTs of
     // length n2, written transposed; columns and rows go in blocks.

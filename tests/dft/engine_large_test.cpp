@@ -38,22 +38,23 @@ std::vector<T> Transform1D(int64_t n, int sign, const std::vector<T> &in, int nt
 struct Sampled {
     int64_t n;
     bool is_double;
+    int nthreads = 1;
 };
 
 class EngineLargeLengths : public ::testing::TestWithParam<Sampled> {};
 
 TEST_P(EngineLargeLengths, SampledBinsMatchNaiveDft) {
-    const auto [n, dbl] = GetParam();
+    const auto [n, dbl, nthreads] = GetParam();
     std::vector<LCx> x = RandomComplex(n, 77 + n);
     const int bins = n > (1 << 14) ? 6 : 16;
     std::vector<LCx> got, ref;
     for (int sign : {-1, 1}) {
         std::vector<LCx> y(n);
         if (dbl) {
-            auto o = Transform1D<double>(n, sign, Interleave<double>(x));
+            auto o = Transform1D<double>(n, sign, Interleave<double>(x), nthreads);
             for (int64_t k = 0; k < n; ++k) y[k] = {o[2 * k], o[2 * k + 1]};
         } else {
-            auto o = Transform1D<float>(n, sign, Interleave<float>(x));
+            auto o = Transform1D<float>(n, sign, Interleave<float>(x), nthreads);
             for (int64_t k = 0; k < n; ++k) y[k] = {o[2 * k], o[2 * k + 1]};
         }
         std::vector<int64_t> ks;
@@ -76,11 +77,18 @@ const Sampled kSampled[] = {
     // Four-step with unequal factors (512 x 1024), interleaved blocks of 8
     // (double) and 16 (single); 3^12 = 729 x 729 takes the unblocked path.
     {1 << 19, true}, {1 << 19, false}, {531441, true},
+    // Rader: 65537 - 1 = 2^16 with the inner FFTs threaded; 786433 - 1 =
+    // 3 2^18 runs its convolution as four-step FFTs.
+    {65537, true, 2}, {65537, false, 2}, {786433, true}, {786433, false, 2},
+    // Bluestein's filter for a length past the four-step bound
+    // (262147 - 1 = 2 3 43691).
+    {262147, true},
 };
 
 INSTANTIATE_TEST_SUITE_P(Lengths, EngineLargeLengths, ::testing::ValuesIn(kSampled),
                          [](const auto &info) {
-                             return std::to_string(info.param.n) + (info.param.is_double ? "_d" : "_s");
+                             return std::to_string(info.param.n) + (info.param.is_double ? "_d" : "_s") +
+                                    (info.param.nthreads > 1 ? "_threads" : "");
                          });
 
 // Identities of the DFT at 2^20 (double) and 2^18 (single): Parseval,
@@ -162,7 +170,7 @@ TEST(EngineIdentities, DoubleSmooth) { Identities<double>(3 * 5 * 7 * 4096, true
 
 // Threads change how work is shared, not the arithmetic: results equal.
 TEST(EngineThreads, ThreadedEqualsSingleThreaded) {
-    const int64_t lengths[] = {1 << 15, 1 << 18, 3 * 5 * 4096, 65537};
+    const int64_t lengths[] = {1 << 15, 1 << 18, 3 * 5 * 4096, 65537, 786433, 262147};
     for (int64_t n : lengths) {
         auto x = Interleave<double>(RandomComplex(n, 9));
         auto one = Transform1D<double>(n, -1, x, 1);

@@ -46,6 +46,15 @@ std::vector<Case> LayoutCases() {
         add(Make(p + "c2c_inplace_3d", K::C2C, dbl, -1, {4, 9, 10}), [](Case &c) { c.in_place = true, c.pad = 2; });
         add(Make(p + "c2c_bluestein_batch", K::C2C, dbl, -1, {127}, {3}), [](Case &c) { c.in_unit = 2; });
         add(Make(p + "c2c_bluestein_2d", K::C2C, dbl, 1, {67, 71}), none);
+        // Rader (1009 - 1 = 2^4 3^2 7) along rows, columns and a batch.
+        add(Make(p + "c2c_rader_batch_inplace", K::C2C, dbl, 1, {1009}, {3}),
+            [](Case &c) { c.in_place = true, c.scale = 1.0 / 1009; });
+        add(Make(p + "c2c_rader_2d", K::C2C, dbl, -1, {1009, 6}), [](Case &c) { c.pad = 1; });
+        add(Make(p + "c2c_rader_2d_strided", K::C2C, dbl, 1, {4, 1009}), [](Case &c) { c.in_unit = -2; });
+        add(Make(p + "split_rader_batch", K::C2C, dbl, -1, {1009}, {2}), [](Case &c) { c.split_in = c.split_out = true; });
+        add(Make(p + "r2c_rader_2d", K::R2C, dbl, -1, {3, 1009}), none);
+        add(Make(p + "c2r_rader_batch", K::C2R, dbl, 1, {1009}, {3}), [](Case &c) { c.in_place = true; });
+        add(Make(p + "threads_rader_batch", K::C2C, dbl, -1, {1009}, {5}), [](Case &c) { c.nthreads = 2; });
         add(Make(p + "c2c_len1_dims", K::C2C, dbl, -1, {1, 5, 1}, {1}), none);
         // Split storage on either side, in and out of place.
         add(Make(p + "split_in", K::C2C, dbl, -1, {64}, {2}), [](Case &c) { c.split_in = true; });
@@ -116,7 +125,7 @@ class EngineLevels : public ::testing::TestWithParam<int> {};
 TEST_P(EngineLevels, KernelVariantMatchesNaiveDft) {
     const int64_t lengths[] = {2,   3,   4,   5,   7,   8,   11,  12,  13,  16,  17,   32,       48,     60,
                                64,  96,  128, 169, 210, 256, 289, 343, 384, 512, 625, 2 * 11 * 13, 3 * 61, 4 * 67,
-                               1024, 2048};
+                               1024, 2048, 257, 1009};
     for (bool dbl : {true, false})
         for (int sign : {-1, 1})
             for (int64_t n : lengths) {

@@ -1,0 +1,108 @@
+// Rader's algorithm for a prime length p whose p-1 factors into the
+// butterfly radices. With g a primitive root mod p, inputs x[g^q] and
+// outputs X[g^-r] are related by a cyclic convolution of length p-1:
+//   X[g^-r] = x[0] + sum_q x[g^q] w^(g^(r-q)),   w = exp(sign 2 pi i / p),
+// run as two FFTs of length p-1 against a kernel transformed at plan time.
+#include <stdint.h>
+
+#include "dft/engine/engine_memory.h"
+#include "dft/engine/fft1d.h"
+
+namespace orb::dft {
+
+namespace {
+
+int64_t PowMod(int64_t b, int64_t e, int64_t p) {
+    int64_t r = 1;
+    b %= p;
+    for (; e > 0; e >>= 1) {
+        if (e & 1) r = r * b % p;
+        b = b * b % p;
+    }
+    return r;
+}
+
+// Smallest primitive root of the prime p (p < 2^31, so products fit).
+int64_t PrimitiveRoot(int64_t p) {
+    int64_t q[32];
+    int nq = 0;
+    int64_t m = p - 1;
+    for (int64_t d = 2; m > 1; ++d) {
+        if (d * d > m) d = m;
+        if (m % d == 0) {
+            q[nq++] = d;
+            while (m % d == 0) m /= d;
+        }
+    }
+    for (int64_t g = 2;; ++g) {
+        bool ok = true;
+        for (int i = 0; i < nq && ok; ++i) ok = PowMod(g, (p - 1) / q[i], p) != 1;
+        if (ok) return g;
+    }
+}
+
+}  // namespace
+
+template <class T>
+bool Fft1D<T>::BuildRader() {
+    rader_ = true;
+    const int64_t p = n_, m = p - 1;
+    m_ = m;
+    fwd_ = Create(m, -1, *kern_);
+    bwd_ = Create(m, +1, *kern_);
+    perm_ = MemArray<int32_t>(m);
+    filter_ = MemArray<Cx<T>>(m);
+    if (!fwd_ || !bwd_ || !perm_ || !filter_) return false;
+    // perm_[k] = g^k mod p. The outputs go to g^-k = g^(m-k), that is
+    // perm_[(m-k) mod m], so the one table serves the gather and the scatter.
+    const int64_t g = PrimitiveRoot(p);
+    for (int64_t k = 0, v = 1; k < m; ++k, v = v * g % p) perm_[k] = int32_t(v);
+    // Kernel b[s] = w^(g^-s), transformed in double precision whatever T is,
+    // with the 1/(p-1) of the inverse folded in.
+    Fft1D<double> *dfwd;
+    if constexpr (sizeof(T) == 8) dfwd = fwd_;
+    else dfwd = Fft1D<double>::Create(m, -1, *kern_);
+    Cx<double> *b = dfwd ? MemArray<Cx<double>>(2 * m + dfwd->WorkElems()) : nullptr;
+    bool ok = dfwd && b;
+    if (ok) {
+        for (int64_t s = 0; s < m; ++s) b[s] = Root<double>(sign_, perm_[s == 0 ? 0 : m - s], p);
+        dfwd->Exec(b, b + m, b + 2 * m, 1.0 / double(m), 1);
+        for (int64_t s = 0; s < m; ++s) filter_[s] = {T(b[m + s].re), T(b[m + s].im)};
+    }
+    if constexpr (sizeof(T) != 8) {
+        if (dfwd) MemDelete(dfwd);
+    }
+    MemFree(b);
+    return ok;
+}
+
+template <class T>
+void Fft1D<T>::ExecRader(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const {
+    const int64_t m = m_;
+    const int32_t *perm = perm_;
+    Cx<T> *a = work, *b = work + m, *w = work + 2 * m;
+    // Everything is read from `in` before `out` is written (they may alias).
+    const Cx<T> x0 = in[0];
+    for (int64_t k = 0; k < m; ++k) a[k] = in[perm[k]];
+    fwd_->Exec(a, b, w, T(1), nthreads);
+    // b[0] is the sum of x[1..p-1]. Adding x[0] to every output of the
+    // unnormalised inverse is adding it to bin 0 of its input.
+    const Cx<T> sum = b[0];
+    const Cx<T> *f = filter_;
+    for (int64_t k = 0; k < m; ++k) {
+        const Cx<T> x = b[k], c = f[k];
+        b[k] = {x.re * c.re - x.im * c.im, x.re * c.im + x.im * c.re};
+    }
+    b[0].re += x0.re, b[0].im += x0.im;
+    bwd_->Exec(b, a, w, scale, nthreads);
+    out[0] = {(x0.re + sum.re) * scale, (x0.im + sum.im) * scale};
+    out[perm[0]] = a[0];
+    for (int64_t k = 1; k < m; ++k) out[perm[m - k]] = a[k];
+}
+
+template bool Fft1D<float>::BuildRader();
+template bool Fft1D<double>::BuildRader();
+template void Fft1D<float>::ExecRader(const Cx<float> *, Cx<float> *, Cx<float> *, float, int) const;
+template void Fft1D<double>::ExecRader(const Cx<double> *, Cx<double> *, Cx<double> *, double, int) const;
+
+}  // namespace orb::dft
