@@ -55,6 +55,10 @@ std::vector<Case> LayoutCases() {
         add(Make(p + "r2c_rader_2d", K::R2C, dbl, -1, {3, 1009}), none);
         add(Make(p + "c2r_rader_batch", K::C2R, dbl, 1, {1009}, {3}), [](Case &c) { c.in_place = true; });
         add(Make(p + "threads_rader_batch", K::C2C, dbl, -1, {1009}, {5}), [](Case &c) { c.nthreads = 2; });
+        // Codelet passes shared over two threads: 21 rows and 24 columns
+        // split unevenly, so a thread's range starts or ends inside a block.
+        add(Make(p + "threads_codelet_2d_inplace", K::C2C, dbl, 1, {7, 24}, {3}),
+            [](Case &c) { c.nthreads = 2, c.in_place = true, c.pad = 1; });
         add(Make(p + "c2c_len1_dims", K::C2C, dbl, -1, {1, 5, 1}, {1}), none);
         // Split storage on either side, in and out of place.
         add(Make(p + "split_in", K::C2C, dbl, -1, {64}, {2}), [](Case &c) { c.split_in = true; });
