@@ -32,7 +32,13 @@ struct Pass {
     bool scaled;
     int block = 1;  // columns transformed together (adjacent along the innermost loop)
     bool direct = false;  // complex rows read and written in place: no row buffers
+    bool codelet_direct = false;  // a codelet runs the rows or columns where they lie
 };
+
+// Columns spanning more than this whose stride is a multiple of 4 KiB run
+// through a contiguous copy: every element of such a column falls in the
+// same cache set (a 64^3 array ran at half speed read in place).
+constexpr int64_t kCodeletDirectSpan = 256 * 1024;
 
 // Adjacent columns gathered together by a column pass.
 constexpr int64_t kColumnBlock = 8;
@@ -155,7 +161,11 @@ bool BuildPasses(PlanT<T> &pl) {
             const bool ssplit = (pm.src == kIn && pb.split_in) || (pm.src == kOut && pb.split_out);
             const bool dsplit = pm.dst == kOut && pb.split_out;
             pm.direct = pm.block == 1 && pm.is == 1 && pm.os == 1 && !ssplit && !dsplit;
-            if (pm.nloop > 0 && pl.c[i]->Small() && !ssplit && !dsplit) {
+            const int64_t ib = (pm.is < 0 ? -pm.is : pm.is) * int64_t(sizeof(Cx<T>));
+            const int64_t ob = (pm.os < 0 ? -pm.os : pm.os) * int64_t(sizeof(Cx<T>));
+            const bool aliased = std::max(ib, ob) * pm.n > kCodeletDirectSpan && (ib % 4096 == 0 || ob % 4096 == 0);
+            pm.codelet_direct = pm.nloop > 0 && pl.c[i]->Small() && !ssplit && !dsplit && !aliased;
+            if (pm.codelet_direct) {
                 // A codelet takes the whole innermost loop in one call, in place.
                 pm.block = int(std::min<int64_t>(pm.ln[pm.nloop - 1], 1 << 20));
                 need = 0;
@@ -259,7 +269,7 @@ void RunColumns(const PlanT<T> &pl, int pi, const Side &src, bool ssplit, int64_
     Cx<T> *a = scratch, *b = scratch + p.block * (n + 2), *work = scratch + 2 * p.block * (n + 2);
     const Fft1D<T> *f = pl.c[pi];
     const SmallFn<T> small = f->Small();
-    if (small && !ssplit && !dsplit) {
+    if (p.codelet_direct) {
         // Short rows or columns: the codelet reads and writes them where they lie.
         small(static_cast<const Cx<T> *>(src.re) + soff, static_cast<Cx<T> *>(dst.re) + doff, scale, nb, ls, lo, p.is,
               p.os);

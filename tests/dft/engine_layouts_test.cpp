@@ -59,6 +59,9 @@ std::vector<Case> LayoutCases() {
         // split unevenly, so a thread's range starts or ends inside a block.
         add(Make(p + "threads_codelet_2d_inplace", K::C2C, dbl, 1, {7, 24}, {3}),
             [](Case &c) { c.nthreads = 2, c.in_place = true, c.pad = 1; });
+        // Columns 16 KiB (double) or 8 KiB (single) apart: the codelet runs
+        // on a contiguous copy instead of in place.
+        add(Make(p + "c2c_codelet_aliased_columns", K::C2C, dbl, -1, {64, 1024}), [](Case &c) { c.in_place = true; });
         add(Make(p + "c2c_len1_dims", K::C2C, dbl, -1, {1, 5, 1}, {1}), none);
         // Split storage on either side, in and out of place.
         add(Make(p + "split_in", K::C2C, dbl, -1, {64}, {2}), [](Case &c) { c.split_in = true; });
