@@ -75,11 +75,21 @@ void Check(const std::vector<Case> &cases, const char *name, const char *level, 
     ServVmlSetCallback(nullptr);
 }
 
-template <typename T, typename K, size_t L>
-void CheckUnaryAll(const K (&k)[L], const std::vector<Case> &cases, const char *name) {
+// Check at every level of the table k; run(kernel, n, a, b, y) calls one.
+template <typename T, typename K, size_t L, typename Run>
+void CheckAll(const K (&k)[L], const std::vector<Case> &cases, const char *name, Run run,
+              double rel = 0) {
     for (size_t l = 0; l < L; ++l)
         Check<T>(cases, name, kLevelNames[l],
-                 [&](int n, const T *a, const T *, T *y) { k[l](n, a, y); });
+                 [&](int n, const T *a, const T *b, T *y) { run(k[l], n, a, b, y); }, rel);
+}
+const auto kUnary = [](auto k, int n, auto a, auto, auto y) { k(n, a, y); };
+const auto kPowx = [](auto k, int n, auto a, auto b, auto y) { k(n, a, b[0], y); };
+const auto kBinary = [](auto k, int n, auto a, auto b, auto y) { k(n, a, b, y); };
+
+template <typename T, typename K, size_t L>
+void CheckUnaryAll(const K (&k)[L], const std::vector<Case> &cases, const char *name, double rel = 0) {
+    CheckAll<T>(k, cases, name, kUnary, rel);
 }
 
 const std::vector<Case> kSqrtCases = {
@@ -99,10 +109,7 @@ TEST(VmlMathSpecial, Sqrt) {
     for (int i = 0; i < 8; ++i) cases.push_back({std::ldexp(1.0 + i / 8.0, 3 * i - 12), 0,
                                                  std::sqrt(std::ldexp(1.0 + i / 8.0, 3 * i - 12)), 0});
     cases.insert(cases.end(), kSqrtCases.begin(), kSqrtCases.end());
-    for (size_t l = 0; l < std::size(ke); ++l)
-        Check<float>(cases, "vsSqrt", kLevelNames[l],
-                     [&](int n, const float *a, const float *, float *y) { ke[l](n, a, y); },
-                     0x1p-11);
+    CheckUnaryAll<float>(ke, cases, "vsSqrt", 0x1p-11);
 }
 
 const std::vector<Case> kCbrtCases = {
@@ -188,10 +195,7 @@ void CheckPowAll(const K (&k)[L], const char *name, double overflow_at, double r
                 std::fabs(std::pow(std::fabs(c.a), e)) > overflow_at && c.code == 0) g.code = 3;
             group.push_back(g);
         }
-        for (size_t l = 0; l < L; ++l)
-            Check<T>(group, name, kLevelNames[l], [&](int n, const T *a, const T *b, T *y) {
-                k[l](n, a, b[0], y);
-            }, rel);
+        CheckAll<T>(k, group, name, kPowx, rel);
     }
 }
 
@@ -223,26 +227,14 @@ TEST(VmlMathSpecial, PowxFastMixedBlocks) {
                 cases.push_back(i == pos ? Case{odd[o], 3, want3[o], code3[o]}
                                          : Case{a, 3, a * a * a, 0});
             }
-            for (size_t l = 0; l < std::size(kse); ++l)
-                Check<float>(cases, "vsPowx", kLevelNames[l],
-                             [&](int n, const float *a, const float *b, float *y) {
-                                 kse[l](n, a, b[0], y);
-                             }, 0x1p-11);
+            CheckAll<float>(kse, cases, "vsPowx", kPowx, 0x1p-11);
             // 1e-40 is no subnormal in double, 1e90 no overflow
-            if (o == 3 || o == 4) continue;
-            for (size_t l = 0; l < std::size(kde); ++l)
-                Check<double>(cases, "vdPowx", kLevelNames[l],
-                              [&](int n, const double *a, const double *b, double *y) {
-                                  kde[l](n, a, b[0], y);
-                              }, 0x1p-26);
+            if (o != 3 && o != 4) CheckAll<double>(kde, cases, "vdPowx", kPowx, 0x1p-26);
         }
     // A negative base with a non-integer exponent amid regular ones.
     std::vector<Case> cases;
     for (int i = 0; i < 17; ++i) cases.push_back({i == 9 ? -2.0 : 4.0, 0.5, i == 9 ? kNaN : 2.0, i == 9});
-    for (size_t l = 0; l < std::size(kse); ++l)
-        Check<float>(cases, "vsPowx", kLevelNames[l],
-                     [&](int n, const float *a, const float *b, float *y) { kse[l](n, a, b[0], y); },
-                     0x1p-11);
+    CheckAll<float>(kse, cases, "vsPowx", kPowx, 0x1p-11);
 }
 
 const std::vector<Case> kAtan2Cases = {
@@ -262,17 +254,9 @@ TEST(VmlMathSpecial, Atan2) {
     using KS = decltype(&k_ref::vsAtan2_ha);
     const KS ks[3][6] = {ORB_ALL_LEVELS(vsAtan2_ha), ORB_ALL_LEVELS(vsAtan2_la),
                          ORB_ALL_LEVELS(vsAtan2_ep)};
-    for (size_t l = 0; l < 6; ++l) {
-        for (const auto &flavour : kd)
-            Check<double>(kAtan2Cases, "vdAtan2", kLevelNames[l],
-                          [&](int n, const double *a, const double *b, double *y) {
-                              flavour[l](n, a, b, y);
-                          });
-        for (int f = 0; f < 3; ++f)
-            Check<float>(kAtan2Cases, "vsAtan2", kLevelNames[l],
-                         [&](int n, const float *a, const float *b, float *y) {
-                             ks[f][l](n, a, b, y);
-                         }, f == 2 ? 0x1p-11 : 0);
+    for (int f = 0; f < 3; ++f) {
+        CheckAll<double>(kd[f], kAtan2Cases, "vdAtan2", kBinary);
+        CheckAll<float>(ks[f], kAtan2Cases, "vsAtan2", kBinary, f == 2 ? 0x1p-11 : 0);
     }
 }
 
