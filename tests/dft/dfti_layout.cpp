@@ -136,16 +136,13 @@ ApiOutcome Run(const ApiCase &c) {
     return out;
 }
 
-}  // namespace
-
-ApiOutcome RunApiCase(const ApiCase &c) { return c.is_double ? Run<double>(c) : Run<float>(c); }
-
-double RoundTripError(bool is_double, const std::vector<int32_t> &lengths, bool split) {
+template <typename T>
+double RoundTrip(const std::vector<int32_t> &lengths, bool split) {
     const int32_t rank = int32_t(lengths.size());
     int64_t n = 1;
     for (int32_t x : lengths) n *= x;
     DftiHandle h = nullptr;
-    const int32_t precision = is_double ? DftiValueDouble : DftiValueSingle;
+    const int32_t precision = sizeof(T) == 8 ? DftiValueDouble : DftiValueSingle;
     const int32_t status =
         rank == 1 ? DftiCreateDescriptor(&h, precision, DftiValueComplex, 1, lengths[0])
                   : DftiCreateDescriptor(&h, precision, DftiValueComplex, rank, lengths.data());
@@ -153,34 +150,25 @@ double RoundTripError(bool is_double, const std::vector<int32_t> &lengths, bool 
     if (split) DftiSetValue(h, DftiParamLayout8, DftiValueLayout42);
     DftiSetValue(h, DftiParamBackwardScale, 1.0 / double(n));
     if (DftiCommitDescriptor(h)) return 1.0;
-    std::vector<LCx> x = RandomComplex(n, 31);
-    std::vector<double> re(n), im(n), il(2 * n);
-    std::vector<float> ref(n), imf(n), ilf(2 * n);
-    for (int64_t i = 0; i < n; ++i) {
-        re[i] = double(x[i].real());
-        im[i] = double(x[i].imag());
-        il[2 * i] = re[i];
-        il[2 * i + 1] = im[i];
-        ref[i] = float(re[i]);
-        imf[i] = float(im[i]);
-        ilf[2 * i] = ref[i];
-        ilf[2 * i + 1] = imf[i];
-    }
-    void *a = is_double ? (split ? (void *)re.data() : (void *)il.data())
-                        : (split ? (void *)ref.data() : (void *)ilf.data());
-    void *b = is_double ? (void *)im.data() : (void *)imf.data();
+    const std::vector<LCx> x = RandomComplex(n, 31);
+    Buffer<T> buf(split, n);
+    for (int64_t i = 0; i < n; ++i) buf.Set(i, x[i]);
+    T *a = buf.a.data(), *b = buf.b.data();
     int32_t s1 = split ? DftiComputeForward(h, a, b) : DftiComputeForward(h, a);
     int32_t s2 = split ? DftiComputeBackward(h, a, b) : DftiComputeBackward(h, a);
     DftiFreeDescriptor(&h);
     if (s1 || s2) return 1.0;
     std::vector<LCx> got(n);
-    for (int64_t i = 0; i < n; ++i) {
-        if (is_double)
-            got[i] = split ? LCx(re[i], im[i]) : LCx(il[2 * i], il[2 * i + 1]);
-        else
-            got[i] = split ? LCx(ref[i], imf[i]) : LCx(ilf[2 * i], ilf[2 * i + 1]);
-    }
+    for (int64_t i = 0; i < n; ++i) got[i] = buf.Get(i);
     return RelRms(got, x);
+}
+
+}  // namespace
+
+ApiOutcome RunApiCase(const ApiCase &c) { return c.is_double ? Run<double>(c) : Run<float>(c); }
+
+double RoundTripError(bool is_double, const std::vector<int32_t> &lengths, bool split) {
+    return is_double ? RoundTrip<double>(lengths, split) : RoundTrip<float>(lengths, split);
 }
 
 std::vector<LCx> RandomReal(int64_t count, uint64_t seed) {

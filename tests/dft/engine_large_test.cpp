@@ -93,17 +93,6 @@ INSTANTIATE_TEST_SUITE_P(Lengths, EngineLargeLengths, ::testing::ValuesIn(kSampl
 
 // Identities of the DFT at 2^20 (double) and 2^18 (single): Parseval,
 // linearity, the transform of a shifted impulse, round trip.
-template <class T>
-std::vector<T> RandomReals(int64_t count, uint64_t seed) {
-    std::vector<T> v(count);
-    uint64_t s = seed | 1;
-    for (auto &x : v) {
-        s ^= s << 13, s ^= s >> 7, s ^= s << 17;
-        x = T(double(s >> 11) / double(1ull << 52) - 1.0);
-    }
-    return v;
-}
-
 // Relative RMS distance of two interleaved arrays, accumulated in long double.
 template <class T, class F>
 double RelRmsTo(const std::vector<T> &got, F ref) {
@@ -118,7 +107,7 @@ double RelRmsTo(const std::vector<T> &got, F ref) {
 template <class T>
 void Identities(int64_t n, bool linearity) {
     const double tol = Tolerance(sizeof(T) == 8, n);
-    auto a = RandomReals<T>(2 * n, 5), b = linearity ? RandomReals<T>(2 * n, 6) : std::vector<T>();
+    auto a = Interleave<T>(RandomComplex(n, 5)), b = linearity ? Interleave<T>(RandomComplex(n, 6)) : std::vector<T>();
     auto fa = Transform1D<T>(n, -1, a);
     // Parseval: sum |X|^2 = n sum |x|^2.
     long double ex = 0, eX = 0;
