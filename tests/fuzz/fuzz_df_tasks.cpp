@@ -21,10 +21,6 @@ namespace {
 using orb::fuzz::Fail;
 using orb::fuzz::Input;
 
-// FUZZ_TRACE=1 prints each call when replaying one input.
-const bool g_trace = std::getenv("FUZZ_TRACE") != nullptr;
-#define TRACE(...) (g_trace ? (void)std::fprintf(stderr, __VA_ARGS__) : (void)0)
-
 constexpr int32_t kMaxAlloc = 1 << 16;  // elements of any one array
 
 bool Documented(int s) {

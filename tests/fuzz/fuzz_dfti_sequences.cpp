@@ -24,10 +24,6 @@ namespace {
 using orb::fuzz::Fail;
 using orb::fuzz::Input;
 
-// FUZZ_TRACE=1 prints each operation when replaying one input.
-const bool g_trace = std::getenv("FUZZ_TRACE") != nullptr;
-#define TRACE(...) (g_trace ? (void)std::fprintf(stderr, __VA_ARGS__) : (void)0)
-
 constexpr int64_t kMaxPoints = 4096;     // index-space points per compute
 constexpr int64_t kMaxSpan = 1 << 18;    // elements between lowest and highest
 constexpr int64_t kMaxCheckPoints = 256; // naive DFT cost bound
@@ -201,6 +197,16 @@ std::complex<long double> Load(Buffer<T> &re, Buffer<T> *im, int64_t e) {
     return {re.At(e, 0), re.At(e, 1)};
 }
 
+// A side of complex elements addressed in reals (real in-place transforms).
+Side AsReals(Side s) {
+    if (s.complex) {
+        s.offset *= 2;
+        s.dist *= 2;
+        for (int k = 0; k < s.rank; ++k) s.stride[k] *= 2;
+    }
+    return s;
+}
+
 // Output elements must be distinct for the result to be defined.
 bool Injective(const Side &s) {
     std::vector<int64_t> e;
@@ -211,7 +217,7 @@ bool Injective(const Side &s) {
 
 // Naive multi-dimensional DFT in long double of every transform.
 template <typename T>
-void CheckComplex(const Config &c, bool forward, const Side &is, const Side &os,
+void CheckComplex(const Config &c, bool forward, const Side &os,
                   const std::vector<std::complex<long double>> &x, Buffer<T> &ore, Buffer<T> *oim) {
     const double scale = forward ? c.fscale : c.bscale;
     const long double sign = forward ? -1.0L : 1.0L;
@@ -270,13 +276,7 @@ void Compute(Input &in, DftiHandle h, const Config &c) {
         // with the output layout, both in their own element sizes.
         if (real) {
             ire.width = 1;
-            Side is_r = is, os_r = os;
-            for (Side *s : {&is_r, &os_r})
-                if (s->complex) {  // complex elements as pairs of reals
-                    s->offset *= 2;
-                    s->dist *= 2;
-                    for (int k = 0; k < s->rank; ++k) s->stride[k] *= 2;
-                }
+            Side is_r = AsReals(is), os_r = AsReals(os);
             Side is_pairs = is_r, os_pairs = os_r;
             // A complex element's imaginary part sits one real further.
             for (Side *s : {&is_pairs, &os_pairs}) s->offset += 1;
@@ -303,13 +303,7 @@ void Compute(Input &in, DftiHandle h, const Config &c) {
     const bool finite = gen.special_at < 0;
     std::vector<std::complex<long double>> x;
     if (in_place && real) {
-        Side is_r = is;
-        if (is.complex) {
-            is_r.offset *= 2;
-            is_r.dist *= 2;
-            for (int k = 0; k < is_r.rank; ++k) is_r.stride[k] *= 2;
-        }
-        is_r.ForEach([&](int64_t e) {
+        AsReals(is).ForEach([&](int64_t e) {
             ire.At(e, 0) = T(gen.Next());
             if (is.complex) ire.At(e + 1, 0) = T(gen.Next());
         });
@@ -362,9 +356,9 @@ void Compute(Input &in, DftiHandle h, const Config &c) {
     if (os.Points() > kMaxCheckPoints || !Injective(os)) return;
     if (in_place && !Injective(is)) return;
     if (in_place)
-        CheckComplex(c, forward, is, is, x, ire, split ? &iim : nullptr);
+        CheckComplex(c, forward, is, x, ire, split ? &iim : nullptr);
     else
-        CheckComplex(c, forward, is, os, x, ore, split ? &oim : nullptr);
+        CheckComplex(c, forward, os, x, ore, split ? &oim : nullptr);
 }
 
 // Small lengths, or one of the edges: lengths whose plans exceed the

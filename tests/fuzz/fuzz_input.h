@@ -61,6 +61,10 @@ class Input {
     const uint8_t *end_;
 };
 
+// FUZZ_TRACE=1 prints each call when replaying one input.
+inline const bool g_trace = std::getenv("FUZZ_TRACE") != nullptr;
+#define TRACE(...) (orb::fuzz::g_trace ? (void)std::fprintf(stderr, __VA_ARGS__) : (void)0)
+
 // Aborts with a message; the fuzzer reports the input that led here.
 [[noreturn]] inline void Fail(const char *what) {
     std::fprintf(stderr, "fuzz invariant broken: %s\n", what);
