@@ -13,8 +13,8 @@
 #include <cstdlib>
 #include <vector>
 
+#include "datafit/df_test_data.h"
 #include "fuzz_input.h"
-#include "include/orb_df.h"
 
 namespace {
 
@@ -26,23 +26,6 @@ constexpr int32_t kMaxAlloc = 1 << 16;  // elements of any one array
 bool Documented(int s) {
     return s == 0 || (s <= -1000 && s >= -1029) || s == DfStatusSingularSystem;
 }
-
-template <typename T>
-struct Api;
-template <>
-struct Api<double> {
-    static constexpr auto New = dfdNewTask1D;
-    static constexpr auto Edit = dfdEditPPSpline1D;
-    static constexpr auto Construct = dfdConstruct1D;
-    static constexpr auto Interpolate = dfdInterpolate1D;
-};
-template <>
-struct Api<float> {
-    static constexpr auto New = dfsNewTask1D;
-    static constexpr auto Edit = dfsEditPPSpline1D;
-    static constexpr auto Construct = dfsConstruct1D;
-    static constexpr auto Interpolate = dfsInterpolate1D;
-};
 
 int32_t Pick(Input &in, std::initializer_list<int32_t> common) {
     uint8_t sel = in.Byte();
@@ -61,7 +44,7 @@ T *Maybe(Input &in, std::vector<T> &v) {
 
 template <typename T>
 void Run(Input &in) {
-    using A = Api<T>;
+    using A = orb::test::Df<T>;
     // Partition.
     const int32_t nx = in.Count(2, 24, {0, 1, -1, 3, INT32_MAX, INT32_MIN, 1 << 30});
     const int32_t xhint = Pick(in, {0, 1, 2, 4});
