@@ -132,20 +132,25 @@ TEST(VmlThreader, ThreadedResultsEqualSerial) {
     for (int i = 0; i < 20000; ++i) ASSERT_TRUE(orb::test::SameValue(y1[i], y2[i])) << i;
 }
 
-// One core never shares a call; otherwise a short call stays on one thread,
-// a long one takes every allowed thread, and the count is written back.
 TEST(VmlThreader, MachineFactorAndDynamicCount) {
     EXPECT_EQ(orb::vml::MachineFactor(1, 1, 0), 0.0f);
-    EXPECT_GT(orb::vml::MachineFactor(1, 1, 1), 0.0f);  // two hardware threads
-    EXPECT_GT(orb::vml::MachineFactor(2, 4, 1), 0.0f);
+    // Two cores in one package: a = 0, b = 1, h = 0.
+    EXPECT_FLOAT_EQ(orb::vml::MachineFactor(1, 2, 0), float(2.0 / 60000.0));
+    // Two packages of 4 cores with 2 threads: N = 16.
+    const double a = double(1 * (16 / 2)) / 15, b = double(3 * 2) / 15, h = 1.0 / 15;
+    EXPECT_FLOAT_EQ(orb::vml::MachineFactor(2, 4, 1),
+                    float(2.0 / (9000 * a + 60000 * b + 500000 * h)));
     int32_t p, k, s;
     ServTopologyCounts(&p, &k, &s);
-    const int32_t many = orb::vml::MachineFactor(p, k, s) > 0 ? 2 : 1;
-    struct Case { int32_t n; float cost; int32_t want; };
-    for (const Case &c : {Case{100, 2.0f, 1}, Case{10000000, 31.18f, many}}) {
+    const float f = orb::vml::MachineFactor(p, k, s);
+    struct Case { int32_t n; float cost; };
+    for (const Case &c : {Case{100, 2.0f}, Case{1000000, 0.76f}, Case{10000000, 31.18f}}) {
         int32_t t = 2;
-        EXPECT_EQ(ServVmlThreadCount(&t, c.n, c.cost), c.want) << c.n;
-        EXPECT_EQ(t, c.want) << c.n;
+        const int32_t got = ServVmlThreadCount(&t, c.n, c.cost);
+        int32_t want = int32_t(std::nearbyint(float(float(c.n) * c.cost * f)));
+        want = std::min(std::max(want, 1), 2);
+        EXPECT_EQ(got, want) << c.n;
+        EXPECT_EQ(t, got);
     }
 }
 
