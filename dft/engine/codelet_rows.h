@@ -1,0 +1,198 @@
+// Whole transforms of short lengths as straight-line code, compiled once
+// per processor level: n = A*B runs B butterflies of radix A, constant
+// twiddles, then A butterflies of radix B, every index and constant known
+// at compile time. The plan looks a codelet up once; a call is one
+// indirect jump with no tables or scratch. A batch of rows runs a vector's
+// worth of rows at once (lane c holds row c); a lone row is vectorised
+// inside itself when the lane count divides A and B. Elements of a row are
+// xs (input) and ys (output) apart, so a codelet also runs the columns of a
+// multi-dimensional array where they lie.
+//
+// Each (precision, direction) set is its own translation unit: the
+// compilers' cost grows faster than the code (clang took three times as
+// long for both directions in one file as for each alone).
+#ifndef ORB_DFT_ENGINE_CODELET_ROWS_H
+#define ORB_DFT_ENGINE_CODELET_ROWS_H
+
+#include <array>
+
+#include "dft/engine/butterflies.h"
+#include "dft/engine/stage_kernels.h"
+
+namespace orb::dft::ORB_KNS {
+
+// Codelet for length n in one direction (null when n has none).
+SmallFn<double> ForwardCodeletD(int64_t n);
+SmallFn<double> BackwardCodeletD(int64_t n);
+SmallFn<float> ForwardCodeletF(int64_t n);
+SmallFn<float> BackwardCodeletF(int64_t n);
+
+namespace codelet {
+
+using pack::Pack;
+
+#if ORB_KLEVEL >= 6
+constexpr int kVectorBytes = 32;
+#else
+constexpr int kVectorBytes = 16;
+#endif
+
+template <class T>
+constexpr int kLanes = kVectorBytes / int(2 * sizeof(T));
+
+// out[k1 + A k2] = scale * sum_j in[j] w_N^(jk), with j = B j1 + j2.
+// Everything is loaded before anything is stored, so in may equal out.
+template <int A, int B, int S, class T, class P, class LoadF, class StoreF>
+__attribute__((always_inline)) inline void Body(LoadF load, StoreF store, T scale) {
+    constexpr int N = A * B;
+    P u[N];
+    bfly::StaticFor<B>([&](auto j2) __attribute__((always_inline)) {
+        P a[A];
+        bfly::StaticFor<A>([&](auto j1) __attribute__((always_inline)) { a[j1] = load(B * j1 + j2); });
+        bfly::Butterfly<A, S, T>(a);
+        bfly::StaticFor<A>([&](auto k1) __attribute__((always_inline)) {
+            u[j2 * A + k1] = bfly::TwiddleConst<N, j2 * k1, S, P, T>(a[k1]);
+        });
+    });
+    bfly::StaticFor<A>([&](auto k1) __attribute__((always_inline)) {
+        P b[B];
+        bfly::StaticFor<B>([&](auto j2) __attribute__((always_inline)) { b[j2] = u[j2 * A + k1]; });
+        bfly::Butterfly<B, S, T>(b);
+        bfly::StaticFor<B>([&](auto k2) __attribute__((always_inline)) { store(k1 + A * k2, b[k2] * scale); });
+    });
+}
+
+// Lanes (a power of two up to the vector's) that divide both A and B.
+template <class T, int A, int B>
+constexpr int RowLanes() {
+    int l = kLanes<T>;
+    while (l > 1 && (A % l != 0 || B % l != 0)) l /= 2;
+    return l;
+}
+
+// Twiddles w_N^((j0 + c) k) for lanes c < LL.
+template <int N, int k, int j0, int S, class T, int LL>
+inline constexpr std::array<Cx<T>, LL> kLaneTwiddles = [] {
+    std::array<Cx<T>, LL> w{};
+    for (int c = 0; c < LL; ++c) {
+        const long long e = (long long)(j0 + c) * k;
+        w[c] = {T(bfly::CosTurn(e, N)), T(S * bfly::SinTurn(e, N))};
+    }
+    return w;
+}();
+
+// out[c] lane i = in[i] lane c, for LL x LL complex numbers.
+template <int LL, class P>
+__attribute__((always_inline)) inline void Transpose(const P *in, P *out) {
+    if constexpr (LL == 1) {
+        out[0] = in[0];
+    } else if constexpr (LL == 2) {
+        out[0] = P::Lo(in[0], in[1]);
+        out[1] = P::Hi(in[0], in[1]);
+    } else {
+        static_assert(LL == 4, "lane count");
+        // Complex numbers are float pairs: interleave pairs, then halves.
+        auto t0 = __builtin_shufflevector(in[0].v, in[1].v, 0, 1, 8, 9, 2, 3, 10, 11);
+        auto t1 = __builtin_shufflevector(in[0].v, in[1].v, 4, 5, 12, 13, 6, 7, 14, 15);
+        auto t2 = __builtin_shufflevector(in[2].v, in[3].v, 0, 1, 8, 9, 2, 3, 10, 11);
+        auto t3 = __builtin_shufflevector(in[2].v, in[3].v, 4, 5, 12, 13, 6, 7, 14, 15);
+        out[0].v = __builtin_shufflevector(t0, t2, 0, 1, 2, 3, 8, 9, 10, 11);
+        out[1].v = __builtin_shufflevector(t0, t2, 4, 5, 6, 7, 12, 13, 14, 15);
+        out[2].v = __builtin_shufflevector(t1, t3, 0, 1, 2, 3, 8, 9, 10, 11);
+        out[3].v = __builtin_shufflevector(t1, t3, 4, 5, 6, 7, 12, 13, 14, 15);
+    }
+}
+
+// One row with LL > 1: the radix-A butterflies run LL at a time (lanes
+// over j2, contiguous loads), LL x LL blocks are transposed in registers,
+// the radix-B butterflies run LL at a time (lanes over k1, contiguous
+// stores). All loads precede all stores.
+template <int A, int B, int S, class T, int LL>
+void RowVec(const Cx<T> *x, Cx<T> *y, T scale) {
+    using PV = Pack<T, LL>;
+    constexpr int N = A * B, G = B / LL, H = A / LL;
+    PV u[G][A];
+    bfly::StaticFor<G>([&](auto g) __attribute__((always_inline)) {
+        PV a[A];
+        bfly::StaticFor<A>([&](auto j1) __attribute__((always_inline)) { a[j1] = PV::Load(x + B * j1 + g * LL); });
+        bfly::Butterfly<A, S, T>(a);
+        bfly::StaticFor<A>([&](auto k1) __attribute__((always_inline)) {
+            if constexpr (k1 == 0) u[g][k1] = a[k1];
+            else u[g][k1] = Mul(a[k1], PV::Load(kLaneTwiddles<N, k1, g * LL, S, T, LL>.data()));
+        });
+    });
+    bfly::StaticFor<H>([&](auto h) __attribute__((always_inline)) {
+        PV b[B];
+        bfly::StaticFor<G>([&](auto g) __attribute__((always_inline)) { Transpose<LL>(&u[g][h * LL], &b[g * LL]); });
+        bfly::Butterfly<B, S, T>(b);
+        bfly::StaticFor<B>([&](auto k2) __attribute__((always_inline)) { (b[k2] * scale).Store(y + h * LL + A * k2); });
+    });
+}
+
+template <int A, int B, int S, class T>
+void Rows(const Cx<T> *x, Cx<T> *y, T scale, int64_t rows, int64_t xd, int64_t yd, int64_t xs, int64_t ys) {
+    constexpr int L = kLanes<T>;
+    int64_t r = 0;
+    if constexpr (L > 1) {
+        using PV = Pack<T, L>;
+        if (xs == 1 && ys == 1) {
+            // Contiguous rows: lane c holds row c.
+            for (; r + L <= rows; r += L) {
+                const Cx<T> *xr = x + r * xd;
+                Cx<T> *yr = y + r * yd;
+                Body<A, B, S, T, PV>([&](int j) __attribute__((always_inline)) { return PV::Gather(xr + j, xd); },
+                                     [&](int k, PV v) __attribute__((always_inline)) { v.Scatter(yr + k, yd); },
+                                     scale);
+            }
+        } else if (xd == 1 && yd == 1) {
+            // Adjacent columns: a vector holds element j of L columns.
+            for (; r + L <= rows; r += L) {
+                const Cx<T> *xr = x + r;
+                Cx<T> *yr = y + r;
+                Body<A, B, S, T, PV>([&](int j) __attribute__((always_inline)) { return PV::Load(xr + j * xs); },
+                                     [&](int k, PV v) __attribute__((always_inline)) { v.Store(yr + k * ys); },
+                                     scale);
+            }
+        }
+    }
+    constexpr int LL = RowLanes<T, A, B>();
+    if constexpr (LL > 1) {
+        if (xs == 1 && ys == 1) {
+            for (; r < rows; ++r) RowVec<A, B, S, T, LL>(x + r * xd, y + r * yd, scale);
+            return;
+        }
+    }
+    using P1 = Pack<T, 1>;
+    for (; r < rows; ++r) {
+        const Cx<T> *xr = x + r * xd;
+        Cx<T> *yr = y + r * yd;
+        Body<A, B, S, T, P1>([&](int j) __attribute__((always_inline)) { return P1::Load(xr + j * xs); },
+                             [&](int k, P1 v) __attribute__((always_inline)) { v.Store(yr + k * ys); }, scale);
+    }
+}
+
+// (n, A, B): the split of every length that has a codelet. Radices are
+// powers of two up to 16, odd primes, or products of those (split again at
+// compile time); A and B both even where n allows it, so that a lone row
+// runs on vectors.
+#define ORB_DFT_CODELETS(X)                                                                             \
+    X(2, 2, 1) X(3, 3, 1) X(4, 2, 2) X(5, 5, 1) X(6, 2, 3) X(7, 7, 1) X(8, 4, 2) X(9, 3, 3) X(10, 2, 5)   \
+    X(11, 11, 1) X(12, 2, 6) X(13, 13, 1) X(14, 2, 7) X(15, 3, 5) X(16, 4, 4) X(18, 2, 9) X(20, 2, 10)    \
+    X(24, 4, 6) X(25, 5, 5) X(28, 2, 14) X(32, 8, 4) X(36, 6, 6) X(40, 4, 10) X(48, 8, 6) X(56, 4, 14)    \
+    X(60, 6, 10) X(64, 8, 8)
+
+template <class T, int S>
+SmallFn<T> Lookup(int64_t n) {
+    switch (n) {
+#define ORB_DFT_CODELET_CASE(N, A, B) \
+    case N: return &Rows<A, B, S, T>;
+        ORB_DFT_CODELETS(ORB_DFT_CODELET_CASE)
+#undef ORB_DFT_CODELET_CASE
+    default: return nullptr;
+    }
+}
+
+}  // namespace codelet
+}  // namespace orb::dft::ORB_KNS
+
+#endif
