@@ -66,7 +66,9 @@ TEST(FuzzFindings, ValueTypesWithFirstFunctionOnly) {
                 EXPECT_EQ(s, 0);
                 // Step right: v_j on [x_j, x_{j+1}); left: v_{j+1} on (x_j, x_{j+1}].
                 const double want[2] = {type == DfTypeStepRight ? 5.0 : 6.0, 6.0};
-                if (type != DfTypeLookup) EXPECT_EQ(r[0], want[0]);
+                if (type != DfTypeLookup) {
+                    EXPECT_EQ(r[0], want[0]);
+                }
                 EXPECT_EQ(r[1], want[1]);
             } else {
                 EXPECT_EQ(s, DfStatusNullFunctionValues);
