@@ -29,16 +29,8 @@ SmallFn<float> BackwardCodeletF(int64_t n);
 
 namespace codelet {
 
+using pack::kLanes;
 using pack::Pack;
-
-#if ORB_KLEVEL >= 6
-constexpr int kVectorBytes = 32;
-#else
-constexpr int kVectorBytes = 16;
-#endif
-
-template <class T>
-constexpr int kLanes = kVectorBytes / int(2 * sizeof(T));
 
 // out[k1 + A k2] = scale * sum_j in[j] w_N^(jk), with j = B j1 + j2.
 // Everything is loaded before anything is stored, so in may equal out.

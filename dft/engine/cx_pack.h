@@ -11,6 +11,17 @@
 
 namespace orb::dft::pack {
 
+// Bytes of a vector register at the level being compiled, and complex
+// numbers of type T per vector.
+#if ORB_KLEVEL >= 6
+constexpr int kVectorBytes = 32;
+#else
+constexpr int kVectorBytes = 16;
+#endif
+
+template <class T>
+constexpr int kLanes = kVectorBytes / int(2 * sizeof(T));
+
 template <class T, int L>
 struct Pack;
 

@@ -19,16 +19,8 @@
 namespace orb::dft::ORB_KNS {
 namespace {
 
+using pack::kLanes;
 using pack::Pack;
-
-#if ORB_KLEVEL >= 6
-constexpr int kVectorBytes = 32;
-#else
-constexpr int kVectorBytes = 16;
-#endif
-
-template <class T>
-constexpr int kLanes = kVectorBytes / int(2 * sizeof(T));
 
 // One complex double in a 128-bit register, for the SSE2-class build (where
 // a vector holds a single complex double): the butterflies then run on
