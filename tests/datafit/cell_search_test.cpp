@@ -56,64 +56,54 @@ template <class T>
 void Check(int (*kernel)(const InterpRequest<T> &), const char *level, int64_t nx, int64_t nsite,
            unsigned seed) {
     std::mt19937_64 rng(seed);
-    std::uniform_real_distribution<double> w(0.01, 2.0);
+    std::uniform_real_distribution<double> w(0.01, 2.0), e(-9.0, 1.0);
     for (const Scenario &sc : kScenarios) {
         std::vector<T> full, given;
-        double x0 = -3.0, span = 0;
         if (sc.xhint == 4) {
-            span = static_cast<double>(nx - 1) * 0.5;
-            given = {static_cast<T>(x0), static_cast<T>(x0 + span)};
-            double h = (static_cast<double>(given[1]) - static_cast<double>(given[0])) / static_cast<double>(nx - 1);
-            for (int64_t j = 0; j < nx; ++j) full.push_back(static_cast<T>(static_cast<double>(given[0]) + j * h));
+            given = {T(-3.0), static_cast<T>(-3.0 + static_cast<double>(nx - 1) * 0.5)};
+            double h = (double(given[1]) - double(given[0])) / double(nx - 1);
+            for (int64_t j = 0; j < nx; ++j) full.push_back(static_cast<T>(double(given[0]) + double(j) * h));
         } else {
             // xhint 1: widths over ten orders of magnitude, so that a grid of
             // buckets meets crowded and empty buckets.
-            std::uniform_real_distribution<double> e(-9.0, 1.0);
-            double xv = x0;
-            for (int64_t j = 0; j < nx; ++j) {
+            for (double xv = -3.0; int64_t(full.size()) < nx; xv += sc.xhint == 1 ? std::pow(10.0, e(rng)) : w(rng))
                 full.push_back(static_cast<T>(xv));
-                xv += sc.xhint == 1 ? std::pow(10.0, e(rng)) : w(rng);
-            }
             given = full;
         }
-        double lo = static_cast<double>(full.front()) - 1.5, hi = static_cast<double>(full.back()) + 1.5;
+        const double lo = double(full.front()) - 1.5, hi = double(full.back()) + 1.5;
         std::uniform_real_distribution<double> u(lo, hi);
-        std::vector<T> sites;
+        // Sites handed over, and every site they stand for.
+        std::vector<T> sites, expanded;
+        int64_t n = nsite;
         if (sc.sitehint == 4) {
             sites = {static_cast<T>(lo), static_cast<T>(hi)};
+            const double d = n > 1 ? (double(sites[1]) - double(sites[0])) / double(n - 1) : 0.0;
+            for (int64_t k = 0; k < n; ++k) expanded.push_back(static_cast<T>(double(sites[0]) + double(k) * d));
         } else {
             for (int64_t k = 0; k < nsite; ++k) sites.push_back(static_cast<T>(u(rng)));
             // Partition points (exact on a half-integer uniform grid), ends, outside.
-            for (int64_t j = 0; j < nx && static_cast<int64_t>(sites.size()) < nsite + nx; ++j)
-                sites.push_back(full[j]);
+            for (int64_t j = 0; j < nx && int64_t(sites.size()) < nsite + nx; ++j) sites.push_back(full[j]);
             sites.push_back(static_cast<T>(lo - 100));
             sites.push_back(static_cast<T>(hi + 100));
             if (sc.sorted) std::sort(sites.begin(), sites.end());
-        }
-        int64_t n = sc.sitehint == 4 ? nsite : static_cast<int64_t>(sites.size());
-        std::vector<T> expanded = sites;
-        if (sc.sitehint == 4) {
-            expanded.clear();
-            double a = static_cast<double>(sites[0]), d = n > 1 ? (static_cast<double>(sites[1]) - a) / static_cast<double>(n - 1) : 0.0;
-            for (int64_t k = 0; k < n; ++k) expanded.push_back(static_cast<T>(a + static_cast<double>(k) * d));
+            n = int64_t(sites.size());
+            expanded = sites;
         }
         DfTask task{};
         task.nx = nx;
         task.x = given.data();
         task.xhint = sc.xhint;
-        double datahint[5] = {1, sc.hint_kind, 0, 1, sc.likely * static_cast<double>(nx)};
+        double datahint[5] = {1, sc.hint_kind, 0, 1, sc.likely * double(nx)};
         std::vector<int32_t> cell(static_cast<size_t>(n), -7);
         InterpRequest<T> q{&task, 2, 1, n, sites.data(), sc.sitehint, 0, nullptr,
                            sc.hint_kind < 0 ? nullptr : datahint, nullptr, 0, cell.data(), {}, &kTwoThreads};
         ASSERT_EQ(kernel(q), 0) << sc.name;
-        int bad = 0;
-        for (int64_t k = 0; k < n && bad < 5; ++k) {
-            int64_t want = BruteCell(full, expanded[k]);
-            if (cell[k] != want) {
-                ++bad;
-                ADD_FAILURE() << level << " " << sc.name << " nx " << nx << " site " << k << " = "
-                              << expanded[k] << ": cell " << cell[k] << ", want " << want;
-            }
+        for (int64_t k = 0, bad = 0; k < n && bad < 5; ++k) {
+            const int64_t want = BruteCell(full, expanded[k]);
+            if (cell[k] == want) continue;
+            ++bad;
+            ADD_FAILURE() << level << " " << sc.name << " nx " << nx << " site " << k << " = "
+                          << expanded[k] << ": cell " << cell[k] << ", want " << want;
         }
     }
 }

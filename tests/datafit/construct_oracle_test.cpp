@@ -36,10 +36,8 @@ void CheckAll(LD residual_tol, LD coeff_tol) {
                     // kind meets both.
                     const int64_t ny = uniform == (yhint == 16) ? 1 : 3;
                     Problem<T> p = MakeProblem<T>(nx, ny, uniform, yhint, s, seed++);
-                    std::string what = "order " + std::to_string(s.order) + " type " +
-                                       std::to_string(s.type) + " bc " + std::to_string(s.bc) +
-                                       " nx " + std::to_string(nx) + (uniform ? " uniform" : "") +
-                                       " yhint " + std::to_string(yhint);
+                    const std::string what = ::testing::PrintToString(
+                        std::vector<int64_t>{s.order, s.type, s.bc, nx, uniform, yhint});  // order type bc nx uniform yhint
                     DfTask *task = nullptr;
                     int st = Build(p, &task);
                     dfDeleteTask(&task);
@@ -81,20 +79,6 @@ void CheckAll(LD residual_tol, LD coeff_tol) {
 
 TEST(DfConstructOracle, Double) { CheckAll<double>(1e-11L, 1e-11L); }
 TEST(DfConstructOracle, Single) { CheckAll<float>(2e-5L, 2e-5L); }
-
-// With ny = 0 (values null) the kernels still process one function.
-TEST(DfConstructOracle, UniformLinearExample) {
-    double x[] = {0, 1}, y[] = {0, 1, 4}, c[4] = {};
-    DfTask *task = nullptr;
-    ASSERT_EQ(dfdNewTask1D(&task, 3, x, DfUniform, 1, y, DfValuesPerFunction), 0);
-    ASSERT_EQ(dfdEditPPSpline1D(task, DfLinear, 0, 0, nullptr, 0, nullptr, c, 0), 0);
-    ASSERT_EQ(dfdConstruct1D(task, 0, 0), 0);
-    EXPECT_EQ(c[0], 0);
-    EXPECT_EQ(c[1], 2);
-    EXPECT_EQ(c[2], 1);
-    EXPECT_EQ(c[3], 6);
-    dfDeleteTask(&task);
-}
 
 }  // namespace
 }  // namespace orb::test

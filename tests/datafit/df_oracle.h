@@ -61,31 +61,29 @@ public:
     // Dense Gaussian elimination with partial pivoting; empty if singular
     // or the condition count does not match the unknowns.
     std::vector<LD> Solve() const {
-        const int64_t n = unknowns();
+        const int64_t n = unknowns(), w = n + 1;
         if (static_cast<int64_t>(rows_.size()) != n) return {};
-        std::vector<LD> a(static_cast<size_t>(n * (n + 1)), 0);
+        std::vector<LD> a(static_cast<size_t>(n * w), 0), x(static_cast<size_t>(n));
+        auto at = [&](int64_t i, int64_t j) -> LD & { return a[static_cast<size_t>(i * w + j)]; };
         for (int64_t i = 0; i < n; ++i) {
-            for (auto &[k, v] : rows_[i].terms) a[i * (n + 1) + k] += v;
-            a[i * (n + 1) + n] = rows_[i].rhs;
+            for (auto &[k, v] : rows_[i].terms) at(i, k) += v;
+            at(i, n) = rows_[i].rhs;
         }
         for (int64_t k = 0; k < n; ++k) {
             int64_t piv = k;
             for (int64_t i = k + 1; i < n; ++i)
-                if (std::fabs(a[i * (n + 1) + k]) > std::fabs(a[piv * (n + 1) + k])) piv = i;
-            if (a[piv * (n + 1) + k] == 0) return {};
-            if (piv != k)
-                for (int64_t j = 0; j <= n; ++j) std::swap(a[k * (n + 1) + j], a[piv * (n + 1) + j]);
+                if (std::fabs(at(i, k)) > std::fabs(at(piv, k))) piv = i;
+            if (at(piv, k) == 0) return {};
+            for (int64_t j = 0; piv != k && j <= n; ++j) std::swap(at(k, j), at(piv, j));
             for (int64_t i = k + 1; i < n; ++i) {
-                LD f = a[i * (n + 1) + k] / a[k * (n + 1) + k];
-                if (f == 0) continue;
-                for (int64_t j = k; j <= n; ++j) a[i * (n + 1) + j] -= f * a[k * (n + 1) + j];
+                const LD f = at(i, k) / at(k, k);
+                for (int64_t j = k; f != 0 && j <= n; ++j) at(i, j) -= f * at(k, j);
             }
         }
-        std::vector<LD> x(static_cast<size_t>(n));
         for (int64_t i = n - 1; i >= 0; --i) {
-            LD s = a[i * (n + 1) + n];
-            for (int64_t j = i + 1; j < n; ++j) s -= a[i * (n + 1) + j] * x[j];
-            x[i] = s / a[i * (n + 1) + i];
+            LD s = at(i, n);
+            for (int64_t j = i + 1; j < n; ++j) s -= at(i, j) * x[j];
+            x[i] = s / at(i, i);
         }
         return x;
     }
@@ -119,7 +117,7 @@ private:
         }
         if (p_.order == 2) return;
         const int bc = p_.bc;
-        const bool first_l = bc & 4, first_r = bc & 8, second_l = bc & 16, second_r = bc & 32;
+        const bool first_l = bc & 4, first_r = bc & 8;  // else second derivatives (16, 32)
         if (p_.order == 3) {
             for (int64_t k = 1; k < cells; ++k) AddDiff(Deriv(k - 1, 1, H(k - 1)), Deriv(k, 1, 0), 0);
             if (bc == 1) {
@@ -143,12 +141,10 @@ private:
         }
         // End conditions.
         if (bc == 1) {
-            if (n_ > 3) {
+            // On three points with type 2 both rows are the same: singular.
+            if (n_ > 3 || p_.type == 2) {
                 AddDiff(Coef(0, 3), Coef(1, 3), 0);
                 AddDiff(Coef(last, 3), Coef(last - 1, 3), 0);
-            } else if (p_.type == 2) {
-                AddDiff(Coef(0, 3), Coef(1, 3), 0);
-                AddDiff(Coef(last, 3), Coef(last - 1, 3), 0);  // the same: singular
             } else {
                 Add(Coef(0, 3), 0);
                 Add(Coef(last, 3), 0);
@@ -169,8 +165,6 @@ private:
         LD l = bc == 2 ? 0 : p_.bcl, r = bc == 2 ? 0 : p_.bcr;
         Add(Deriv(0, first_l ? 1 : 2, 0), l);
         Add(Deriv(last, first_r ? 1 : 2, H(last)), r);
-        (void)second_l;
-        (void)second_r;
     }
 
     // Knot-based quadratic: piece j (about x_j) lives between knots t_j and

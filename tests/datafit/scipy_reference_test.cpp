@@ -32,11 +32,11 @@ void CheckCase(const scipy_ref::Case &c, double tol) {
     dfDeleteTask(&task);
 }
 
-TEST(DfScipyReference, Double) {
-    for (const auto &c : scipy_ref::kCases) CheckCase<double>(c, 1e-12);
-}
-TEST(DfScipyReference, Single) {
-    for (const auto &c : scipy_ref::kCases) CheckCase<float>(c, 1e-4);
+TEST(DfScipyReference, BothPrecisions) {
+    for (const auto &c : scipy_ref::kCases) {
+        CheckCase<double>(c, 1e-12);
+        CheckCase<float>(c, 1e-4);
+    }
 }
 
 }  // namespace

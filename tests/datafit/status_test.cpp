@@ -55,25 +55,17 @@ TEST(DfStatus, Creation) {
     });
 }
 
-TEST(DfStatus, CreationRecordsTables) {
+// Deleting clears the handle; a second delete has nothing to delete. A task
+// without values takes no coefficients.
+TEST(DfStatus, DeleteAndEmptyTask) {
     DfTask *t = nullptr;
-    ASSERT_EQ(dfdNewTask1D(&t, 6, X, 0, 3, Y, 16), 0);
-    EXPECT_EQ(t->kind, 4);
-    EXPECT_EQ(t->unitA, 1);
-    EXPECT_EQ(t->unitB, 1);
-    EXPECT_EQ(t->tag, 0u);
-    EXPECT_EQ(t->yTable[0], Y);
-    EXPECT_EQ(t->yTable[2], Y + 12);
-    EXPECT_EQ(t->splineOrder, 0);
+    ASSERT_EQ(dfdNewTask1D(&t, 6, X, 0, 0, nullptr, 0), 0);
+    double c[10];
+    EXPECT_EQ(dfdEditPPSpline1D(t, 2, 0, 0, nullptr, 0, nullptr, c, 0), DfStatusBadFunctionCount);
     EXPECT_EQ(dfDeleteTask(&t), 0);
     EXPECT_EQ(t, nullptr);
     EXPECT_EQ(dfDeleteTask(&t), DfStatusNullTask);
     EXPECT_EQ(dfDeleteTask(nullptr), DfStatusNullTask);
-    ASSERT_EQ(dfdNewTask1D(&t, 6, X, 0, 0, nullptr, 0), 0);
-    EXPECT_EQ(t->yTable, nullptr);
-    double c[10];
-    EXPECT_EQ(dfdEditPPSpline1D(t, 2, 0, 0, nullptr, 0, nullptr, c, 0), DfStatusBadFunctionCount);
-    dfDeleteTask(&t);
 }
 
 TEST(DfStatus, EditorAndPartialUpdates) {
@@ -90,7 +82,6 @@ TEST(DfStatus, EditorAndPartialUpdates) {
         {"ic type without array", [&] { return dfdEditPPSpline1D(t, 4, 2, 1, nullptr, 2, nullptr, nullptr, 0); }, DfStatusNullInternalConditions},
         {"coefficients", [&] { return dfdEditPPSpline1D(t, 4, 2, 12, bc, 0, nullptr, c, 0); }, DfStatusOk},
     });
-    EXPECT_EQ(t->coeffTable[1], c + 20);  // 4*(6-1) per function
     // bc 3 without values fails after storing order and type.
     EXPECT_EQ(dfdEditPPSpline1D(t, 3, 1, 3, nullptr, 0, nullptr, nullptr, 0), DfStatusNullBoundaryConditions);
     EXPECT_EQ(t->splineOrder, 3);
@@ -102,9 +93,8 @@ TEST(DfStatus, EditorAndPartialUpdates) {
     // A null scoeff keeps the earlier table.
     EXPECT_EQ(dfdEditPPSpline1D(t, 4, 2, 1, nullptr, 0, nullptr, nullptr, 0), 0);
     EXPECT_EQ(t->coeffTable[0], c);
-    // Subbotin stride: order * nx; bit 128: only entry 0.
-    EXPECT_EQ(dfdEditPPSpline1D(t, 3, 1, 1, nullptr, 8, ic, c, 0), 0);
-    EXPECT_EQ(t->coeffTable[1], c + 18);
+    // Bit 128: one table, for function 0 only (the strides of the others are
+    // checked by the constructions against the oracle).
     EXPECT_EQ(dfdEditPPSpline1D(t, 4, 2, 1, nullptr, 0, nullptr, c, 128), 0);
     EXPECT_EQ(t->coeffTable[0], c);
     EXPECT_EQ(t->coeffTable[1], nullptr);

@@ -7,7 +7,7 @@
 #include <functional>
 #include <thread>
 
-#include "dfti_layout.h"
+#include "engine_oracle.h"
 #include "include/orb_dfti.h"
 
 namespace {
@@ -48,7 +48,8 @@ TEST(DftiConcurrency, ComplexFourThreads) {
         ASSERT_EQ(DftiCommitDescriptor(h), 0) << name;
         std::vector<std::vector<LCx>> want(4);
         std::vector<std::vector<double>> in(4);
-        std::vector<int64_t> shape(r.shape.begin(), r.shape.end());
+        std::vector<int64_t> shape{r.count};  // the batch as the outermost axis
+        shape.insert(shape.end(), r.shape.begin(), r.shape.end());
         for (int t = 0; t < 4; ++t) {
             std::vector<LCx> x = RandomComplex(total, 40 + t);
             in[t].resize(2 * size_t(total));
@@ -59,10 +60,8 @@ TEST(DftiConcurrency, ComplexFourThreads) {
                 in[t][im] = double(x[i].imag());
                 x[i] = LCx(in[t][re], in[t][im]);
             }
-            for (int b = 0; b < r.count; ++b) {
-                const std::vector<LCx> one = NaiveAll({x.begin() + b * n, x.begin() + (b + 1) * n}, shape, -1);
-                want[t].insert(want[t].end(), one.begin(), one.end());
-            }
+            want[t] = x;
+            for (size_t axis = 1; axis < shape.size(); ++axis) NaiveAxis(want[t], shape, int(axis), -1);
         }
         FromFourThreads(
             [&](int t) {

@@ -1,17 +1,13 @@
 // Unrolled kernels, every level's variant called directly against the
 // long-double naive transform: small cubes (both precisions and directions,
 // every n, in and out of place) and split-storage straight-line kernels
-// (strides, negative too, scale); plus the small-cube path through the
-// public interface.
+// (strides, negative too, scale). The small-cube path through the public
+// interface, offsets included, is in the complex layout table.
 #include <gtest/gtest.h>
 
-#include <cstring>
-
-#include "dft/dfti_descriptor.h"
 #include "dft/smallcube/cube_kernels.h"
 #include "dft/split1d/split1d_kernels.h"
-#include "dfti_layout.h"
-#include "include/orb_dfti.h"
+#include "engine_oracle.h"
 
 namespace {
 
@@ -81,34 +77,6 @@ TEST(DftiSplitStraight, EveryLevelEveryN) {
                         << "level " << level << " backward " << backward << " n " << n
                         << " is " << l.is << " os " << l.os;
                 }
-}
-
-// Through the interface: offsets are honoured and the result is the
-// transform (n = 8 and 7, out of place with offsets, in place).
-TEST(DftiSmallCube, InterfaceWithOffsets) {
-    for (int n : {7, 8}) {
-        const int32_t lengths[3] = {n, n, n};
-        const int64_t total = int64_t(n) * n * n;
-        DftiHandle h = nullptr;
-        ASSERT_EQ(DftiCreateDescriptor_d_md(&h, DftiValueComplex, 3, lengths), 0);
-        ASSERT_EQ(DftiSetValue(h, DftiParamPlacement, 44), 0);
-        const int32_t in_strides[4] = {3, n * n, n, 1}, out_strides[4] = {5, n * n, n, 1};
-        ASSERT_EQ(DftiSetValue(h, DftiParamInputStrides, in_strides), 0);
-        ASSERT_EQ(DftiSetValue(h, DftiParamOutputStrides, out_strides), 0);
-        ASSERT_EQ(DftiCommitDescriptor(h), 0);
-        EXPECT_EQ(h->current_planner, &DftiPlannerSmallCube);
-        const std::vector<LCx> x = RandomComplex(total, 5), ref = NaiveAll(x, {n, n, n}, +1);
-        std::vector<double> in(2 * (total + 3)), out(2 * (total + 5));
-        for (int64_t i = 0; i < total; ++i) {
-            in[2 * (i + 3)] = double(x[i].real());
-            in[2 * (i + 3) + 1] = double(x[i].imag());
-        }
-        ASSERT_EQ(DftiComputeBackward(h, in.data(), out.data()), 0);
-        std::vector<LCx> got(total);
-        for (int64_t i = 0; i < total; ++i) got[i] = LCx(out[2 * (i + 5)], out[2 * (i + 5) + 1]);
-        EXPECT_LE(RelRms(got, ref), Tolerance(true, total)) << n;
-        DftiFreeDescriptor(&h);
-    }
 }
 
 }  // namespace

@@ -10,91 +10,85 @@ namespace {
 
 using K = EngineKind;
 
-Case Make(std::string name, K kind, bool dbl, int sign, std::vector<int64_t> dims, std::vector<int64_t> batch = {}) {
-    Case c;
-    c.name = std::move(name), c.kind = kind, c.is_double = dbl, c.sign = sign;
-    c.dims = std::move(dims), c.batch = std::move(batch);
-    return c;
-}
-
 std::vector<Case> LayoutCases() {
-    std::vector<Case> v;
-    auto add = [&](Case c, auto &&tweak) {
-        tweak(c);
-        v.push_back(c);
-    };
-    auto none = [](Case &) {};
-    for (bool dbl : {true, false}) {
-        const std::string p = dbl ? "d_" : "s_";
+    // Fields in declaration order: name, kind, precision (set below), sign,
+    // dims, batch, strides, pad, negated outer axis, in place, split, scale,
+    // threads.
+    const K R2C = K::R2C, C2R = K::C2R;
+    const Case table[] = {
         // Complex: ranks, batches, strides.
-        add(Make(p + "c2c_2d_16x12", K::C2C, dbl, -1, {16, 12}), none);
-        add(Make(p + "c2c_2d_back_7x30", K::C2C, dbl, 1, {7, 30}), [](Case &c) { c.scale = 0.25; });
-        add(Make(p + "c2c_3d_8cube", K::C2C, dbl, -1, {8, 8, 8}), none);
-        add(Make(p + "c2c_3d_5x6x7_padded", K::C2C, dbl, 1, {5, 6, 7}), [](Case &c) { c.pad = 3; });
-        add(Make(p + "c2c_rank7", K::C2C, dbl, -1, {2, 3, 2, 4, 1, 3, 5}), none);
-        add(Make(p + "c2c_rank4_strided", K::C2C, dbl, 1, {3, 4, 5, 2}), [](Case &c) { c.in_unit = 2, c.out_unit = 3; });
-        add(Make(p + "c2c_batch_1d", K::C2C, dbl, -1, {60}, {7}), none);
-        add(Make(p + "c2c_codelet_batch_inplace", K::C2C, dbl, 1, {16}, {5}),
-            [](Case &c) { c.in_place = true, c.scale = 0.5; });
-        add(Make(p + "c2c_batch2_1d", K::C2C, dbl, -1, {12}, {3, 5}), [](Case &c) { c.pad = 1; });
-        add(Make(p + "c2c_batch_2d", K::C2C, dbl, 1, {6, 10}, {4}), none);
-        add(Make(p + "c2c_negative_unit", K::C2C, dbl, -1, {100}), [](Case &c) { c.in_unit = -1, c.out_unit = -2; });
-        add(Make(p + "c2c_negative_2d", K::C2C, dbl, -1, {9, 16}, {2}),
-            [](Case &c) { c.in_unit = -1, c.negate_outer = true; });
-        add(Make(p + "c2c_inplace_1d", K::C2C, dbl, -1, {1000}), [](Case &c) { c.in_place = true; });
-        add(Make(p + "c2c_inplace_strided", K::C2C, dbl, 1, {243}, {3}), [](Case &c) { c.in_place = true, c.in_unit = 3; });
-        add(Make(p + "c2c_inplace_3d", K::C2C, dbl, -1, {4, 9, 10}), [](Case &c) { c.in_place = true, c.pad = 2; });
-        add(Make(p + "c2c_bluestein_batch", K::C2C, dbl, -1, {127}, {3}), [](Case &c) { c.in_unit = 2; });
-        add(Make(p + "c2c_bluestein_2d", K::C2C, dbl, 1, {67, 71}), none);
+        {.name = "c2c_2d_16x12", .dims = {16, 12}},
+        {.name = "c2c_2d_back_7x30", .sign = 1, .dims = {7, 30}, .scale = 0.25},
+        {.name = "c2c_3d_8cube", .dims = {8, 8, 8}},
+        {.name = "c2c_3d_5x6x7_padded", .sign = 1, .dims = {5, 6, 7}, .pad = 3},
+        {.name = "c2c_rank7", .dims = {2, 3, 2, 4, 1, 3, 5}},
+        {.name = "c2c_rank4_strided", .sign = 1, .dims = {3, 4, 5, 2}, .in_unit = 2, .out_unit = 3},
+        {.name = "c2c_batch_1d", .dims = {60}, .batch = {7}},
+        {.name = "c2c_codelet_batch_inplace", .sign = 1, .dims = {16}, .batch = {5}, .in_place = true, .scale = 0.5},
+        {.name = "c2c_batch2_1d", .dims = {12}, .batch = {3, 5}, .pad = 1},
+        {.name = "c2c_batch_2d", .sign = 1, .dims = {6, 10}, .batch = {4}},
+        {.name = "c2c_negative_unit", .dims = {100}, .in_unit = -1, .out_unit = -2},
+        {.name = "c2c_negative_2d", .dims = {9, 16}, .batch = {2}, .in_unit = -1, .negate_outer = true},
+        {.name = "c2c_inplace_1d", .dims = {1000}, .in_place = true},
+        {.name = "c2c_inplace_strided", .sign = 1, .dims = {243}, .batch = {3}, .in_unit = 3, .in_place = true},
+        {.name = "c2c_inplace_3d", .dims = {4, 9, 10}, .pad = 2, .in_place = true},
+        {.name = "c2c_bluestein_batch", .dims = {127}, .batch = {3}, .in_unit = 2},
+        {.name = "c2c_bluestein_2d", .sign = 1, .dims = {67, 71}},
         // Rader (1009 - 1 = 2^4 3^2 7) along rows, columns and a batch.
-        add(Make(p + "c2c_rader_batch_inplace", K::C2C, dbl, 1, {1009}, {3}),
-            [](Case &c) { c.in_place = true, c.scale = 1.0 / 1009; });
-        add(Make(p + "c2c_rader_2d", K::C2C, dbl, -1, {1009, 6}), [](Case &c) { c.pad = 1; });
-        add(Make(p + "c2c_rader_2d_strided", K::C2C, dbl, 1, {4, 1009}), [](Case &c) { c.in_unit = -2; });
-        add(Make(p + "split_rader_batch", K::C2C, dbl, -1, {1009}, {2}), [](Case &c) { c.split_in = c.split_out = true; });
-        add(Make(p + "r2c_rader_2d", K::R2C, dbl, -1, {3, 1009}), none);
-        add(Make(p + "c2r_rader_batch", K::C2R, dbl, 1, {1009}, {3}), [](Case &c) { c.in_place = true; });
-        add(Make(p + "threads_rader_batch", K::C2C, dbl, -1, {1009}, {5}), [](Case &c) { c.nthreads = 2; });
+        {.name = "c2c_rader_batch_inplace", .sign = 1, .dims = {1009}, .batch = {3}, .in_place = true, .scale = 1.0 / 1009},
+        {.name = "c2c_rader_2d", .dims = {1009, 6}, .pad = 1},
+        {.name = "c2c_rader_2d_strided", .sign = 1, .dims = {4, 1009}, .in_unit = -2},
+        {.name = "split_rader_batch", .dims = {1009}, .batch = {2}, .split_in = true, .split_out = true},
+        {.name = "r2c_rader_2d", .kind = R2C, .dims = {3, 1009}},
+        {.name = "c2r_rader_batch", .kind = C2R, .sign = 1, .dims = {1009}, .batch = {3}, .in_place = true},
+        {.name = "threads_rader_batch", .dims = {1009}, .batch = {5}, .nthreads = 2},
         // Codelet passes shared over two threads: 21 rows and 24 columns
         // split unevenly, so a thread's range starts or ends inside a block.
-        add(Make(p + "threads_codelet_2d_inplace", K::C2C, dbl, 1, {7, 24}, {3}),
-            [](Case &c) { c.nthreads = 2, c.in_place = true, c.pad = 1; });
+        {.name = "threads_codelet_2d_inplace", .sign = 1, .dims = {7, 24}, .batch = {3}, .pad = 1, .in_place = true,
+         .nthreads = 2},
         // Columns 16 KiB (double) or 8 KiB (single) apart: the codelet runs
         // on a contiguous copy instead of in place.
-        add(Make(p + "c2c_codelet_aliased_columns", K::C2C, dbl, -1, {64, 1024}), [](Case &c) { c.in_place = true; });
-        add(Make(p + "c2c_len1_dims", K::C2C, dbl, -1, {1, 5, 1}, {1}), none);
+        {.name = "c2c_codelet_aliased_columns", .dims = {64, 1024}, .in_place = true},
+        {.name = "c2c_len1_dims", .dims = {1, 5, 1}, .batch = {1}},
         // Split storage on either side, in and out of place.
-        add(Make(p + "split_in", K::C2C, dbl, -1, {64}, {2}), [](Case &c) { c.split_in = true; });
-        add(Make(p + "split_out", K::C2C, dbl, 1, {48}), [](Case &c) { c.split_out = true; });
-        add(Make(p + "split_both_2d", K::C2C, dbl, -1, {12, 20}), [](Case &c) { c.split_in = c.split_out = true; });
-        add(Make(p + "split_inplace_2d", K::C2C, dbl, 1, {16, 9}, {2}),
-            [](Case &c) { c.split_in = c.split_out = true, c.in_place = true; });
-        add(Make(p + "split_strided_neg", K::C2C, dbl, -1, {30}, {3}),
-            [](Case &c) { c.split_in = c.split_out = true, c.in_unit = -2, c.negate_outer = true; });
+        {.name = "split_in", .dims = {64}, .batch = {2}, .split_in = true},
+        {.name = "split_out", .sign = 1, .dims = {48}, .split_out = true},
+        {.name = "split_both_2d", .dims = {12, 20}, .split_in = true, .split_out = true},
+        {.name = "split_inplace_2d", .sign = 1, .dims = {16, 9}, .batch = {2}, .in_place = true, .split_in = true,
+         .split_out = true},
+        {.name = "split_strided_neg", .dims = {30}, .batch = {3}, .in_unit = -2, .negate_outer = true, .split_in = true,
+         .split_out = true},
         // Real transforms.
-        add(Make(p + "r2c_batch", K::R2C, dbl, -1, {64}, {5}), none);
-        add(Make(p + "c2r_batch", K::C2R, dbl, 1, {63}, {5}), [](Case &c) { c.scale = 1.0 / 63; });
-        add(Make(p + "r2c_strided", K::R2C, dbl, -1, {50}), [](Case &c) { c.in_unit = 3, c.out_unit = -2; });
-        add(Make(p + "c2r_strided", K::C2R, dbl, 1, {50}), [](Case &c) { c.in_unit = -2, c.out_unit = 3; });
-        add(Make(p + "r2c_split_out", K::R2C, dbl, -1, {40}, {2}), [](Case &c) { c.split_out = true; });
-        add(Make(p + "c2r_split_in", K::C2R, dbl, 1, {41}, {2}), [](Case &c) { c.split_in = true; });
-        add(Make(p + "r2c_2d", K::R2C, dbl, -1, {12, 16}), none);
-        add(Make(p + "c2r_2d", K::C2R, dbl, 1, {12, 15}), none);
-        add(Make(p + "r2c_3d_odd", K::R2C, dbl, -1, {5, 6, 9}), [](Case &c) { c.pad = 2; });
-        add(Make(p + "c2r_3d", K::C2R, dbl, 1, {4, 6, 8}, {2}), [](Case &c) { c.negate_outer = true; });
-        add(Make(p + "r2c_rank7", K::R2C, dbl, -1, {2, 2, 3, 2, 2, 3, 4}), none);
-        add(Make(p + "c2r_rank7", K::C2R, dbl, 1, {2, 2, 3, 2, 2, 3, 5}), none);
-        add(Make(p + "r2c_inplace_1d", K::R2C, dbl, -1, {128}, {3}), [](Case &c) { c.in_place = true; });
-        add(Make(p + "c2r_inplace_1d", K::C2R, dbl, 1, {90}, {2}), [](Case &c) { c.in_place = true; });
-        add(Make(p + "r2c_inplace_2d", K::R2C, dbl, -1, {10, 14}), [](Case &c) { c.in_place = true; });
-        add(Make(p + "c2r_inplace_3d", K::C2R, dbl, 1, {6, 4, 10}), [](Case &c) { c.in_place = true; });
-        add(Make(p + "r2c_bluestein", K::R2C, dbl, -1, {2 * 101}), none);
-        add(Make(p + "c2r_bluestein_odd", K::C2R, dbl, 1, {103}), none);
+        {.name = "r2c_batch", .kind = R2C, .dims = {64}, .batch = {5}},
+        {.name = "c2r_batch", .kind = C2R, .sign = 1, .dims = {63}, .batch = {5}, .scale = 1.0 / 63},
+        {.name = "r2c_strided", .kind = R2C, .dims = {50}, .in_unit = 3, .out_unit = -2},
+        {.name = "c2r_strided", .kind = C2R, .sign = 1, .dims = {50}, .in_unit = -2, .out_unit = 3},
+        {.name = "r2c_split_out", .kind = R2C, .dims = {40}, .batch = {2}, .split_out = true},
+        {.name = "c2r_split_in", .kind = C2R, .sign = 1, .dims = {41}, .batch = {2}, .split_in = true},
+        {.name = "r2c_2d", .kind = R2C, .dims = {12, 16}},
+        {.name = "c2r_2d", .kind = C2R, .sign = 1, .dims = {12, 15}},
+        {.name = "r2c_3d_odd", .kind = R2C, .dims = {5, 6, 9}, .pad = 2},
+        {.name = "c2r_3d", .kind = C2R, .sign = 1, .dims = {4, 6, 8}, .batch = {2}, .negate_outer = true},
+        {.name = "r2c_rank7", .kind = R2C, .dims = {2, 2, 3, 2, 2, 3, 4}},
+        {.name = "c2r_rank7", .kind = C2R, .sign = 1, .dims = {2, 2, 3, 2, 2, 3, 5}},
+        {.name = "r2c_inplace_1d", .kind = R2C, .dims = {128}, .batch = {3}, .in_place = true},
+        {.name = "c2r_inplace_1d", .kind = C2R, .sign = 1, .dims = {90}, .batch = {2}, .in_place = true},
+        {.name = "r2c_inplace_2d", .kind = R2C, .dims = {10, 14}, .in_place = true},
+        {.name = "c2r_inplace_3d", .kind = C2R, .sign = 1, .dims = {6, 4, 10}, .in_place = true},
+        {.name = "r2c_bluestein", .kind = R2C, .dims = {2 * 101}},
+        {.name = "c2r_bluestein_odd", .kind = C2R, .sign = 1, .dims = {103}},
         // Threads: rows, batches and a long single row.
-        add(Make(p + "threads_batch", K::C2C, dbl, -1, {64}, {37}), [](Case &c) { c.nthreads = 2; });
-        add(Make(p + "threads_2d", K::C2C, dbl, 1, {32, 48}), [](Case &c) { c.nthreads = 3; });
-        add(Make(p + "threads_c2r_3d", K::C2R, dbl, 1, {8, 6, 10}), [](Case &c) { c.nthreads = 2; });
-    }
+        {.name = "threads_batch", .dims = {64}, .batch = {37}, .nthreads = 2},
+        {.name = "threads_2d", .sign = 1, .dims = {32, 48}, .nthreads = 3},
+        {.name = "threads_c2r_3d", .kind = C2R, .sign = 1, .dims = {8, 6, 10}, .nthreads = 2},
+    };
+    std::vector<Case> v;
+    for (bool dbl : {true, false})
+        for (Case c : table) {
+            c.is_double = dbl;
+            c.name = (dbl ? "d_" : "s_") + c.name;
+            v.push_back(c);
+        }
     // The multi-row and column paths once more with the AVX and AVX2 kernels.
     const size_t base = v.size();
     for (size_t i = 0; i < base; ++i) {
@@ -114,13 +108,7 @@ std::vector<Case> LayoutCases() {
 
 class EngineLayouts : public ::testing::TestWithParam<Case> {};
 
-TEST_P(EngineLayouts, MatchesNaiveDftWithoutStrayWrites) {
-    Outcome o = RunCase(GetParam());
-    ASSERT_EQ(o.create_status, EngineOk);
-    ASSERT_EQ(o.exec_status, EngineOk);
-    EXPECT_LE(o.error, o.tolerance);
-    EXPECT_FALSE(o.stray_write);
-}
+TEST_P(EngineLayouts, MatchesNaiveDftWithoutStrayWrites) { ExpectMatches(GetParam()); }
 
 INSTANTIATE_TEST_SUITE_P(Table, EngineLayouts, ::testing::ValuesIn(LayoutCases()),
                          [](const auto &info) { return info.param.name; });
@@ -137,19 +125,16 @@ TEST_P(EngineLevels, KernelVariantMatchesNaiveDft) {
         for (int sign : {-1, 1})
             for (int64_t n : lengths) {
                 // Short lengths as a batch of 5: whole vectors of rows plus
-                // a remainder row in every build.
-                Case c = Make("lvl", K::C2C, dbl, sign, {n}, n <= 64 ? std::vector<int64_t>{5} : std::vector<int64_t>{});
-                c.level = GetParam(), c.scale = 0.5;
-                Outcome o = RunCase(c);
-                ASSERT_EQ(o.exec_status, EngineOk);
-                EXPECT_LE(o.error, o.tolerance) << "level " << GetParam() << " n=" << n << " double=" << dbl;
-                // In place: an odd stage count runs its last stage over its
-                // own input.
-                if (n > 64) {
-                    c.in_place = true;
-                    o = RunCase(c);
-                    ASSERT_EQ(o.exec_status, EngineOk);
-                    EXPECT_LE(o.error, o.tolerance) << "in place, level " << GetParam() << " n=" << n << " double=" << dbl;
+                // a remainder row in every build. In place: an odd stage
+                // count runs its last stage over its own input.
+                for (bool in_place : {false, true}) {
+                    if (in_place && n <= 64) continue;
+                    Case c{.name = "level " + std::to_string(GetParam()) + " n=" + std::to_string(n) +
+                                   (dbl ? " double" : " single") + (in_place ? " in place" : ""),
+                           .is_double = dbl, .sign = sign, .dims = {n}, .in_place = in_place, .scale = 0.5,
+                           .level = GetParam()};
+                    if (n <= 64) c.batch = {5};
+                    ExpectMatches(c);
                 }
             }
 }

@@ -1,15 +1,20 @@
-// Naive long-double DFT oracle and the layout-building case runner.
+// Naive long-double DFT oracle and the layout-building case runners.
 #include "engine_oracle.h"
 
+#include <gtest/gtest.h>
+
 #include <cmath>
-#include <cstring>
+#include <cstdlib>
 #include <limits>
 
 #include "dft/engine/engine_internal.h"
+#include "include/orb_dfti.h"
 
 namespace orb::dft::test {
 
 namespace {
+
+constexpr double kSentinel = 12345.0;
 
 LCx RootL(int sign, int64_t num, int64_t den) {
     num %= den;
@@ -18,39 +23,44 @@ LCx RootL(int sign, int64_t num, int64_t den) {
     return {cosl(a), sign * sinl(a)};
 }
 
+// Bin k of the DFT of x[0], x[stride], ...; w holds the n roots.
+LCx Bin(const LCx *x, int64_t stride, const std::vector<LCx> &w, int64_t k) {
+    const int64_t n = (int64_t)w.size();
+    LCx s = 0;
+    for (int64_t j = 0, idx = 0; j < n; ++j) {
+        s += x[j * stride] * w[idx];
+        idx += k;
+        if (idx >= n) idx -= n;
+    }
+    return s;
+}
+
 int64_t Product(const std::vector<int64_t> &v) {
     int64_t p = 1;
     for (int64_t x : v) p *= x;
     return p;
 }
 
-// Strides (in elements) for a shape: innermost `unit`, each outer level
-// spanning the inner one plus `pad`.
-std::vector<int64_t> Strides(const std::vector<int64_t> &shape, int64_t unit, int64_t pad, bool negate_outer) {
+// Row-major strides: innermost `unit`, each outer level spanning the inner
+// one plus `pad`; axis `negate` (if any) runs backwards.
+std::vector<int64_t> Strides(const std::vector<int64_t> &shape, int64_t unit, int64_t pad, int negate) {
     std::vector<int64_t> s(shape.size());
     int64_t span = std::llabs(unit);
     for (size_t i = shape.size(); i-- > 0;) {
-        if (i + 1 == shape.size()) {
-            s[i] = unit;
-        } else {
-            s[i] = span + pad;
-        }
+        s[i] = i + 1 == shape.size() ? unit : span + pad;
         span = std::llabs(s[i]) * shape[i];
     }
-    if (negate_outer && shape.size() > 1) s[0] = -s[0];
+    if (negate >= 0) s[negate] = -s[negate];
     return s;
 }
 
 struct Layout {
     std::vector<int64_t> shape, stride;
-    int64_t base = 0, size = 1;
-    void Finish() {
-        base = 0;
+    int64_t base = 0, size = 1;  // element 0's offset; elements spanned
+    Layout(std::vector<int64_t> sh, std::vector<int64_t> st, int64_t lead = 0)
+        : shape(std::move(sh)), stride(std::move(st)), base(lead) {
         int64_t hi = 0;
-        for (size_t i = 0; i < shape.size(); ++i) {
-            if (stride[i] < 0) base += -(shape[i] - 1) * stride[i];
-            else hi += (shape[i] - 1) * stride[i];
-        }
+        for (size_t i = 0; i < shape.size(); ++i) (stride[i] < 0 ? base : hi) += (shape[i] - 1) * std::llabs(stride[i]);
         size = base + hi + 1;
     }
     // Buffer offset of row-major logical index `flat`.
@@ -66,14 +76,12 @@ struct Layout {
 
 template <class T>
 struct Buffer {
-    bool complex, split;
-    std::vector<T> a, b;  // interleaved/real in a; split: re in a, im in b
-    void Alloc(const Layout &l, bool is_complex, bool is_split, T fill) {
-        complex = is_complex, split = is_split;
-        const int64_t n = (complex && !split) ? 2 * l.size : l.size;
-        a.assign(n, fill);
-        if (split) b.assign(l.size, fill);
-    }
+    bool complex = true, split = false;
+    std::vector<T> a, b;  // interleaved or real in a; split: re in a, im in b
+    Buffer() = default;
+    Buffer(int64_t size, bool is_complex, bool is_split)
+        : complex(is_complex), split(is_complex && is_split),
+          a(size_t(complex && !split ? 2 * size : size), T(kSentinel)), b(size_t(split ? size : 0), T(kSentinel)) {}
     void Put(int64_t off, LCx v) {
         if (!complex) a[off] = T(v.real());
         else if (split) a[off] = T(v.real()), b[off] = T(v.imag());
@@ -83,6 +91,19 @@ struct Buffer {
         if (!complex) return {a[off], 0};
         if (split) return {a[off], b[off]};
         return {a[2 * off], a[2 * off + 1]};
+    }
+    // Appends the first `count` elements of `l` to `got`; answers whether
+    // anything else in the layout's span changed from the sentinel.
+    bool Gather(const Layout &l, int64_t count, std::vector<LCx> &got) const {
+        std::vector<char> used(size_t(l.size), 0);
+        for (int64_t i = 0; i < count; ++i) {
+            got.push_back(Get(l.Offset(i)));
+            used[size_t(l.Offset(i))] = 1;
+        }
+        const LCx untouched(T(kSentinel), complex ? T(kSentinel) : T(0));
+        for (int64_t off = 0; off < l.size; ++off)
+            if (!used[size_t(off)] && Get(off) != untouched) return true;
+        return false;
     }
 };
 
@@ -100,9 +121,8 @@ Outcome Run(const Case &c) {
 
     // Logical input and the expected output.
     const int64_t total = Product(full);
-    std::vector<LCx> x = RandomComplex(total, 0x9e3779b97f4a7c15ull ^ (uint64_t)total);
-    if (c.kind != EngineKind::C2C)
-        for (auto &v : x) v = {v.real(), 0};
+    const uint64_t seed = 0x9e3779b97f4a7c15ull ^ (uint64_t)total;
+    const std::vector<LCx> x = c.kind == EngineKind::C2C ? RandomComplex(total, seed) : RandomReal(total, seed);
     std::vector<LCx> spectrum = x;
     const int sign = c.kind == EngineKind::C2R ? 1 : c.kind == EngineKind::R2C ? -1 : c.sign;
     for (size_t ax = nb; ax < full.size(); ++ax) NaiveAxis(spectrum, full, int(ax), c.kind == EngineKind::C2C ? sign : -1);
@@ -112,40 +132,34 @@ Outcome Run(const Case &c) {
         for (int64_t i = 0; i < (int64_t)h.size(); ++i) h[i] = f[(i / hl) * nl + i % hl];
         return h;
     };
-    std::vector<LCx> input, expect;
-    if (c.kind == EngineKind::C2C) {
-        input = x, expect = spectrum;
-    } else if (c.kind == EngineKind::R2C) {
-        input = x, expect = halve(spectrum);
-    } else {
+    std::vector<LCx> input = x, expect = spectrum;
+    if (c.kind == EngineKind::R2C) {
+        expect = halve(spectrum);
+    } else if (c.kind == EngineKind::C2R) {
         input = halve(spectrum), expect = x;
-        const long double n = (long double)Product(c.dims);
-        for (auto &v : expect) v *= n;
+        for (auto &v : expect) v *= (long double)Product(c.dims);
     }
     for (auto &v : expect) v *= (long double)c.scale;
 
     // Caller-style layouts.
-    Layout li, lo;
-    li.shape = in_shape, lo.shape = out_shape;
+    const int neg = c.negate_outer && full.size() > 1 ? 0 : -1;
+    std::vector<int64_t> si, so;
     if (c.in_place && c.kind == EngineKind::C2C) {
-        li.stride = lo.stride = Strides(in_shape, c.in_unit, c.pad, c.negate_outer);
+        si = so = Strides(in_shape, c.in_unit, c.pad, neg);
     } else if (c.in_place) {
         // The padded real layout: complex rows and real rows share storage.
-        lo.stride = Strides(half, 1, c.pad, c.negate_outer);
-        li.stride = lo.stride;
-        for (size_t i = 0; i + 1 < li.stride.size(); ++i) li.stride[i] *= 2;
-        if (c.kind == EngineKind::C2R) std::swap(li.stride, lo.stride);
+        si = so = Strides(half, 1, c.pad, neg);
+        for (size_t i = 0; i + 1 < si.size(); ++i) si[i] *= 2;
+        if (c.kind == EngineKind::C2R) std::swap(si, so);
     } else {
-        li.stride = Strides(in_shape, c.in_unit, c.pad, c.negate_outer);
-        lo.stride = Strides(out_shape, c.out_unit, c.pad + 1, c.negate_outer);
+        si = Strides(in_shape, c.in_unit, c.pad, neg);
+        so = Strides(out_shape, c.out_unit, c.pad + 1, neg);
     }
-    li.Finish(), lo.Finish();
-    const T sentinel = T(12345.0);
-    Buffer<T> bin, bout;
-    bin.Alloc(li, in_complex, in_complex && c.split_in, sentinel);
+    const Layout li(in_shape, si), lo(out_shape, so);
+    Buffer<T> bin(li.size, in_complex, c.split_in), bout;
     for (int64_t i = 0; i < (int64_t)input.size(); ++i) bin.Put(li.Offset(i), input[i]);
-    if (!c.in_place) bout.Alloc(lo, out_complex, out_complex && c.split_out, sentinel);
-    else if (out_complex && !c.split_out && (int64_t)bin.a.size() < 2 * lo.size) bin.a.resize(2 * lo.size, sentinel);
+    if (!c.in_place) bout = Buffer<T>(lo.size, out_complex, c.split_out);
+    else if (out_complex && !c.split_out && (int64_t)bin.a.size() < 2 * lo.size) bin.a.resize(2 * lo.size, T(kSentinel));
 
     EngineProblem pb;
     pb.kind = c.kind, pb.is_double = c.is_double, pb.sign = sign, pb.rank = int(rank);
@@ -157,86 +171,112 @@ Outcome Run(const Case &c) {
                                : EnginePlanCreate(pb, &out.create_status);
     if (!plan) return out;
 
-    // Pointers at element 0 of every dimension, in each side's own units.
-    auto ptr = [](std::vector<T> &v, const Layout &l, bool cplx_interleaved) -> void * {
-        if (v.empty()) return nullptr;
-        return v.data() + (cplx_interleaved ? 2 : 1) * l.base;
-    };
+    // Pointers at element 0 of every dimension, in each side's own units;
+    // in place a real side addresses the same storage in reals.
     Buffer<T> &ob = c.in_place ? bin : bout;
+    ob.complex = out_complex;
+    auto at = [](std::vector<T> &v, int64_t off) -> void * { return v.empty() ? nullptr : v.data() + off; };
     const bool in_il = in_complex && !c.split_in, out_il = out_complex && !c.split_out;
-    void *ire = ptr(bin.a, li, in_il), *iim = ptr(bin.b, li, false);
-    void *ore, *oim;
-    if (c.in_place) {
-        // Same storage; a real side addresses it in reals.
-        ore = bin.a.data() + (out_il ? 2 : 1) * lo.base;
-        oim = c.split_out ? ptr(bin.b, lo, false) : nullptr;
-        ob.complex = out_complex;
-    } else {
-        ore = ptr(bout.a, lo, out_il), oim = ptr(bout.b, lo, false);
-    }
-    out.exec_status = EngineExecute(plan, ire, iim, ore, oim);
+    out.exec_status = EngineExecute(plan, at(bin.a, (in_il ? 2 : 1) * li.base), at(bin.b, li.base),
+                                    at(ob.a, (out_il ? 2 : 1) * lo.base),
+                                    out_complex && c.split_out ? at(ob.b, lo.base) : nullptr);
     EnginePlanDestroy(plan);
 
-    std::vector<LCx> got(expect.size());
-    std::vector<char> used(lo.size, 0);
-    for (int64_t i = 0; i < (int64_t)got.size(); ++i) {
-        const int64_t off = lo.Offset(i);
-        got[i] = ob.Get(off);
-        used[off] = 1;
-    }
-    if (!c.in_place) {
-        for (int64_t off = 0; off < lo.size; ++off) {
-            if (used[off]) continue;
-            LCx v = ob.Get(off);
-            if (v.real() != sentinel || (out_complex && v.imag() != sentinel)) out.stray_write = true;
-        }
-    }
+    std::vector<LCx> got;
+    out.stray_write = ob.Gather(lo, (int64_t)expect.size(), got) && !c.in_place;
     out.error = RelRms(got, expect);
-    int64_t n = Product(c.dims);
+    out.tolerance = Tolerance(c.is_double, Product(c.dims));
+    return out;
+}
+
+template <class T>
+ApiOutcome RunApi(const ApiCase &c) {
+    ApiOutcome out;
+    const int32_t rank = int32_t(c.lengths.size());
+    std::vector<int64_t> shape{c.count};  // the batch as the outermost axis
+    shape.insert(shape.end(), c.lengths.begin(), c.lengths.end());
+    const int64_t total = Product(shape), n = total / c.count;
+    const int neg = c.negate_axis < 0 ? -1 : c.negate_axis + 1;
+    const Layout li(shape, Strides(shape, c.unit_in, c.pad, neg), c.offset_in);
+    const Layout lo = c.in_place ? li : Layout(shape, Strides(shape, c.unit_out, c.pad, neg), c.offset_out);
+    DftiHandle h = nullptr;
+    const int32_t precision = c.is_double ? DftiValueDouble : DftiValueSingle;
+    if (rank == 1 ? DftiCreateDescriptor(&h, precision, DftiValueComplex, 1, c.lengths[0])
+                  : DftiCreateDescriptor(&h, precision, DftiValueComplex, rank, c.lengths.data()))
+        return out;
+    auto strides = [](const Layout &l) {  // offset, then the transform axes
+        std::vector<int32_t> s{int32_t(l.base)};
+        for (size_t i = 1; i < l.stride.size(); ++i) s.push_back(int32_t(l.stride[i]));
+        return s;
+    };
+    const std::vector<int32_t> si = strides(li), so = strides(lo);
+    DftiSetValue(h, DftiParamPlacement, c.in_place ? DftiValuePlacement43 : DftiValuePlacement44);
+    if (c.split) DftiSetValue(h, DftiParamLayout8, DftiValueLayout42);
+    DftiSetValue(h, DftiParamTransformCount, c.count);
+    DftiSetValue(h, DftiParamInputDistance, int32_t(li.stride[0]));
+    DftiSetValue(h, DftiParamOutputDistance, int32_t(lo.stride[0]));
+    DftiSetValue(h, DftiParamInputStrides, si.data());
+    DftiSetValue(h, DftiParamOutputStrides, so.data());
+    DftiSetValue(h, c.backward ? DftiParamBackwardScale : DftiParamForwardScale, c.scale);
+    DftiSetValue(h, DftiParamOrdering, c.ordering);
+    DftiSetValue(h, DftiParamUserThreadCount, c.user_threads);
+    DftiSetValue(h, DftiParamThreadLimit, c.thread_limit);
+    out.commit = DftiCommitDescriptor(h);
+    if (out.commit) {
+        DftiFreeDescriptor(&h);
+        return out;
+    }
+
+    const std::vector<LCx> x = RandomComplex(total, 977 + n);
+    Buffer<T> bin(li.size, true, c.split), bout(c.in_place ? 0 : lo.size, true, c.split);
+    for (int64_t i = 0; i < total; ++i) bin.Put(li.Offset(i), x[i]);
+    auto compute = [&](bool backward, Buffer<T> &i, Buffer<T> &o) {
+        auto f = backward ? DftiComputeBackward : DftiComputeForward;
+        if (c.split) return c.in_place ? f(h, i.a.data(), i.b.data()) : f(h, i.a.data(), i.b.data(), o.a.data(), o.b.data());
+        return c.in_place ? f(h, i.a.data()) : f(h, i.a.data(), o.a.data());
+    };
+    Buffer<T> other_in = bin, other_out = bout;
+    out.compute = compute(!c.backward, other_in, other_out);
+    if (out.compute == 0) out.compute = compute(c.backward, bin, bout);
+    DftiFreeDescriptor(&h);
+    if (out.compute) return out;
+
+    std::vector<LCx> want = x, got;
+    for (int axis = 1; axis <= rank; ++axis) NaiveAxis(want, shape, axis, c.backward ? 1 : -1);
+    for (auto &v : want) v *= (long double)c.scale;
+    out.stray_write = (c.in_place ? bin : bout).Gather(lo, total, got) && !c.in_place;
+    out.error = RelRms(got, want);
     out.tolerance = Tolerance(c.is_double, n);
     return out;
 }
 
 }  // namespace
 
+std::vector<LCx> Roots(int sign, int64_t n) {
+    std::vector<LCx> w(n);
+    for (int64_t j = 0; j < n; ++j) w[j] = RootL(sign, j, n);
+    return w;
+}
+
 void NaiveAxis(std::vector<LCx> &a, const std::vector<int64_t> &shape, int axis, int sign) {
     const int64_t n = shape[axis];
     int64_t inner = 1, outer = 1;
     for (size_t i = axis + 1; i < shape.size(); ++i) inner *= shape[i];
     for (int i = 0; i < axis; ++i) outer *= shape[i];
-    std::vector<LCx> w(n), row(n);
-    for (int64_t j = 0; j < n; ++j) w[j] = RootL(sign, j, n);
+    const std::vector<LCx> w = Roots(sign, n);
+    std::vector<LCx> row(n);
     for (int64_t o = 0; o < outer; ++o)
         for (int64_t in = 0; in < inner; ++in) {
             LCx *base = a.data() + o * n * inner + in;
-            for (int64_t k = 0; k < n; ++k) {
-                LCx s = 0;
-                int64_t idx = 0;
-                for (int64_t j = 0; j < n; ++j) {
-                    s += base[j * inner] * w[idx];
-                    idx += k;
-                    if (idx >= n) idx -= n;
-                }
-                row[k] = s;
-            }
+            for (int64_t k = 0; k < n; ++k) row[k] = Bin(base, inner, w, k);
             for (int64_t k = 0; k < n; ++k) base[k * inner] = row[k];
         }
 }
 
 std::vector<LCx> NaiveBins(const std::vector<LCx> &x, const std::vector<int64_t> &bins, int sign) {
-    const int64_t n = (int64_t)x.size();
-    std::vector<LCx> w(n), out;
-    for (int64_t j = 0; j < n; ++j) w[j] = RootL(sign, j, n);
-    for (int64_t k : bins) {
-        LCx s = 0;
-        int64_t idx = 0;
-        for (int64_t j = 0; j < n; ++j) {
-            s += x[j] * w[idx];
-            idx += k;
-            if (idx >= n) idx -= n;
-        }
-        out.push_back(s);
-    }
+    const std::vector<LCx> w = Roots(sign, (int64_t)x.size());
+    std::vector<LCx> out;
+    for (int64_t k : bins) out.push_back(Bin(x.data(), 1, w, k));
     return out;
 }
 
@@ -271,6 +311,49 @@ std::vector<LCx> RandomComplex(int64_t count, uint64_t seed) {
     return v;
 }
 
+std::vector<LCx> RandomReal(int64_t count, uint64_t seed) {
+    std::vector<LCx> x = RandomComplex(count, seed);
+    for (auto &v : x) v = LCx(v.real(), 0);
+    return x;
+}
+
+std::vector<LCx> NaiveAll(std::vector<LCx> x, const std::vector<int64_t> &shape, int sign) {
+    for (int axis = 0; axis < int(shape.size()); ++axis) NaiveAxis(x, shape, axis, sign);
+    return x;
+}
+
+std::vector<long double> Listing(int32_t format, const std::vector<LCx> &z, int64_t n) {
+    std::vector<long double> v;
+    const int64_t h = n / 2;
+    if (format == DftiValuePack54 || format == DftiValuePack57) {
+        for (int64_t k = 0; k <= h; ++k) v.insert(v.end(), {z[k].real(), z[k].imag()});
+        return v;
+    }
+    v.push_back(z[0].real());
+    if (format == DftiValuePack56 && n % 2 == 0 && n > 1) v.push_back(z[h].real());
+    for (int64_t k = 1; 2 * k < n; ++k) v.insert(v.end(), {z[k].real(), z[k].imag()});
+    if (format == DftiValuePack55 && n % 2 == 0 && n > 1) v.push_back(z[h].real());
+    return v;
+}
+
 Outcome RunCase(const Case &c) { return c.is_double ? Run<double>(c) : Run<float>(c); }
+
+ApiOutcome RunApiCase(const ApiCase &c) { return c.is_double ? RunApi<double>(c) : RunApi<float>(c); }
+
+void ExpectMatches(const Case &c) {
+    const Outcome o = RunCase(c);
+    ASSERT_EQ(o.create_status, EngineOk) << c.name;
+    ASSERT_EQ(o.exec_status, EngineOk) << c.name;
+    EXPECT_LE(o.error, o.tolerance) << c.name;
+    EXPECT_FALSE(o.stray_write) << c.name;
+}
+
+void ExpectMatches(const ApiCase &c) {
+    const ApiOutcome o = RunApiCase(c);
+    ASSERT_EQ(o.commit, 0) << c.name;
+    ASSERT_EQ(o.compute, 0) << c.name;
+    EXPECT_LE(o.error, o.tolerance) << c.name;
+    EXPECT_FALSE(o.stray_write) << c.name;
+}
 
 }  // namespace orb::dft::test

@@ -9,8 +9,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <vector>
 
 #include "datafit/df_test_data.h"
@@ -38,8 +36,8 @@ int32_t Pick(Input &in, std::initializer_list<int32_t> common) {
 template <typename T>
 T *Maybe(Input &in, std::vector<T> &v) {
     if (in.Byte() > 240) return nullptr;
-    if (v.empty()) v.reserve(1);
-    return v.data() ? v.data() : nullptr;
+    v.reserve(1);
+    return v.data();
 }
 
 template <typename T>
@@ -78,10 +76,8 @@ void Run(Input &in) {
     if (null_task) Fail("null task pointer accepted");
 
     // Spline.
-    const int32_t order = Pick(in, {2, 3, 4});
-    const int32_t type = Pick(in, {0, 1, 2, 3, 4, 5, 6, 7, 8});
-    const int32_t bc_type = Pick(in, {0, 1, 2, 12, 24, 36, 48, 64});
-    const int32_t ic_type = Pick(in, {0, 1, 2, 8});
+    const int32_t order = Pick(in, {2, 3, 4}), type = Pick(in, {0, 1, 2, 3, 4, 5, 6, 7, 8});
+    const int32_t bc_type = Pick(in, {0, 1, 2, 12, 24, 36, 48, 64}), ic_type = Pick(in, {0, 1, 2, 8});
     const int32_t coeff_hint = Pick(in, {0, 128});
     std::vector<T> bc(size_t(2 * ny));
     for (T &v : bc) v = T(in.Value());
@@ -98,8 +94,7 @@ void Run(Input &in) {
     T *pcoeff = o ? Maybe(in, coeff) : nullptr;
     s = A::Edit(in.Byte() > 250 ? nullptr : task, order, type, bc_type, pbc, ic_type, pic, pcoeff,
                 coeff_hint);
-    TRACE("edit order=%d type=%d bc=%d ic=%d coeffhint=%d -> %d\n", order, type, bc_type, ic_type,
-          coeff_hint, s);
+    TRACE("edit order=%d type=%d bc=%d ic=%d coeffhint=%d -> %d\n", order, type, bc_type, ic_type, coeff_hint, s);
     if (!Documented(s)) Fail("edit status");
     const bool edited = s == 0;
     if (edited && in.Byte() < 200) {
@@ -141,28 +136,24 @@ void Run(Input &in) {
         const T *psite = sane_sites ? Maybe(in, site) : nullptr;
         T *pr = rcount <= size_t(kMaxAlloc) ? Maybe(in, r) : nullptr;
         int32_t *pcell = sane_sites ? Maybe(in, cell) : nullptr;
-        TRACE("calling interpolate nsite=%d ny=%d nd=%d ndorder=%d r=%zu pr=%p\n", nsite, ny, nd, ndorder, r.size(), (void *)pr);
+        TRACE("interpolate what=%d method=%d nsite=%d sitehint=%d ndorder=%d nd=%d dorder=%s rhint=%d r=%zu\n",
+              what, method, nsite, sitehint, ndorder, nd, null_dorder ? "null" : "given", rhint, r.size());
         s = A::Interpolate(task, what, method, nsite, psite, sitehint, ndorder,
-                           null_dorder ? nullptr : dorder.empty() ? &no_order : dorder.data(), with_hint ? datahint.data() : nullptr,
-                           pr, rhint, pcell);
-        TRACE("interpolate what=%d method=%d nsite=%d sitehint=%d ndorder=%d nd=%d dorder=%s "
-              "rhint=%d r=%zu -> %d\n", what, method, nsite, sitehint, ndorder, nd,
-              null_dorder ? "null" : "given", rhint, r.size(), s);
+                           null_dorder ? nullptr : dorder.empty() ? &no_order : dorder.data(),
+                           with_hint ? datahint.data() : nullptr, pr, rhint, pcell);
         if (!Documented(s)) Fail("interpolate status");
         if (s != 0) {
-            for (T v : r) if (v != T(-9)) Fail("refused interpolation wrote results");
-            for (int32_t c : cell) if (c != -9) Fail("refused interpolation wrote cells");
+            if (std::count(r.begin(), r.end(), T(-9)) != std::ptrdiff_t(r.size()) ||
+                std::count(cell.begin(), cell.end(), -9) != std::ptrdiff_t(cell.size()))
+                Fail("refused interpolation wrote results or cells");
             continue;
         }
         // Cell oracle (given sites, sorted non-uniform partition): the number
         // of partition points not above the site.
-        if (!(what & 2) || !pcell || !sorted || xhint == DfUniform || sitehint == DfSitesUniform)
-            continue;
-        for (int32_t i = 0; i < nsite; ++i) {
-            const T t = site[i];
-            const int32_t want = int32_t(std::upper_bound(x.begin(), x.end(), t) - x.begin());
-            if (!std::isnan(t) && cell[i] != want) Fail("cell index differs from the count of points");
-        }
+        if (!(what & 2) || !pcell || !sorted || xhint == DfUniform || sitehint == DfSitesUniform) continue;
+        for (int32_t i = 0; i < nsite; ++i)
+            if (!std::isnan(site[i]) && cell[i] != std::upper_bound(x.begin(), x.end(), site[i]) - x.begin())
+                Fail("cell index differs from the count of points");
     }
     if (dfDeleteTask(&task) != 0 || task) Fail("delete");
     if (dfDeleteTask(&task) != DfStatusNullTask) Fail("second delete");

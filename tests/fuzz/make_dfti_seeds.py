@@ -5,8 +5,9 @@ distances, placement), encoded for the target's byte reader."""
 import os
 import sys
 
-P = dict(fscale=4, bscale=5, count=7, layout8=8, layout10=10, placement=11,
-         istr=12, ostr=13, idist=14, odist=15, ordering=18, pack=21, users=26)
+# Parameter number and the lowest value of its draw in the target.
+P = dict(fscale=(4, 0), count=(7, 0), layout8=(8, 39), layout10=(10, 39), placement=(11, 43),
+         istr=(12, -6), ostr=(13, -6), idist=(14, -40), odist=(15, -40), pack=(21, 54), users=(26, 0))
 
 
 def create(double, cplx, lens, how=0):
@@ -17,20 +18,13 @@ def create(double, cplx, lens, how=0):
 
 
 def setv(name, v):
-    b = [0, 0, P[name]]
-    if name in ('placement',): return b + [0, v - 43]
-    if name in ('layout8', 'layout10'): return b + [0, v - 39]
-    if name == 'pack': return b + [0, v - 54]
-    if name == 'ordering': return b + [0, v - 48]
-    if name == 'count': return b + [0, v]
-    if name in ('idist', 'odist'): return b + [0, v + 40]
-    if name == 'users': return b + [0, v]
-    if name in ('istr', 'ostr'):
-        out = b
-        for s in v: out += [0, s + 6]
-        return out
-    if name in ('fscale', 'bscale'): return b + [0, 0, 128 + int(v * 32)]
-    raise KeyError(name)
+    num, lo = P[name]
+    b = [0, 0, num]  # op 0 (set a value), then the parameter
+    if name == 'fscale':  # drawn by Value(): (byte - 128) / 128 plus sel / 4096
+        return b + [0, 0, 128 + int(v * 32)]
+    for x in (v if isinstance(v, list) else [v]):
+        b += [0, x - lo]
+    return b
 
 
 def compute(forward, seed=7):

@@ -17,32 +17,28 @@ struct AllocatorCounts {
     // Blocks obtained from the primitive and not yet released.
     long Live() const { return mallocs - failures - frees; }
     AllocatorCounts operator-(const AllocatorCounts &o) const {
-        return {mallocs - o.mallocs, failures - o.failures, callocs - o.callocs,
-                reallocs - o.reallocs, frees - o.frees};
+        return {mallocs - o.mallocs, failures - o.failures, callocs - o.callocs, reallocs - o.reallocs,
+                frees - o.frees};
     }
 };
 
-class CountingAllocator {
-public:
+struct CountingAllocator {
     // Null when the library is not loaded in this process.
-    static void *Handle() {
+    static void *Symbol(const char *name) {
 #if defined(_WIN32)
-        static void *handle = reinterpret_cast<void *>(GetModuleHandleA("liborbmalloc.dll"));
+        static HMODULE h = GetModuleHandleA("liborbmalloc.dll");
+        return h ? reinterpret_cast<void *>(GetProcAddress(h, name)) : nullptr;
 #else
-        static void *handle = dlopen("liborbmalloc.so", RTLD_NOW | RTLD_NOLOAD);
+        static void *h = dlopen("liborbmalloc.so", RTLD_NOW | RTLD_NOLOAD);
+        return h ? dlsym(h, name) : nullptr;
 #endif
-        return handle;
     }
     static bool Loaded() { return Symbol("orbmalloc_read_counts") != nullptr; }
 
     static AllocatorCounts Read() {
-        AllocatorCounts c;
-        if (auto fn = reinterpret_cast<void (*)(long *)>(Symbol("orbmalloc_read_counts"))) {
-            long v[5];
-            fn(v);
-            c = {v[0], v[1], v[2], v[3], v[4]};
-        }
-        return c;
+        long v[5] = {};
+        if (auto fn = reinterpret_cast<void (*)(long *)>(Symbol("orbmalloc_read_counts"))) fn(v);
+        return {v[0], v[1], v[2], v[3], v[4]};
     }
 
     static void FailNext(long n) {
@@ -53,16 +49,6 @@ public:
     static void *VariableValue(const char *name) {
         void *variable = Symbol(name);
         return variable ? *static_cast<void **>(variable) : nullptr;
-    }
-
-private:
-    static void *Symbol(const char *name) {
-        void *h = Handle();
-#if defined(_WIN32)
-        return h ? reinterpret_cast<void *>(GetProcAddress(static_cast<HMODULE>(h), name)) : nullptr;
-#else
-        return h ? dlsym(h, name) : nullptr;
-#endif
     }
 };
 

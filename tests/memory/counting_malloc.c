@@ -24,37 +24,28 @@ BOOL WINAPI DllMain(HINSTANCE self, DWORD reason, LPVOID reserved) {
 #define EXPORT __attribute__((visibility("default")))
 #endif
 
-static atomic_long g_mallocs, g_failures, g_callocs, g_reallocs, g_frees, g_fail_next;
-
-static int TakeFailure(void) {
-    long n = atomic_load(&g_fail_next);
-    while (n > 0)
-        if (atomic_compare_exchange_weak(&g_fail_next, &n, n - 1)) return 1;
-    return 0;
-}
+/* Calls counted: mallocs, failed mallocs, callocs, reallocs, frees. */
+enum { kMalloc, kFailure, kCalloc, kRealloc, kFree, kCounts };
+static atomic_long g_counts[kCounts], g_fail_next;
 
 static void *CountingMalloc(size_t n) {
-    atomic_fetch_add(&g_mallocs, 1);
-    if (TakeFailure()) {
-        atomic_fetch_add(&g_failures, 1);
-        return NULL;
-    }
+    atomic_fetch_add(&g_counts[kMalloc], 1);
+    long left = atomic_load(&g_fail_next);
+    while (left > 0)
+        if (atomic_compare_exchange_weak(&g_fail_next, &left, left - 1)) {
+            atomic_fetch_add(&g_counts[kFailure], 1);
+            return NULL;
+        }
     return malloc(n);
 }
 static void *CountingCalloc(size_t n, size_t s) {
-    atomic_fetch_add(&g_callocs, 1);
+    atomic_fetch_add(&g_counts[kCalloc], 1);
     return calloc(n, s);
 }
 static void *CountingRealloc(void *p, size_t n) {
-    atomic_fetch_add(&g_reallocs, 1);
+    atomic_fetch_add(&g_counts[kRealloc], 1);
     return realloc(p, n);
 }
-#ifndef ORBMALLOC_WITHOUT_FREE
-static void CountingFree(void *p) {
-    atomic_fetch_add(&g_frees, 1);
-    free(p);
-}
-#endif
 
 EXPORT void *(*orb_malloc_dll)(size_t) = CountingMalloc;
 EXPORT void *(*orb_calloc_dll)(size_t, size_t) = CountingCalloc;
@@ -62,16 +53,15 @@ EXPORT void *(*orb_realloc_dll)(void *, size_t) = CountingRealloc;
 #ifdef ORBMALLOC_WITHOUT_FREE
 EXPORT void (*orb_free_dll)(void *) = NULL;
 #else
+static void CountingFree(void *p) {
+    atomic_fetch_add(&g_counts[kFree], 1);
+    free(p);
+}
 EXPORT void (*orb_free_dll)(void *) = CountingFree;
 #endif
 
-/* out: mallocs, failed mallocs, callocs, reallocs, frees. */
 EXPORT void orbmalloc_read_counts(long out[5]) {
-    out[0] = atomic_load(&g_mallocs);
-    out[1] = atomic_load(&g_failures);
-    out[2] = atomic_load(&g_callocs);
-    out[3] = atomic_load(&g_reallocs);
-    out[4] = atomic_load(&g_frees);
+    for (int i = 0; i < kCounts; ++i) out[i] = atomic_load(&g_counts[i]);
 }
 
 EXPORT void orbmalloc_fail_next(long n) { atomic_store(&g_fail_next, n); }

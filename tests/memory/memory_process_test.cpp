@@ -26,28 +26,15 @@ void ExpectScenario(const char *scenario, const EnvList &env, const std::string 
 }
 
 TEST(MemoryProcess, PrimitivesAtLoad) {
-    struct Case {
-        const char *what;
-        EnvList env;
-        const char *expected;
-    } cases[] = {
-        {"no replacement library", {}, "crt\n"},
-        {"replacement with all four variables", {{kSearchPath, kCounting}}, "replacement\n"},
-        {"replacement with a null variable", {{kSearchPath, kIncomplete}}, "crt\n"},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.what);
-        ExpectScenario("memory_primitives", c.env, c.expected);
-    }
+    ExpectScenario("memory_primitives", {}, "crt\n");  // no replacement library
+    ExpectScenario("memory_primitives", {{kSearchPath, kCounting}}, "replacement\n");
+    ExpectScenario("memory_primitives", {{kSearchPath, kIncomplete}}, "crt\n");  // a null variable
 }
 
 TEST(MemoryProcess, SwitchesSendEveryRequestToThePrimitive) {
     const char *pooled = "cache=1 mallocs=3 frees=0 misaligned=0 direct_left=0\n";
     const char *direct = "cache=0 mallocs=100 frees=100 misaligned=0 direct_left=0\n";
-    struct Case {
-        EnvList env;
-        const char *expected;
-    } cases[] = {
+    const struct { EnvList env; const char *expected; } cases[] = {
         {{}, pooled},
         {{{"ORB_DISABLE_FAST_MM", "1"}}, direct},
         {{{"ORB_MM_DISABLE", "1"}}, direct},
@@ -56,17 +43,16 @@ TEST(MemoryProcess, SwitchesSendEveryRequestToThePrimitive) {
         {{{"ORB_DISABLE_FAST_MM", ""}}, pooled},
         {{{"ORB_DISABLE_FAST_MM", ""}, {"ORB_MM_DISABLE", "yes"}}, direct},
     };
-    for (auto c : cases) {
-        c.env.push_back({kSearchPath, kCounting});
-        ExpectScenario("memory_switch", c.env, c.expected);
+    for (const auto &c : cases) {
+        EnvList env = c.env;
+        env.push_back({kSearchPath, kCounting});
+        ExpectScenario("memory_switch", env, c.expected);
     }
 }
 
-TEST(MemoryProcess, FullRegistrySendsNewThreadsDirect) {
+TEST(MemoryProcess, FullRegistryAndReleaseOfThePools) {
+    // A full registry sends new threads direct.
     ExpectScenario("memory_registry_full", {}, "pools=1024 direct=1 left=0\n");
-}
-
-TEST(MemoryProcess, ReleaseOfThePools) {
     ExpectScenario("memory_release_pools", {{kSearchPath, kCounting}},
                    "released cache=0 records=1 buffers=1\n"
                    "held freed records=0 buffers=0 live=0\n"

@@ -1,6 +1,7 @@
 // The platform layer's contracts, checked in-process: environment buffer
 // rules, thread-local slots and their thread-exit destructors, private
-// heaps, image queries, companion libraries and message texts.
+// heaps, image queries, companion libraries, message texts, and the
+// process end (in a fresh process).
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "service/platform.h"
+#include "support/process_harness.h"
 #include "support/test_env.h"
 
 namespace {
@@ -17,26 +19,18 @@ namespace {
 namespace plat = orb::plat;
 
 TEST(PlatformEnv, BufferRules) {
-    struct Case {
+    const struct {
         const char *value;  // null: unset
-        uint32_t cap;
-        uint32_t expected;
+        uint32_t cap, expected;
         const char *copied;  // null: no text copied
     } cases[] = {
-        {nullptr, 16, 0, nullptr},
-        {"", 16, 0, nullptr},  // Windows writes an empty string here
-        {"abc", 16, 3, "abc"},
-        {"abc", 4, 3, "abc"},      // exactly fits with its terminator
+        {nullptr, 16, 0, nullptr}, {"", 16, 0, nullptr},  // Windows writes an empty string here
+        {"abc", 16, 3, "abc"},     {"abc", 4, 3, "abc"},   // exactly fits with its terminator
         {"abcd", 4, 5, nullptr},   // one short: the size needed, untouched
-        {"x", 1, 2, nullptr},
-        {"SSE4_2", 128, 6, "SSE4_2"},
+        {"x", 1, 2, nullptr},      {"SSE4_2", 128, 6, "SSE4_2"},
     };
     for (const auto &c : cases) {
-        if (c.value) {
-            orb::test::SetEnv("ORB_PLATFORM_TEST_VAR", c.value);
-        } else {
-            orb::test::UnsetEnv("ORB_PLATFORM_TEST_VAR");
-        }
+        orb::test::SetEnv("ORB_PLATFORM_TEST_VAR", c.value);
         char buf[128];
         std::memset(buf, '#', sizeof buf);
         uint32_t got = plat::GetEnv("ORB_PLATFORM_TEST_VAR", buf, c.cap);
@@ -49,7 +43,7 @@ TEST(PlatformEnv, BufferRules) {
             EXPECT_EQ(buf[1], '#');
         }
     }
-    orb::test::UnsetEnv("ORB_PLATFORM_TEST_VAR");
+    orb::test::SetEnv("ORB_PLATFORM_TEST_VAR", nullptr);
 }
 
 std::atomic<int> g_destroyed{0};
@@ -76,25 +70,18 @@ TEST(PlatformTls, ValuesArePerThreadAndDestroyedAtThreadExit) {
             EXPECT_TRUE(plat::TlsSet(key, reinterpret_cast<void *>(t * 16)));
             EXPECT_EQ(plat::TlsGet(key), reinterpret_cast<void *>(t * 16));
         });
-    // A thread that leaves its slot empty gets no destructor call.
-    threads.emplace_back([key] { EXPECT_EQ(plat::TlsGet(key), nullptr); });
+    // A thread whose slot is empty at exit, even after holding a value, gets
+    // no destructor call.
+    threads.emplace_back([key] {
+        EXPECT_EQ(plat::TlsGet(key), nullptr);
+        plat::TlsSet(key, reinterpret_cast<void *>(8));
+        plat::TlsSet(key, nullptr);
+    });
     for (auto &th : threads) th.join();
     EXPECT_EQ(g_destroyed.load(), 4);
     EXPECT_EQ(g_destroyed_sum.load(), (1 + 2 + 3 + 4) * 16);
     EXPECT_EQ(plat::TlsGet(key), &mine);  // other threads left ours alone
     plat::TlsSet(key, nullptr);
-    plat::TlsFree(key);
-}
-
-TEST(PlatformTls, FreedSlotRunsNoDestructor) {
-    plat::TlsKey key;
-    ASSERT_TRUE(plat::TlsAlloc(&key, &CountDestroy));
-    g_destroyed = 0;
-    std::thread([key] {
-        plat::TlsSet(key, reinterpret_cast<void *>(8));
-        plat::TlsSet(key, nullptr);
-    }).join();
-    EXPECT_EQ(g_destroyed.load(), 0);
     plat::TlsFree(key);
 }
 
@@ -164,11 +151,7 @@ TEST(PlatformMessages, TextsComeFromTheMessageLibrary) {
     std::string path = std::string(ORB_MSG_DIR) + "/" + plat::MessageLibName();
     void *lib = plat::LibOpen(path.c_str());
     ASSERT_NE(lib, nullptr) << path;
-    struct Case {
-        uint32_t id;
-        uint32_t lang;
-        const char *expected;  // null: no text
-    } cases[] = {
+    const struct { uint32_t id, lang; const char *expected; /* null: no text */ } cases[] = {
         // printf directives stay as written, CR LF included.
         {0x80000006u, 1033, "LOCALISED: parameter %d of %s\r\n"},
         {0x80000007u, 1033, nullptr},
@@ -185,6 +168,12 @@ TEST(PlatformMessages, TextsComeFromTheMessageLibrary) {
         if (ok) plat::MessageTextFree(text);
     }
     plat::LibClose(lib);
+}
+
+// The exit code reaches the parent, and buffered output is flushed first.
+TEST(PlatformTerminate, ExitCodeAndFlushedOutput) {
+    for (int code : {1, 3, 8})
+        orb::test::ExpectProbe(code, "before the end", "platform_terminate", {}, {std::to_string(code)});
 }
 
 }  // namespace

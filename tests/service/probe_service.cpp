@@ -15,55 +15,35 @@
 
 namespace {
 
-std::string g_vendor = "GenuineVarel";
-int g_level = 7;
+std::string g_vendor;
+int g_level = 0;
 orb::CpuidSnapshot SyntheticCpu() { return orb::SyntheticSnapshot(g_vendor.c_str(), g_level); }
-// Pretends the processor of args vendor, feature level.
-void UseSyntheticCpu(const std::vector<std::string> &args) {
-    g_vendor = args.at(0);
-    g_level = std::atoi(args.at(1).c_str());
-    orb::testing::SetCpuidSource(SyntheticCpu);
-}
 
 void PrintLevels() {
     std::printf("cpu=%d ext=%d cbwr=%d\n", ServGetCpuLevel(), ServGetExtCpuLevel(),
                 ServGetCbwrMode(1));
 }
 
-int Variant2() { return 2; }
-int Variant3() { return 3; }
-int Variant4() { return 4; }
-int Variant5() { return 5; }
-int Variant6() { return 6; }
-int Variant7() { return 7; }
-constexpr orb::DispatchSlot<int (*)()>::Table kVariants = {Variant2, Variant3, Variant4,
-                                                           Variant5, Variant6, Variant7};
+template <int N>
+int Variant() { return N; }
+constexpr orb::DispatchSlot<int (*)()>::Table kVariants = {Variant<2>, Variant<3>, Variant<4>,
+                                                           Variant<5>, Variant<6>, Variant<7>};
 
 }  // namespace
 
-// Levels of this machine under the environment the test set.
+// Levels under the environment the test set, of this machine or of a
+// synthetic processor (args vendor, feature level); a third argument "cpu"
+// or "ext" asks that query alone (each has its own fatal end).
 ORB_PROBE_SCENARIO(levels) {
-    PrintLevels();
-    return 0;
-}
-
-// Levels of a synthetic processor: args vendor, feature level.
-ORB_PROBE_SCENARIO(synthetic_levels) {
-    UseSyntheticCpu(args);
-    PrintLevels();
-    return 0;
-}
-
-// Synthetic processor, CpuLevel only (the extended query has its own fatal).
-ORB_PROBE_SCENARIO(synthetic_cpu_level) {
-    UseSyntheticCpu(args);
-    std::printf("cpu=%d\n", ServGetCpuLevel());
-    return 0;
-}
-
-ORB_PROBE_SCENARIO(synthetic_ext_level) {
-    UseSyntheticCpu(args);
-    std::printf("ext=%d\n", ServGetExtCpuLevel());
+    if (args.size() >= 2) {
+        g_vendor = args[0];
+        g_level = std::atoi(args[1].c_str());
+        orb::testing::SetCpuidSource(SyntheticCpu);
+    }
+    if (args.size() == 3)
+        std::printf("%d\n", args[2] == "cpu" ? ServGetCpuLevel() : ServGetExtCpuLevel());
+    else
+        PrintLevels();
     return 0;
 }
 
@@ -85,8 +65,7 @@ ORB_PROBE_SCENARIO(env_changed_after_first_use) {
 ORB_PROBE_SCENARIO(dispatch_guard) {
     orb::testing::ForceCpuLevelCache(std::atoi(args.at(0).c_str()));
     static orb::DispatchSlot<int (*)()> slot(kVariants);
-    int v = slot();
-    std::printf("returned %d\n", v);
+    std::printf("returned %d\n", slot());
     return 0;
 }
 

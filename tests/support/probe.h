@@ -17,11 +17,9 @@ struct Registrar {
 
 }  // namespace orb::probe
 
-#define ORB_PROBE_SCENARIO(name)                                              \
-    static int probe_scenario_##name(const std::vector<std::string> &args);   \
-    static ::orb::probe::Registrar probe_registrar_##name(#name,              \
-                                                          probe_scenario_##name); \
-    static int probe_scenario_##name(                                          \
-        [[maybe_unused]] const std::vector<std::string> &args)
+#define ORB_PROBE_SCENARIO(name)                                                                   \
+    static int probe_scenario_##name(const std::vector<std::string> &args);                        \
+    static ::orb::probe::Registrar probe_registrar_##name(#name, probe_scenario_##name);           \
+    static int probe_scenario_##name([[maybe_unused]] const std::vector<std::string> &args)
 
 #endif

@@ -1,9 +1,7 @@
 // Entry of the probe executable: runs the scenario named by argv[1] with the
 // remaining arguments.
 #include <cstdio>
-#include <cstring>
 #include <map>
-#include <string>
 
 #include "support/probe.h"
 
@@ -25,8 +23,7 @@ int main(int argc, char **argv) {
         for (auto &kv : registry) std::fprintf(stderr, "  %s\n", kv.first.c_str());
         return 125;
     }
-    std::vector<std::string> args(argv + 2, argv + argc);
-    int rc = registry[argv[1]](args);
+    int rc = registry[argv[1]](std::vector<std::string>(argv + 2, argv + argc));
     std::fflush(nullptr);
     return rc;
 }

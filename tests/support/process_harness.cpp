@@ -13,32 +13,30 @@ extern char **environ;
 #endif
 
 #include <cstring>
-#include <string>
 
 namespace orb::test {
 
 namespace {
 
-bool KeepVariable(const std::string &kv, const std::vector<std::string> &unset) {
-    std::string name = kv.substr(0, kv.find('='));
-    if (name.empty()) return true;  // Windows per-drive entries ("=C:=C:\")
-    if (name.rfind("ORB_", 0) == 0 || name.rfind("OMP_", 0) == 0) return false;
-    for (auto &u : unset)
-        if (u == name) return false;
-    return true;
-}
-
-std::vector<std::string> ChildEnvironment(const EnvList &env,
-                                          const std::vector<std::string> &unset) {
+// The parent's environment less ORB_*, OMP_* and `unset`, plus `env`.
+std::vector<std::string> ChildEnvironment(const EnvList &env, const std::vector<std::string> &unset) {
     std::vector<std::string> envs;
+    auto keep = [&](const std::string &kv) {
+        std::string name = kv.substr(0, kv.find('='));
+        if (name.empty()) return true;  // Windows per-drive entries ("=C:=C:\")
+        if (name.rfind("ORB_", 0) == 0 || name.rfind("OMP_", 0) == 0) return false;
+        for (auto &u : unset)
+            if (u == name) return false;
+        return true;
+    };
 #if defined(_WIN32)
     char *block = GetEnvironmentStringsA();
     for (const char *e = block; e && *e; e += std::strlen(e) + 1)
-        if (KeepVariable(e, unset)) envs.push_back(e);
+        if (keep(e)) envs.push_back(e);
     if (block) FreeEnvironmentStringsA(block);
 #else
     for (char **e = environ; *e; ++e)
-        if (KeepVariable(*e, unset)) envs.push_back(*e);
+        if (keep(*e)) envs.push_back(*e);
 #endif
     for (auto &kv : env) envs.push_back(kv.first + "=" + kv.second);
     return envs;
@@ -59,8 +57,7 @@ std::string Quote(const std::string &arg) {
         q.push_back(c);
     }
     q.append(backslashes * 2, '\\');
-    q.push_back('"');
-    return q;
+    return q + '"';
 }
 
 // The build records a host path; on Wine "/x/y" names the same file as
@@ -74,15 +71,14 @@ std::string NativePath(std::string path) {
 
 }  // namespace
 
-#if defined(_WIN32)
-ProbeResult RunProbe(const std::string &scenario, const EnvList &env,
-                     const std::vector<std::string> &args,
+ProbeResult RunProbe(const std::string &scenario, const EnvList &env, const std::vector<std::string> &args,
                      const std::vector<std::string> &unset, const std::string &cwd) {
     ProbeResult result;
+    std::vector<std::string> envs = ChildEnvironment(env, unset);
+#if defined(_WIN32)
     std::string block;
-    for (auto &kv : ChildEnvironment(env, unset)) block.append(kv).push_back('\0');
+    for (auto &kv : envs) block.append(kv).push_back('\0');
     block.push_back('\0');
-
     std::string cmd = Quote(NativePath(ORB_PROBE_PATH)) + " " + Quote(scenario);
     for (auto &a : args) cmd += " " + Quote(a);
     std::string dir = NativePath(cwd);
@@ -113,9 +109,10 @@ ProbeResult RunProbe(const std::string &scenario, const EnvList &env,
         result.out = "CreateProcessA failed, error " + std::to_string(GetLastError());
         return result;
     }
+    std::string raw;
     char buf[4096];
     DWORD got = 0;
-    while (ReadFile(rd, buf, sizeof buf, &got, nullptr) && got > 0) result.out.append(buf, got);
+    while (ReadFile(rd, buf, sizeof buf, &got, nullptr) && got > 0) raw.append(buf, got);
     CloseHandle(rd);
     WaitForSingleObject(pi.hProcess, INFINITE);
     DWORD code = 0;
@@ -124,18 +121,9 @@ ProbeResult RunProbe(const std::string &scenario, const EnvList &env,
     CloseHandle(pi.hProcess);
     // The C runtime writes "\r\n" for a text-mode newline; tests compare
     // against "\n".
-    std::string out;
-    for (size_t i = 0; i < result.out.size(); ++i)
-        if (!(result.out[i] == '\r' && i + 1 < result.out.size() && result.out[i + 1] == '\n'))
-            out.push_back(result.out[i]);
-    result.out.swap(out);
-    return result;
-}
+    for (size_t i = 0; i < raw.size(); ++i)
+        if (!(raw[i] == '\r' && i + 1 < raw.size() && raw[i + 1] == '\n')) result.out.push_back(raw[i]);
 #else
-ProbeResult RunProbe(const std::string &scenario, const EnvList &env,
-                     const std::vector<std::string> &args,
-                     const std::vector<std::string> &unset, const std::string &cwd) {
-    std::vector<std::string> envs = ChildEnvironment(env, unset);
     std::vector<std::string> argv_s{ORB_PROBE_PATH, scenario};
     argv_s.insert(argv_s.end(), args.begin(), args.end());
     std::vector<char *> argv, envp;
@@ -144,7 +132,6 @@ ProbeResult RunProbe(const std::string &scenario, const EnvList &env,
     for (auto &s : envs) envp.push_back(s.data());
     envp.push_back(nullptr);
 
-    ProbeResult result;
     int fds[2];
     if (pipe(fds) != 0) return result;
     pid_t pid = fork();
@@ -164,18 +151,18 @@ ProbeResult RunProbe(const std::string &scenario, const EnvList &env,
     int status = 0;
     waitpid(pid, &status, 0);
     if (WIFEXITED(status)) result.exit_code = WEXITSTATUS(status);
+#endif
     return result;
 }
-#endif
 
-void ExpectProbe(int exit_code, const std::string &out, const std::string &scenario,
-                 const EnvList &env, const std::vector<std::string> &args,
-                 const std::vector<std::string> &unset, const std::string &cwd) {
+void ExpectProbe(int exit_code, const std::string &out, const std::string &scenario, const EnvList &env,
+                 const std::vector<std::string> &args, const std::vector<std::string> &unset,
+                 const std::string &cwd) {
     std::string label = scenario;
     for (auto &a : args) label += " '" + a + "'";
     for (auto &kv : env)
-        label += " " + kv.first + "=" + (kv.second.size() <= 40 ? kv.second
-                                         : "(" + std::to_string(kv.second.size()) + " characters)");
+        label += " " + kv.first + "=" +
+                 (kv.second.size() <= 40 ? kv.second : "(" + std::to_string(kv.second.size()) + " characters)");
     ProbeResult r = RunProbe(scenario, env, args, unset, cwd);
     EXPECT_EQ(r.exit_code, exit_code) << label << "\n" << r.out;
     EXPECT_EQ(r.out, out) << label;

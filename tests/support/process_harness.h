@@ -10,8 +10,8 @@
 namespace orb::test {
 
 struct ProbeResult {
-    int exit_code = -1;   // the process's exit status; -1 if it did not exit
-    std::string out;      // everything written to standard output
+    int exit_code = -1;  // the process's exit status; -1 if it did not exit
+    std::string out;     // everything written to standard output
 };
 
 using EnvList = std::vector<std::pair<std::string, std::string>>;
@@ -20,15 +20,14 @@ using EnvList = std::vector<std::pair<std::string, std::string>>;
 // starts with "ORB_" or "OMP_" (and without `unset`), plus `env`. A
 // non-empty `cwd` is the child's working directory.
 ProbeResult RunProbe(const std::string &scenario, const EnvList &env = {},
-                     const std::vector<std::string> &args = {},
-                     const std::vector<std::string> &unset = {},
+                     const std::vector<std::string> &args = {}, const std::vector<std::string> &unset = {},
                      const std::string &cwd = {});
 
 // Runs the scenario as RunProbe does and expects this exit code and exactly
 // this output; a failure names the scenario, its arguments and environment.
-void ExpectProbe(int exit_code, const std::string &out, const std::string &scenario,
-                 const EnvList &env = {}, const std::vector<std::string> &args = {},
-                 const std::vector<std::string> &unset = {}, const std::string &cwd = {});
+void ExpectProbe(int exit_code, const std::string &out, const std::string &scenario, const EnvList &env = {},
+                 const std::vector<std::string> &args = {}, const std::vector<std::string> &unset = {},
+                 const std::string &cwd = {});
 
 }  // namespace orb::test
 

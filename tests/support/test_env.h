@@ -1,6 +1,6 @@
-// Setting and clearing a variable of the running process's environment the
-// way the library reads it (GetEnvironmentVariableA on Windows, getenv
-// elsewhere): tests and probe scenarios use these instead of setenv.
+// Sets or clears (value null) a variable of the running process's
+// environment the way the library reads it (GetEnvironmentVariableA on
+// Windows, getenv elsewhere): tests and probe scenarios use this, not setenv.
 #ifndef ORB_TESTS_TEST_ENV_H
 #define ORB_TESTS_TEST_ENV_H
 
@@ -16,15 +16,7 @@ inline void SetEnv(const char *name, const char *value) {
 #if defined(_WIN32)
     SetEnvironmentVariableA(name, value);
 #else
-    setenv(name, value, 1);
-#endif
-}
-
-inline void UnsetEnv(const char *name) {
-#if defined(_WIN32)
-    SetEnvironmentVariableA(name, nullptr);
-#else
-    unsetenv(name);
+    if (value) setenv(name, value, 1); else unsetenv(name);
 #endif
 }
 

@@ -45,41 +45,42 @@ Ops QDiv(Q ar, Q ai, Q br, Q bi) {
     return {(ar * br + ai * bi) / d, (ai * br - ar * bi) / d};
 }
 
+// Mul, MulByConj, Div and Abs of every slot on parts of exponent up to
+// +-scale_exp: parts of very different size, near-cancelling products too.
 template <class C, class R> void CheckAccuracy(int scale_exp, uint32_t seed) {
     using BinK = void (*)(int32_t, const C *, const C *, C *);
     using AbsK = void (*)(int32_t, const C *, R *);
     const bool dbl = sizeof(R) == 8;
-    const BinK *mul = dbl ? (const BinK *)vml_kernels_vzMul : (const BinK *)vml_kernels_vcMul;
-    const BinK *conj = dbl ? (const BinK *)vml_kernels_vzMulByConj : (const BinK *)vml_kernels_vcMulByConj;
-    const BinK *div = dbl ? (const BinK *)vml_kernels_vzDiv : (const BinK *)vml_kernels_vcDiv;
-    const AbsK *abs = dbl ? (const AbsK *)vml_kernels_vzAbs : (const AbsK *)vml_kernels_vcAbs;
+    const void *const bin[3] = {dbl ? (const void *)vml_kernels_vzMul : vml_kernels_vcMul,
+                                dbl ? (const void *)vml_kernels_vzMulByConj : vml_kernels_vcMulByConj,
+                                dbl ? (const void *)vml_kernels_vzDiv : vml_kernels_vcDiv};
+    const AbsK *abs = static_cast<const AbsK *>(dbl ? (const void *)vml_kernels_vzAbs : vml_kernels_vcAbs);
     std::mt19937_64 rng(seed);
     std::uniform_real_distribution<double> u(-1.0, 1.0);
     std::uniform_int_distribution<int> ex(-scale_exp, scale_exp);
     const int n = 400;
+    const double lim = double(std::numeric_limits<R>::max());
     std::vector<C> a(n), b(n), y(n);
     std::vector<R> m(n);
+    auto part = [&] { return R(std::ldexp(u(rng), ex(rng))); };
     for (int i = 0; i < n; ++i) {
-        // Parts of very different size and near-cancelling products too.
-        a[i] = {R(std::ldexp(u(rng), ex(rng))), R(std::ldexp(u(rng), ex(rng)))};
-        b[i] = {R(std::ldexp(u(rng), ex(rng))), R(std::ldexp(u(rng), ex(rng)))};
+        a[i] = {part(), part()};
+        b[i] = {part(), part()};
         if (i % 7 == 0) b[i] = {a[i].imag, a[i].real};  // cancellation in Re(a*b)
     }
+    // UlpErr measures subnormal results in units of the smallest subnormal
+    // spacing, so they are held to the same bound.
+    auto ok = [](R got, Q x) { return UlpErr(got, x) <= 2.0; };
     ModeScope mode(kQuiet);
     for (int slot = 0; slot < 30; ++slot) {
         if (!SlotRunnable(slot)) continue;
         for (int which = 0; which < 3; ++which) {
-            const BinK k = (which == 0 ? mul : which == 1 ? conj : div)[slot];
-            k(n, a.data(), b.data(), y.data());
+            static_cast<const BinK *>(bin[which])[slot](n, a.data(), b.data(), y.data());
             for (int i = 0; i < n; ++i) {
                 const Q ar = a[i].real, ai = a[i].imag, br = b[i].real;
                 const Q bi = which == 1 ? -Q(b[i].imag) : Q(b[i].imag);
                 const Ops e = which == 2 ? QDiv(ar, ai, br, bi) : QMul(ar, ai, br, bi);
-                const double lim = double(std::numeric_limits<R>::max());
-                if (double(e.re < 0 ? -e.re : e.re) > lim || double(e.im < 0 ? -e.im : e.im) > lim) continue;
-                // UlpErr measures subnormal results in units of the smallest
-                // subnormal spacing, so they are held to the same bound.
-                auto ok = [&](R got, Q x) { return UlpErr(got, x) <= 2.0; };
+                if (std::fabs(double(e.re)) > lim || std::fabs(double(e.im)) > lim) continue;
                 ASSERT_TRUE(ok(y[i].real, e.re) && ok(y[i].imag, e.im))
                     << "op " << which << " slot " << slot << " i " << i << " a=(" << double(ar) << ","
                     << double(ai) << ") b=(" << double(br) << "," << double(bi) << ") got ("
@@ -90,16 +91,19 @@ template <class C, class R> void CheckAccuracy(int scale_exp, uint32_t seed) {
         abs[slot](n, a.data(), m.data());
         for (int i = 0; i < n; ++i) {
             const Q x = QSqrt(Q(a[i].real) * a[i].real + Q(a[i].imag) * a[i].imag);
-            if (double(x) > double(std::numeric_limits<R>::max())) continue;
+            if (double(x) > lim) continue;
             ASSERT_LE(UlpErr(m[i], x), 2.0) << "abs slot " << slot << " i " << i;
         }
     }
 }
 
-TEST(VmlComplexKernels, DoubleAccuracyModerate) { CheckAccuracy<VmlComplex16, double>(40, 1); }
-TEST(VmlComplexKernels, DoubleAccuracyNearLimits) { CheckAccuracy<VmlComplex16, double>(1020, 2); }
-TEST(VmlComplexKernels, SingleAccuracyModerate) { CheckAccuracy<VmlComplex8, float>(20, 3); }
-TEST(VmlComplexKernels, SingleAccuracyNearLimits) { CheckAccuracy<VmlComplex8, float>(125, 4); }
+// Moderate exponents and exponents up to the format's limits.
+TEST(VmlComplexKernels, Accuracy) {
+    CheckAccuracy<VmlComplex16, double>(40, 1);
+    CheckAccuracy<VmlComplex16, double>(1020, 2);
+    CheckAccuracy<VmlComplex8, float>(20, 3);
+    CheckAccuracy<VmlComplex8, float>(125, 4);
+}
 
 TEST(VmlComplexKernels, NoSpuriousOverflowAtTheLimits) {
     const double big = 1.5e308, small = 3e-308;

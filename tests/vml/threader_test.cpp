@@ -60,21 +60,18 @@ TEST(VmlThreader, ChunkRule) {
     }
 }
 
+// 99 elements stay below the threshold; 100 split as the rule says.
 TEST(VmlThreader, ThreeMembersSplit100As33_33_34) {
     ThreadsScope threads(3);
     std::vector<double> a(100, 1.0), y(100);
     g_base = a.data();
-    for (int32_t n : {99, 100}) {
+    using Chunks = std::vector<std::pair<long, int>>;
+    for (const auto &[n, want] : {std::pair<int32_t, Chunks>{99, {{0, 99}}},
+                                  std::pair<int32_t, Chunks>{100, {{0, 33}, {33, 33}, {66, 34}}}}) {
         g_chunks.clear();
         orb_vml_serv_threader_d_1i_1o(Recording, n, a.data(), y.data(), 1.0f, 0);
         std::sort(g_chunks.begin(), g_chunks.end());
-        if (n == 99) {
-            ASSERT_EQ(g_chunks.size(), 1u);
-            EXPECT_EQ(g_chunks[0].second, 99);
-        } else {
-            const std::vector<std::pair<long, int>> want = {{0, 33}, {33, 33}, {66, 34}};
-            EXPECT_EQ(g_chunks, want);
-        }
+        EXPECT_EQ(g_chunks, want) << n;
     }
 }
 
@@ -118,18 +115,15 @@ TEST(VmlThreader, SerialKeepsStatusThreadedOverwrites) {
 }
 
 TEST(VmlThreader, ThreadedResultsEqualSerial) {
-    std::vector<double> a = orb::test::Data<double>(20000, 3), b = orb::test::Data<double>(20000, 4);
-    std::vector<double> y1(20000), y2(20000);
+    const int n = 20000;
+    std::vector<double> a = orb::test::Data<double>(n, 3), b = orb::test::Data<double>(n, 4);
+    std::vector<double> y[2] = {std::vector<double>(n), std::vector<double>(n)};
     ModeScope mode(0x0102);
-    {
-        ThreadsScope threads(1);
-        vdDiv(20000, a.data(), b.data(), y1.data());
+    for (int t : {1, 2}) {
+        ThreadsScope threads(t);
+        vdDiv(n, a.data(), b.data(), y[t - 1].data());
     }
-    {
-        ThreadsScope threads(2);
-        vdDiv(20000, a.data(), b.data(), y2.data());
-    }
-    for (int i = 0; i < 20000; ++i) ASSERT_TRUE(orb::test::SameValue(y1[i], y2[i])) << i;
+    for (int i = 0; i < n; ++i) ASSERT_TRUE(orb::test::SameValue(y[0][i], y[1][i])) << i;
 }
 
 TEST(VmlThreader, MachineFactorAndDynamicCount) {
