@@ -315,7 +315,8 @@ TEST(CblasEdges, ScaleAndCopy) {
     for (const auto &c : cases) {
         std::vector<double> x(64), y(64, 9.0), want_y(y), want_x;
         for (size_t i = 0; i < x.size(); ++i) x[i] = double(i) - 4;
-        x[9] = std::numeric_limits<double>::infinity();
+        const double inf = std::numeric_limits<double>::infinity();
+        x[9] = inf;
         std::vector<float> fx(x.begin(), x.end()), fy(y.begin(), y.end()), fwant_y(fy);
         ref::Copy<double>(c.n, x.data(), c.incx, want_y.data(), c.incy);
         ref::Copy<float>(c.n, fx.data(), c.incx, fwant_y.data(), c.incy);
@@ -323,7 +324,7 @@ TEST(CblasEdges, ScaleAndCopy) {
         cblas_scopy(c.n, fx.data(), c.incx, fy.data(), c.incy);
         EXPECT_EQ(y, want_y) << c.n << " " << c.incx << " " << c.incy;
         EXPECT_EQ(fy, fwant_y) << c.n << " " << c.incx << " " << c.incy;
-        for (double alpha : {2.0, 0.0}) {
+        for (double alpha : {2.0, 0.0, inf, -inf, std::nan("")}) {
             std::vector<double> dx = x, want = x;
             std::vector<float> sx = fx, fwant = fx;
             ref::Scal<double>(c.n, alpha, want.data(), c.incx);
