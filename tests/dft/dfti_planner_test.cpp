@@ -1,7 +1,10 @@
 // Planner choice and commit outcomes: which planner the descriptor ends up
 // with, data-argument counts, plan release on a change of planner, the
-// commit statuses of real formats, split chains and split thread counts.
+// commit statuses of real formats, split chains and split thread counts,
+// and the out-of-cache test.
 #include <gtest/gtest.h>
+
+#include <vector>
 
 #include "dft/dfti_descriptor.h"
 #include "dft/dfti_plan.h"
@@ -197,6 +200,31 @@ TEST(DftiPlanners, SplitKindAndThreads) {
         ASSERT_EQ(a.h->current_planner, &DftiPlannerSplit1D);
         EXPECT_EQ(plan->split.kind, r.n <= 10 ? kSplitKindStraight : kSplitKindEngine) << r.n;
         EXPECT_EQ(plan->forward == nullptr, r.n <= 10) << r.n;  // no engine plan behind the kernels
+    }
+}
+
+// The out-of-cache test against hand-worked answers of its rules.
+TEST(DftiPlanners, LargeProblemTest) {
+    // Cache sizes 0: the test's floors apply (C1 = 32 KiB, C2 = 1 MiB).
+    struct Row { std::vector<int32_t> lengths; bool large; };
+    const Row rows[] = {
+        {{256}, false},     // 256 * 4096 = 1 MiB: not above C2; B = 4096 < C1
+        {{257}, true},      // 257 * 4112 > C2
+        {{8, 8}, false},    // B = 1024
+        {{64, 4096}, true}, // 16*4096*64 = 4 MiB > C2
+        {{3, 1024}, false}, // B = 49152 in [C1, 2C1): 3*2^14 strips to 1
+        {{13, 256}, true},  // B = 53248 in [C1, 2C1): 13 remains, and again below 3C1
+        {{5, 1024}, false}, // B = 81920 in [2C1, 3C1): strips to 1
+        {{7, 1024}, true},  // B = 114688 in [3C1, 4C1): 7 remains
+        {{9, 1024}, true},  // B = 147456 >= 4C1
+    };
+    for (const Row &r : rows) {
+        Handle a;
+        ASSERT_EQ(DftiCreateDescriptor_d_md(&a.h, DftiValueComplex, int32_t(r.lengths.size()),
+                                            r.lengths.data()),
+                  0);
+        ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
+        EXPECT_EQ(DftiIsLargeProblem(a.h, 0, 0), r.large) << r.lengths.back();
     }
 }
 
