@@ -9,10 +9,11 @@ trap 'rm -rf "$probe"' EXIT
 echo 'int main(void){return 0;}' > "$probe/t.c"
 gcc -m32 -static "$probe/t.c" -o "$probe/t"
 dir=/proc/sys/fs/binfmt_misc
+emulated() { echo "32-bit x86 programs run through qemu-i386-static"; }
 if "$probe/t" 2>/dev/null; then
   # Our handler, registered by an earlier run, stays until reboot: the
   # programs then run, but still emulated.
-  if grep -qs '^enabled' "$dir/orb-i386"; then echo "32-bit x86 programs run through qemu-i386-static"; fi
+  if grep -qs '^enabled' "$dir/orb-i386"; then emulated; fi
   exit 0
 fi
 qemu=/usr/bin/qemu-i386-static
@@ -24,4 +25,4 @@ magic='\x7fELF\x01\x01\x01\x00\x00\x00\x00\x00\x00\x00\x00\x00\x02\x00\x03\x00'
 mask='\xff\xff\xff\xff\xff\xfe\xfe\x00\xff\xff\xff\xff\xff\xff\xff\xff\xfe\xff\xff\xff'
 [ -e "$dir/orb-i386" ] || printf '%s' ":orb-i386:M::$magic:$mask:$qemu:F" > "$dir/register"
 "$probe/t" || { echo "i386_binfmt: 32-bit programs still do not run" >&2; exit 1; }
-echo "32-bit x86 programs run through qemu-i386-static"
+emulated
