@@ -1,6 +1,9 @@
 #!/usr/bin/env bash
 # Builds the libFuzzer targets (ASan+UBSan) and runs each for a bounded time
 # on a copy of its seed corpus:  tools/fuzz.sh [seconds per target, default 30]
+# FUZZ_SEED fixes the mutation sequence (CI sets it, so a run there explores
+# what the same seed explored on a developer's machine); unset, each run
+# draws its own.
 # Any crash, leak or broken invariant fails the script; the input that led
 # there is left in build-fuzz/artifacts/ for a regression test.
 set -euo pipefail
@@ -27,7 +30,7 @@ for t in $targets; do
   work=$(mktemp -d)
   cp -r tests/fuzz/corpus/$name/. "$work"/ 2>/dev/null || true
   echo "== $t for ${secs}s"
-  if ! "$BUILD/tests/fuzz/$t" -max_total_time="$secs" -timeout=30 -print_final_stats=1 \
+  if ! "$BUILD/tests/fuzz/$t" -max_total_time="$secs" -timeout=30 -print_final_stats=1 ${FUZZ_SEED:+-seed=$FUZZ_SEED} \
       -artifact_prefix="$BUILD/artifacts/$name-" "$work" >"$work.log" 2>&1; then
     grep -v '^INFO' "$work.log" | tail -n 40
     echo "fuzz.sh: $t failed; input in $BUILD/artifacts/" >&2

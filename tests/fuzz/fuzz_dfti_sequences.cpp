@@ -105,7 +105,7 @@ Side MakeSide(const Config &c, bool conj_even, const int32_t *str, int32_t dist)
     } else {  // packed: rank 1 in reals
         s.complex = false;
         s.rank = 1;
-        s.n[0] = c.pack == DftiValuePack54 ? 2 * (c.len[0] / 2 + 1) : c.len[0];
+        s.n[0] = c.pack == DftiValuePack54 ? 2 * (int64_t(c.len[0]) / 2 + 1) : c.len[0];
     }
     return s;
 }
