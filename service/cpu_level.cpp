@@ -15,7 +15,6 @@ namespace {
 std::atomic<int32_t> g_cpu_level{-1};
 int32_t g_hardware_level = -1;
 int32_t g_override = -911;  // -911 not read, -6 absent/invalid, 2..7 forced
-std::atomic<int32_t> g_ext_level{-1};
 
 std::atomic<int> g_determinations{0};
 std::atomic<orb::CpuidSnapshot (*)()> g_cpuid_source{&orb::ReadCpuidSnapshot};
@@ -32,6 +31,8 @@ constexpr orb::ScrambledName kExtLevelVar("ORB_EXT_LEVEL");
 }
 
 }  // namespace
+
+std::atomic<int32_t> orb::g_ext_level{-1};
 
 extern "C" int32_t ServGetCpuLevel(void) {
     int32_t cached = g_cpu_level.load(std::memory_order_acquire);
@@ -67,7 +68,7 @@ extern "C" int32_t ServGetCpuLevel(void) {
 }
 
 extern "C" int32_t ServGetExtCpuLevel(void) {
-    int32_t cached = g_ext_level.load(std::memory_order_acquire);
+    int32_t cached = orb::g_ext_level.load(std::memory_order_acquire);
     if (cached != -1) return cached;
     char name[sizeof kExtLevelVar.bytes];
     kExtLevelVar.Decode(name);
@@ -77,13 +78,13 @@ extern "C" int32_t ServGetExtCpuLevel(void) {
     if (got > 0 && got < sizeof buf) {
         int forced = orb::ParseExtLevelOverride(buf);
         if (forced != orb::kExtOverrideAbsent) {
-            g_ext_level.store(forced, std::memory_order_release);
+            orb::g_ext_level.store(forced, std::memory_order_release);
             return forced;
         }
     }
     int level = orb::DecideExtLevel(Snapshot(), ServGetCbwrMode(1));
     if (level == orb::kNoUsableLevel) NoSse2();
-    g_ext_level.store(level, std::memory_order_release);
+    orb::g_ext_level.store(level, std::memory_order_release);
     return level;
 }
 

@@ -9,15 +9,17 @@
 #include "service/threads.h"
 
 namespace orb {
-namespace {
-
-constexpr uint32_t kEnvBuffer = 256;
 
 // Process-wide words, relaxed atomics: written once under ServLock (or by
 // the setters) and read without it afterwards.
 std::atomic<int32_t> g_need_read{1};
-std::atomic<int32_t> g_domain[kThreadDomains] = {{-1}, {-1}, {-1}, {-1}, {-1}};
 std::atomic<int32_t> g_dynamic{-1};
+
+namespace {
+
+constexpr uint32_t kEnvBuffer = 256;
+
+std::atomic<int32_t> g_domain[kThreadDomains] = {{-1}, {-1}, {-1}, {-1}, {-1}};
 std::atomic<int32_t> g_omp_threads{-1};
 std::atomic<int32_t> g_topology_done{0};
 ThreadTopology g_topology;

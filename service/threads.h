@@ -50,7 +50,19 @@ int32_t ServProcessorCount(void);
 #ifdef __cplusplus
 }
 
+#include <atomic>
+
 namespace orb {
+
+/* ServGetDynamic with its fast path inline (the vector-math entries ask on
+ * every call of a threadable size): 1 until the environment is read. */
+extern std::atomic<int32_t> g_need_read;
+extern std::atomic<int32_t> g_dynamic;
+inline int32_t Dynamic() {
+    if (g_need_read.load(std::memory_order_acquire)) [[unlikely]]
+        return ServGetDynamic();
+    return g_dynamic.load(std::memory_order_relaxed);
+}
 
 /* Pure parsers of the thread-count variables, for the tests and fuzzers. */
 constexpr int kThreadDomains = 5;

@@ -43,25 +43,52 @@ template <class... P> inline bool Accepted(int32_t n, const P *...pointers) {
     return n > 0 && ((pointers != nullptr) && ...);
 }
 
-// Table slot of the calling thread; an accuracy code outside 1..3 (only a
-// hand-made mode word can hold one) counts as 2.
-int32_t Slot() {
-    int32_t code = int32_t(orb::vml::ThreadMode() & VmlModeAccuracyMask);
+// Table slot for a mode word and level; an accuracy code outside 1..3
+// (only a hand-made mode word can hold one) counts as 2.
+inline int32_t SlotOf(uint32_t mode, int32_t level) {
+    int32_t code = int32_t(mode & VmlModeAccuracyMask);
     if (code < 1 || code > 3) code = 2;
-    return ServGetExtCpuLevel() + 10 * (code - 1);
+    return level + 10 * (code - 1);
 }
 
-// The kernel of the caller's slot, in this thread when the call is short,
-// else through the shape's threader.
+// The kernel of a slot, in this thread when the call is short, else
+// through the shape's threader.
 template <class K, class Threader, class... A>
-inline void Dispatch(const K *kernels, const float *costs, Threader thr, int32_t n,
-                     A... args) {
-    const int32_t s = Slot();
+inline void RunSlot(int32_t s, const K *kernels, const float *costs, Threader thr,
+                    int32_t n, A... args) {
     const float cost = costs[s];
     if (orb::vml::RunsSerial(n, cost))
         kernels[s](n, args...);
     else
         thr(kernels[s], n, args..., cost, 0);
+}
+
+// Any call that cannot take the short path below: the thread's first call,
+// the first call of the process, a store without cached records, or a call
+// the threader may split.
+template <class K, class Threader, class... A>
+__attribute__((noinline)) void DispatchSlow(const K *kernels, const float *costs,
+                                            Threader thr, int32_t n, A... args) {
+    RunSlot(SlotOf(orb::vml::ThreadMode(), orb::ExtCpuLevel()), kernels, costs, thr, n,
+            args...);
+}
+
+// Serial calls with the thread's record, the level and the threading
+// words already known make no call before their kernel's (so save no
+// registers either); the rest go through DispatchSlow.
+template <class K, class Threader, class... A>
+__attribute__((always_inline)) inline void Dispatch(const K *kernels, const float *costs,
+                                                    Threader thr, int32_t n, A... args) {
+    const ServThreadState *record = orb::CachedThreadRecord();
+    const int32_t level = orb::g_ext_level.load(std::memory_order_acquire);
+    if (record && record->vml_mode != 0 && level != -1) [[likely]] {
+        const int32_t s = SlotOf(record->vml_mode, level);
+        if (orb::vml::KnownSerial(n, costs[s])) [[likely]] {
+            kernels[s](n, args...);
+            return;
+        }
+    }
+    DispatchSlow(kernels, costs, thr, n, args...);
 }
 
 }  // namespace
@@ -143,7 +170,7 @@ ORB_CABS(vzAbs, VmlComplex16, double, orb_vml_serv_threader_z_1i_d_1o)
             Refuse(#name, n, {{a, 2}, {b, 3}, {y, 8}});                     \
             return;                                                         \
         }                                                                   \
-        const int32_t s = Slot();                                           \
+        const int32_t s = SlotOf(orb::vml::ThreadMode(), orb::ExtCpuLevel()); \
         /* Every accuracy block holds the same kernel: warn outside 3. */   \
         if (s / 10 != 2) ServVmlSetStatus(VmlStatusModeWarning);            \
         thr(vml_kernels_##name[s], n, a, b, scalea, shifta, scaleb, shiftb, \

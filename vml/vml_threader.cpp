@@ -19,8 +19,6 @@ template <class A, class... R> const void *FirstArray(A a, R...) {
     return static_cast<const void *>(a);
 }
 
-std::atomic<float> g_factor{-1.0f};
-
 // The team part, kept out of line: a function holding a parallel region
 // asks the runtime for its thread number on entry, which the serial path
 // must not pay.
@@ -58,7 +56,7 @@ inline void Run(K kernel, int32_t n, float cost, A... args) {
         return;
     }
     int32_t t = ServDomainThreads(ServDomainVml);
-    if (t > 1 && ServGetDynamic() != 0) ServVmlThreadCount(&t, n, cost);
+    if (t > 1 && orb::Dynamic() != 0) ServVmlThreadCount(&t, n, cost);
     if (t <= 1) {
         kernel(n, args...);
         return;
@@ -70,14 +68,13 @@ inline void Run(K kernel, int32_t n, float cost, A... args) {
 
 namespace orb::vml {
 
-float ProcessFactor() {
-    float f = g_factor.load(std::memory_order_acquire);
-    if (f < 0.0f) [[unlikely]] {
-        int32_t p = 1, k = 1, s = 0;
-        ServTopologyCounts(&p, &k, &s);
-        f = MachineFactor(p, k, s);
-        g_factor.store(f, std::memory_order_release);
-    }
+std::atomic<float> g_factor{-1.0f};
+
+float FirstProcessFactor() {
+    int32_t p = 1, k = 1, s = 0;
+    ServTopologyCounts(&p, &k, &s);
+    const float f = MachineFactor(p, k, s);
+    g_factor.store(f, std::memory_order_release);
     return f;
 }
 

@@ -6,6 +6,8 @@
 
 #include <stdint.h>
 
+#include <atomic>
+
 #include "service/threads.h"
 #include "vml/vml_frame.h"
 
@@ -63,15 +65,30 @@ namespace orb::vml {
 constexpr int32_t kThreadThreshold = 100;
 // Machine factor F of the dynamic rule for given topology counts.
 float MachineFactor(int32_t packages, int32_t cores, int32_t smt_minus_one);
-// This process's machine factor, computed on first use.
-float ProcessFactor();
+// This process's machine factor, computed on first use (inline once
+// known: the entries ask on every call of a threadable size).
+extern std::atomic<float> g_factor;
+float FirstProcessFactor();
+inline float ProcessFactor() {
+    const float f = g_factor.load(std::memory_order_acquire);
+    return f >= 0.0f ? f : FirstProcessFactor();
+}
 // True when a call of n elements runs in the calling thread whatever the
 // thread count: below the threshold, or, under the dynamic rule, when the
 // work estimate is below one thread. Inline: the entries test it before
 // handing a call to the threader, which then stays off the short calls.
 inline bool RunsSerial(int32_t n, float cost) {
     if (n < kThreadThreshold) return true;
-    return ServGetDynamic() != 0 && float(n) * cost * ProcessFactor() < 1.0f;
+    return orb::Dynamic() != 0 && float(n) * cost * ProcessFactor() < 1.0f;
+}
+// RunsSerial from the words already known, false while any is not: the
+// entries' short path then makes no call before the kernel's.
+inline bool KnownSerial(int32_t n, float cost) {
+    if (n < kThreadThreshold) return true;
+    const float f = g_factor.load(std::memory_order_acquire);
+    return orb::g_need_read.load(std::memory_order_acquire) == 0 &&
+           orb::g_dynamic.load(std::memory_order_relaxed) != 0 && f >= 0.0f &&
+           float(n) * cost * f < 1.0f;
 }
 // First element and count of team member k of m for n elements.
 inline void ChunkOf(int32_t n, int32_t k, int32_t m, int32_t *first,

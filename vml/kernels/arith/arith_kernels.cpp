@@ -38,8 +38,10 @@ __attribute__((noinline)) void ReportingStep(int32_t first, int32_t last, const 
 }
 
 // Inputs of a step are loaded before its stores, so y may equal a or b.
-// Elements before `start` are done already (the peel).
-template <class T, class Op, bool Aligned>
+// Elements before `start` are done already (the peel). One-input kernels
+// (One) load their input once: the second load of the same vector would
+// make an L1-resident call bound by the load ports.
+template <class T, class Op, bool One, bool Aligned>
 void VectorLoop(int32_t n, const T *a, const T *b, T *y, int32_t start) {
     using V = typename Vec<T>::V;
     constexpr int32_t W = Vec<T>::kLanes;
@@ -53,7 +55,8 @@ void VectorLoop(int32_t n, const T *a, const T *b, T *y, int32_t start) {
         V va[U], vb[U];
         for (int32_t j = 0; j < U; ++j) {
             va[j] = LoadU<V>(a + i + j * W);
-            vb[j] = LoadU<V>(b + i + j * W);
+            if constexpr (One) vb[j] = va[j];
+            else vb[j] = LoadU<V>(b + i + j * W);
         }
         if constexpr (Op::kReports) {
             auto suspect = Op::Suspect(vb[0]);
@@ -66,7 +69,10 @@ void VectorLoop(int32_t n, const T *a, const T *b, T *y, int32_t start) {
         for (int32_t j = 0; j < U; ++j) store(y + i + j * W, Op::Apply(va[j], vb[j]));
     }
     for (; i + W <= n; i += W) {
-        const V va = LoadU<V>(a + i), vb = LoadU<V>(b + i);
+        const V va = LoadU<V>(a + i);
+        V vb;
+        if constexpr (One) vb = va;
+        else vb = LoadU<V>(b + i);
         if constexpr (Op::kReports) {
             if (Any(Op::Suspect(vb))) [[unlikely]] {
                 ReportingStep<T, Op>(i, i + W, a, b, y);
@@ -75,10 +81,21 @@ void VectorLoop(int32_t n, const T *a, const T *b, T *y, int32_t start) {
         }
         store(y + i, Op::Apply(va, vb));
     }
+    if constexpr (!Op::kReports) {
+        // The last few elements as one vector ending at n: the ones it
+        // repeats get the same bits again, which only holds while the
+        // output does not overwrite an input.
+        if (i < n && n >= W && y != a && y != b) {
+            const int32_t last = n - W;
+            const V va = LoadU<V>(a + last);
+            StoreU(y + last, Op::Apply(va, One ? va : LoadU<V>(b + last)));
+            return;
+        }
+    }
     OrderedRange<T, Op>(i, n, a, b, y);
 }
 
-template <class T, class Op>
+template <class T, class Op, bool One = false>
 void Binary(int32_t n, const T *a, const T *b, T *y) {
     ControlGuard guard;
     if (n <= 0) return;
@@ -86,15 +103,15 @@ void Binary(int32_t n, const T *a, const T *b, T *y) {
     if (PartialOverlap(y, a, bytes) || PartialOverlap(y, b, bytes))
         OrderedLoop<T, Op>(n, a, b, y);
     else if (const uintptr_t off = uintptr_t(y) & (kVecBytes - 1); off == 0)
-        VectorLoop<T, Op, true>(n, a, b, y, 0);
+        VectorLoop<T, Op, One, true>(n, a, b, y, 0);
     else if (off % sizeof(T) == 0 && n >= 4 * Vec<T>::kLanes) {
         // Peel up to the output's vector boundary: no store then splits a
         // cache line, and inputs placed like the output load aligned too.
         const int32_t peel = int32_t((kVecBytes - off) / sizeof(T));
         OrderedLoop<T, Op>(peel, a, b, y);
-        VectorLoop<T, Op, true>(n, a, b, y, peel);
+        VectorLoop<T, Op, One, true>(n, a, b, y, peel);
     } else {
-        VectorLoop<T, Op, false>(n, a, b, y, 0);
+        VectorLoop<T, Op, One, false>(n, a, b, y, 0);
     }
 }
 
@@ -112,9 +129,9 @@ void Binary(int32_t n, const T *a, const T *b, T *y) {
 // One-input kernels run the same loops with the input passed twice.
 #define VML_UN(sname, dname, Op)                                            \
     void sname(int32_t n, const float *a, float *y) {                      \
-        Binary<float, Op>(n, a, a, y); }                                    \
+        Binary<float, Op, true>(n, a, a, y); }                              \
     void dname(int32_t n, const double *a, double *y) {                    \
-        Binary<double, Op>(n, a, a, y); }                                   \
+        Binary<double, Op, true>(n, a, a, y); }                             \
     void sname##_plain(int32_t n, const float *a, float *y) {              \
         OrderedLoop<float, Op>(n, a, a, y); }                               \
     void dname##_plain(int32_t n, const double *a, double *y) {            \

@@ -111,8 +111,12 @@ struct OpAbs {
     static constexpr bool kReports = false;
     template <class X> static X Apply(X a, X) {
         using T = typename Lanes<X>::T;
-        const auto sign = ToBits(a) & ToBits(Splat<X>(T(-0.0)));
-        return a * FromBitsAs<X>(sign | ToBits(Splat<X>(T(1))));
+        if constexpr (sizeof(X) > sizeof(T)) {
+            return a * BySign(a, Splat<X>(T(-1)), Splat<X>(T(1)));
+        } else {
+            const auto sign = ToBits(a) & ToBits(Splat<X>(T(-0.0)));
+            return a * FromBitsAs<X>(sign | ToBits(Splat<X>(T(1))));
+        }
     }
 };
 

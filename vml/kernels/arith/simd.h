@@ -84,6 +84,24 @@ constexpr bool kHasTrunc = false;
 template <class V> inline V Trunc(V x) { return x; }  // never called
 #endif
 
+// Lanes of neg where the lane of a has its sign bit set, else lanes of pos:
+// one blend where the level has it, three bit operations otherwise.
+template <class V> inline V BySign(V a, V neg, V pos) {
+#if ORB_KLEVEL >= 5
+    if constexpr (sizeof(V) == 32 && sizeof(a[0]) == 8)
+        return (V)_mm256_blendv_pd((__m256d)pos, (__m256d)neg, (__m256d)a);
+    else if constexpr (sizeof(V) == 32)
+        return (V)_mm256_blendv_ps((__m256)pos, (__m256)neg, (__m256)a);
+    else if constexpr (sizeof(a[0]) == 8)
+        return (V)_mm_blendv_pd((__m128d)pos, (__m128d)neg, (__m128d)a);
+    else
+        return (V)_mm_blendv_ps((__m128)pos, (__m128)neg, (__m128)a);
+#else
+    using U = typename Vec<decltype(+a[0])>::U;
+    return Select(BitCast<U>(a) >> (sizeof(a[0]) * 8 - 1) != 0, neg, pos);
+#endif
+}
+
 }  // namespace vml
 }  // namespace ORB_KNS
 
