@@ -73,22 +73,24 @@ inline float ProcessFactor() {
     const float f = g_factor.load(std::memory_order_acquire);
     return f >= 0.0f ? f : FirstProcessFactor();
 }
+// The dynamic rule's answer "below one thread" for n elements of a cost.
+inline bool SerialUnder(int32_t dynamic, float factor, int32_t n, float cost) {
+    return dynamic != 0 && float(n) * cost * factor < 1.0f;
+}
 // True when a call of n elements runs in the calling thread whatever the
 // thread count: below the threshold, or, under the dynamic rule, when the
 // work estimate is below one thread. Inline: the entries test it before
 // handing a call to the threader, which then stays off the short calls.
 inline bool RunsSerial(int32_t n, float cost) {
-    if (n < kThreadThreshold) return true;
-    return orb::Dynamic() != 0 && float(n) * cost * ProcessFactor() < 1.0f;
+    return n < kThreadThreshold || SerialUnder(orb::Dynamic(), ProcessFactor(), n, cost);
 }
 // RunsSerial from the words already known, false while any is not: the
 // entries' short path then makes no call before the kernel's.
 inline bool KnownSerial(int32_t n, float cost) {
     if (n < kThreadThreshold) return true;
     const float f = g_factor.load(std::memory_order_acquire);
-    return orb::g_need_read.load(std::memory_order_acquire) == 0 &&
-           orb::g_dynamic.load(std::memory_order_relaxed) != 0 && f >= 0.0f &&
-           float(n) * cost * f < 1.0f;
+    return orb::g_need_read.load(std::memory_order_acquire) == 0 && f >= 0.0f &&
+           SerialUnder(orb::g_dynamic.load(std::memory_order_relaxed), f, n, cost);
 }
 // First element and count of team member k of m for n elements.
 inline void ChunkOf(int32_t n, int32_t k, int32_t m, int32_t *first,
