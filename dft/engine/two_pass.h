@@ -81,11 +81,14 @@ void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
 // (n1, n2) pairs with a two-pass kernel: the splits TwoPassSplit picks
 // (fft1d.cpp), where they measured faster than the stages. With 256-bit
 // vectors 1536 and 2048 were 5-10% slower (a 32- or 64-point body spills
-// half its vectors), 1024 no faster; one complex double a vector (the
-// SSE2-class build) they gained 5-15%. 4096 (64 x 64) and 1000 (40 x 25,
-// scalar: 25 takes no lanes) were slower at every level.
-#if ORB_KLEVEL >= 6
+// half its vectors), 1024 no faster, 512 4% slower with AVX but up to 7%
+// faster with FMA; one complex double a vector (the SSE2-class build) they
+// gained 5-15%. 4096 (64 x 64) and 1000 (40 x 25, scalar: 25 takes no
+// lanes) were slower at every level.
+#if ORB_KLEVEL >= 7
 #define ORB_DFT_TWO_PASS(X) X(10, 10) X(16, 8) X(16, 16) X(32, 16)
+#elif ORB_KLEVEL == 6
+#define ORB_DFT_TWO_PASS(X) X(10, 10) X(16, 8) X(16, 16)
 #else
 #define ORB_DFT_TWO_PASS(X) X(10, 10) X(16, 8) X(16, 16) X(32, 16) X(48, 32) X(64, 32)
 #endif
