@@ -87,6 +87,9 @@ std::vector<Case> LayoutCases() {
         {.name = "two_pass_strided_inplace", .sign = 1, .dims = {512}, .in_unit = 2, .in_place = true, .scale = 0.25},
         {.name = "two_pass_split", .sign = 1, .dims = {128}, .split_in = true, .split_out = true},
         {.name = "two_pass_threads", .dims = {100}, .nthreads = 2},
+        // Even real lengths whose half-length complex FFT takes two passes.
+        {.name = "r2c_two_pass", .kind = R2C, .dims = {1024}},
+        {.name = "c2r_two_pass_inplace", .kind = C2R, .sign = 1, .dims = {256}, .in_place = true, .scale = 1.0 / 256},
     };
     std::vector<Case> v;
     for (bool dbl : {true, false})
