@@ -148,6 +148,22 @@ private:
 // data no longer fits the second-level cache).
 constexpr int64_t kFourStepMin = int64_t(1) << 18;
 
+// Split n = n1 * n2 for the two-pass kernels (two_pass.h), or 0 to keep
+// the stages: n1 >= n2, both even so that pairs of columns share a vector.
+// A level without a kernel for the pair keeps the stages too (the list in
+// two_pass.h says where each measured faster).
+int64_t TwoPassSplit(int64_t n) {
+    switch (n) {
+    case 100: return 10;
+    case 128: return 16;
+    case 256: return 16;
+    case 512: return 32;
+    case 1536: return 48;
+    case 2048: return 64;
+    default: return 0;
+    }
+}
+
 // Columns or rows handled together: 128 bytes of each.
 template <class T>
 constexpr int64_t kBlock = 128 / int64_t(2 * sizeof(T));
@@ -175,6 +191,7 @@ Fft1D<T> *Fft1D<T>::Create(int64_t n, int sign, const StageKernels &kern) {
         // The stages stay for interleaved batches; single rows take the codelet.
         if constexpr (sizeof(T) == 8) f->small_ = kern.small_d(n, sign);
         else f->small_ = kern.small_f(n, sign);
+        if (ok && !f->small_) ok = f->BuildTwoPass();
     }
     if (!ok) {
         MemDelete(f);
@@ -221,6 +238,24 @@ bool Fft1D<T>::BuildStages() {
             for (int j = 0; j < r; ++j) tw_[st.rtab + j] = Root<T>(sign_, j, r);
     }
     sp_.tw = tw_;
+    return true;
+}
+
+template <class T>
+bool Fft1D<T>::BuildTwoPass() {
+    const int64_t n1 = TwoPassSplit(n_);
+    if (n1 == 0) return true;
+    const int64_t n2 = n_ / n1;
+    TwoPassFn<T> fn;
+    if constexpr (sizeof(T) == 8) fn = kern_->two_pass_d(n1, n2, sign_);
+    else fn = kern_->two_pass_f(n1, n2, sign_);
+    if (!fn) return true;  // the stages stay
+    tw2_ = MemArray<Cx<T>>(n_);
+    if (!tw2_) return false;
+    for (int64_t j1 = 0; j1 < n1; ++j1)
+        for (int64_t k2 = 0; k2 < n2; ++k2) tw2_[j1 * n2 + k2] = Root<T>(sign_, j1 * k2, n_);
+    two_ = fn;
+    n1_ = n1, n2_ = n2;
     return true;
 }
 
@@ -415,6 +450,7 @@ Fft1D<T>::~Fft1D() {
     if (f1_) MemDelete(f1_);
     if (f2_) MemDelete(f2_);
     MemFree(tw4_);
+    MemFree(tw2_);
 }
 
 template <class T>
@@ -434,6 +470,10 @@ template <class T>
 void Fft1D<T>::Exec(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const {
     if (small_) {
         small_(in, out, scale, 1, 0, 0, 1, 1);
+        return;
+    }
+    if (two_) {
+        two_(in, out, work, tw2_, scale);
         return;
     }
     if (four_) {

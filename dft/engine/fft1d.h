@@ -1,7 +1,8 @@
 // One-dimensional transforms on contiguous buffers: the complex FFT of any
 // length and the real-to-complex / complex-to-real transforms built on it.
 // Lengths whose prime factors all have butterflies run as mixed-radix
-// Stockham stages (four-step beyond the caches); a prime p too large for a
+// Stockham stages (four-step beyond the caches; a few lengths up to 2048 as
+// two passes of codelet bodies, two_pass.h); a prime p too large for a
 // butterfly runs as Rader's cyclic convolution of length p-1 when p-1
 // factors into the butterflies (rader.cpp); any other length as Bluestein's
 // chirp convolution of a smooth length >= 2n-1.
@@ -37,6 +38,7 @@ public:
 
 private:
     bool BuildStages();
+    bool BuildTwoPass();
     bool BuildBluestein();
     bool BuildRader();
     void ExecRader(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
@@ -68,6 +70,10 @@ private:
     int64_t n1_ = 0, n2_ = 0;
     Fft1D *f1_ = nullptr, *f2_ = nullptr;
     Cx<T> *tw4_ = nullptr;
+    // Two passes of codelet bodies (two_pass.h) for n = n1_ * n2_ when
+    // the rule picks a split: tw2_[j1 n2 + k2] = w_n^(j1 k2).
+    TwoPassFn<T> two_ = nullptr;
+    Cx<T> *tw2_ = nullptr;
 };
 
 // Real transform of length n: R2C (sign -1) maps n reals to n/2+1 complex,

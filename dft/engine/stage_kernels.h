@@ -15,13 +15,17 @@
 // elements xs / ys apart, is y[r*yd + k*ys] = scale * DFT(x[r*xd + j*xs]);
 // x may equal y when both sides have the same layout.
 // SmallCodelet* returns null for lengths without one.
+// TwoPass* runs n = n1*n2 as two passes of codelet bodies (two_pass.h);
+// null for pairs without a kernel.
 #define ORB_DFT_STAGE_DECLS                                                                 \
     void ExecStagesD(const StagePlan<double> &pl, const Cx<double> *in, Cx<double> *out,    \
                      Cx<double> *work, double scale, int nthreads, int64_t vb);                         \
     void ExecStagesF(const StagePlan<float> &pl, const Cx<float> *in, Cx<float> *out,       \
                      Cx<float> *work, float scale, int nthreads, int64_t vb);                          \
     SmallFn<double> SmallCodeletD(int64_t n, int sign);                                     \
-    SmallFn<float> SmallCodeletF(int64_t n, int sign);
+    SmallFn<float> SmallCodeletF(int64_t n, int sign);                                      \
+    TwoPassFn<double> TwoPassD(int64_t n1, int64_t n2, int sign);                           \
+    TwoPassFn<float> TwoPassF(int64_t n1, int64_t n2, int sign);
 
 #define ORB_DFT_KERNEL_LEVELS(X) X(sse2) X(avx) X(avx2)
 
@@ -30,6 +34,9 @@ namespace orb::dft {
 template <class T>
 using SmallFn = void (*)(const Cx<T> *x, Cx<T> *y, T scale, int64_t rows, int64_t xd, int64_t yd, int64_t xs,
                          int64_t ys);
+// y = scale * DFT(x) with x == y allowed; tw and work as two_pass.h says.
+template <class T>
+using TwoPassFn = void (*)(const Cx<T> *x, Cx<T> *y, Cx<T> *work, const Cx<T> *tw, T scale);
 
 #define ORB_DFT_DECLARE_LEVEL(lvl) \
     namespace k_##lvl {            \
@@ -43,6 +50,8 @@ struct StageKernels {
     decltype(&k_sse2::ExecStagesF) exec_f;
     decltype(&k_sse2::SmallCodeletD) small_d;
     decltype(&k_sse2::SmallCodeletF) small_f;
+    decltype(&k_sse2::TwoPassD) two_pass_d;
+    decltype(&k_sse2::TwoPassF) two_pass_f;
 };
 
 // Kernel set for a CpuLevel (2..7); other levels get the SSE2-class set.

@@ -81,6 +81,15 @@ std::vector<Case> LayoutCases() {
         {.name = "threads_batch", .dims = {64}, .batch = {37}, .nthreads = 2},
         {.name = "threads_2d", .sign = 1, .dims = {32, 48}, .nthreads = 3},
         {.name = "threads_c2r_3d", .kind = C2R, .sign = 1, .dims = {8, 6, 10}, .nthreads = 2},
+        // Single rows of the two-pass kernels reached through a gathered
+        // copy (strides, split storage) and with a thread count.
+        {.name = "two_pass_strided", .dims = {256}, .in_unit = -2, .out_unit = 3},
+        {.name = "two_pass_strided_inplace", .sign = 1, .dims = {512}, .in_unit = 2, .in_place = true, .scale = 0.25},
+        {.name = "two_pass_split", .sign = 1, .dims = {128}, .split_in = true, .split_out = true},
+        {.name = "two_pass_threads", .dims = {100}, .nthreads = 2},
+        // Even real lengths whose half-length complex FFT takes two passes.
+        {.name = "r2c_two_pass", .kind = R2C, .dims = {1024}},
+        {.name = "c2r_two_pass_inplace", .kind = C2R, .sign = 1, .dims = {256}, .in_place = true, .scale = 1.0 / 256},
     };
     std::vector<Case> v;
     for (bool dbl : {true, false})
@@ -114,13 +123,16 @@ INSTANTIATE_TEST_SUITE_P(Table, EngineLayouts, ::testing::ValuesIn(LayoutCases()
                          [](const auto &info) { return info.param.name; });
 
 // Every kernel build (SSE2-class, AVX, AVX2+FMA) on lengths that reach each
-// butterfly, both loop shapes and the codelets (single rows and batches).
+// butterfly, both loop shapes, the codelets (single rows and batches) and
+// the two-pass kernels (single rows of 100-512, 1536, 2048; in place their
+// first pass writes the scratch, out of place the output), with 1000 and
+// 4096 beside them on the stages.
 class EngineLevels : public ::testing::TestWithParam<int> {};
 
 TEST_P(EngineLevels, KernelVariantMatchesNaiveDft) {
     const int64_t lengths[] = {2,   3,   4,   5,   7,   8,   11,  12,  13,  16,  17,   32,       48,     60,
                                64,  96,  128, 169, 210, 256, 289, 343, 384, 512, 625, 2 * 11 * 13, 3 * 61, 4 * 67,
-                               1024, 2048, 257, 1009};
+                               1024, 2048, 257, 1009, 4096, 100, 1000, 1536};
     for (bool dbl : {true, false})
         for (int sign : {-1, 1})
             for (int64_t n : lengths) {

@@ -1,0 +1,108 @@
+// Complex transforms of n = n1 * n2 (both lengths with a codelet) as two
+// passes over memory, each a loop of straight-line codelet bodies run on
+// vectors of L adjacent columns:
+//  1. columns: the length-n2 DFT over j2 of x[j1 + n1 j2] for L adjacent
+//     j1, L x L blocks transposed in registers, stored as rows
+//     Y[j1 n2 + k2] (contiguous vectors);
+//  2. twiddled columns: Y[j1 n2 + k2] times w_n^(j1 k2) for L adjacent k2,
+//     the length-n1 DFT over j1, stored at out[k2 + n2 k1], the final order.
+// Y is `out` itself (pass 2 then runs in place: each body loads all it
+// reads before it stores) or `work` when in == out. Against the radix-8/4
+// stages this reads and writes the data twice instead of three to five
+// times, which is what bounds those lengths.
+//
+// Each (precision, direction) set is its own translation unit, like the
+// codelets, and only the pairs the plan's rule asks for are instantiated.
+#ifndef ORB_DFT_ENGINE_TWO_PASS_H
+#define ORB_DFT_ENGINE_TWO_PASS_H
+
+#include "dft/engine/codelet_rows.h"
+
+namespace orb::dft::ORB_KNS {
+
+// Both passes for n1 x n2 in one direction (null when the pair has none).
+TwoPassFn<double> ForwardTwoPassD(int64_t n1, int64_t n2);
+TwoPassFn<double> BackwardTwoPassD(int64_t n1, int64_t n2);
+TwoPassFn<float> ForwardTwoPassF(int64_t n1, int64_t n2);
+TwoPassFn<float> BackwardTwoPassF(int64_t n1, int64_t n2);
+
+namespace twopass {
+
+using pack::Pack;
+
+// First factor A of a codelet length's split n = A * B (0 without one).
+constexpr int CodeletSplit(int n) {
+#define ORB_DFT_SPLIT_OF(N, A, B) \
+    if (n == N) return A;
+    ORB_DFT_CODELETS(ORB_DFT_SPLIT_OF)
+#undef ORB_DFT_SPLIT_OF
+    return 0;
+}
+
+// Pass 1 for columns j1 .. j1+LL-1.
+template <int N1, int N2, int S, class T, int LL>
+__attribute__((always_inline)) inline void Columns(const Cx<T> *x, Cx<T> *y, int64_t j1) {
+    using P = Pack<T, LL>;
+    constexpr int A = CodeletSplit(N2);
+    P o[N2];
+    codelet::Body<A, N2 / A, S, T, P>([&](int j) __attribute__((always_inline)) { return P::Load(x + j1 + N1 * j); },
+                                      [&](int k, P v) __attribute__((always_inline)) { o[k] = v; }, T(1));
+    bfly::StaticFor<N2 / LL>([&](auto g) __attribute__((always_inline)) {
+        P t[LL];
+        codelet::Transpose<LL>(&o[g * LL], t);
+        bfly::StaticFor<LL>([&](auto c) __attribute__((always_inline)) { t[c].Store(y + (j1 + c) * N2 + g * LL); });
+    });
+}
+
+// Pass 2 for outputs k2 .. k2+LL-1 (of every k1).
+template <int N1, int N2, int S, class T, int LL>
+__attribute__((always_inline)) inline void TwiddledColumns(const Cx<T> *y, Cx<T> *out, const Cx<T> *tw, int64_t k2,
+                                                           T scale) {
+    using P = Pack<T, LL>;
+    constexpr int A = CodeletSplit(N1);
+    codelet::Body<A, N1 / A, S, T, P>(
+        [&](int j) __attribute__((always_inline)) {
+            const P v = P::Load(y + j * N2 + k2);
+            return j == 0 ? v : Mul(v, P::Load(tw + j * N2 + k2));
+        },
+        [&](int k, P v) __attribute__((always_inline)) { v.Store(out + k2 + N2 * k); }, scale);
+}
+
+// out = scale * DFT(x); tw[j1 n2 + k2] = w_n^(j1 k2); work holds n elements
+// (used only when x == out).
+template <int N1, int N2, int S, class T>
+void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
+    constexpr int LL = codelet::RowLanes<T, N1, N2>();
+    Cx<T> *y = x == out ? work : out;
+    for (int64_t j1 = 0; j1 < N1; j1 += LL) Columns<N1, N2, S, T, LL>(x, y, j1);
+    for (int64_t k2 = 0; k2 < N2; k2 += LL) TwiddledColumns<N1, N2, S, T, LL>(y, out, tw, k2, scale);
+}
+
+// (n1, n2) pairs with a two-pass kernel: the splits TwoPassSplit picks
+// (fft1d.cpp), where they measured faster than the stages. With 256-bit
+// vectors 1536 and 2048 were 5-10% slower (a 32- or 64-point body spills
+// half its vectors), 1024 no faster, 512 4% slower with AVX but up to 7%
+// faster with FMA; one complex double a vector (the SSE2-class build) they
+// gained 5-15%. 4096 (64 x 64) and 1000 (40 x 25, scalar: 25 takes no
+// lanes) were slower at every level.
+#if ORB_KLEVEL >= 7
+#define ORB_DFT_TWO_PASS(X) X(10, 10) X(16, 8) X(16, 16) X(32, 16)
+#elif ORB_KLEVEL == 6
+#define ORB_DFT_TWO_PASS(X) X(10, 10) X(16, 8) X(16, 16)
+#else
+#define ORB_DFT_TWO_PASS(X) X(10, 10) X(16, 8) X(16, 16) X(32, 16) X(48, 32) X(64, 32)
+#endif
+
+template <class T, int S>
+TwoPassFn<T> Lookup(int64_t n1, int64_t n2) {
+#define ORB_DFT_TWO_PASS_CASE(N1, N2) \
+    if (n1 == N1 && n2 == N2) return &Run<N1, N2, S, T>;
+    ORB_DFT_TWO_PASS(ORB_DFT_TWO_PASS_CASE)
+#undef ORB_DFT_TWO_PASS_CASE
+    return nullptr;
+}
+
+}  // namespace twopass
+}  // namespace orb::dft::ORB_KNS
+
+#endif
