@@ -139,6 +139,47 @@ TEST_P(EngineLevels, KernelVariantMatchesNaiveDft) {
             }
 }
 
+// Real transforms of every length with a straight-line real codelet (and
+// two without, on the half-length FFT), each level's build: a lone row
+// (the direct call), rows in a batch with strides (whole vectors of rows
+// plus a remainder), the padded in-place layout, rows of a 2-D array (the
+// pass loop; C2R through the scratch array), rows shared by two threads,
+// and split complex storage (which the codelets leave to the general path).
+TEST_P(EngineLevels, RealCodeletsMatchNaiveDft) {
+    struct Shape {
+        const char *what;
+        std::vector<int64_t> outer, batch;
+        int64_t in_unit, out_unit;
+        bool in_place, split;
+        int nthreads;
+    };
+    const Shape shapes[] = {
+        {"row", {}, {}, 1, 1, false, false, 1},
+        {"row strided", {}, {}, -2, 3, false, false, 1},
+        {"row in place", {}, {}, 1, 1, true, false, 1},
+        {"batch strided", {}, {7}, 2, -1, false, false, 1},
+        {"batch in place", {}, {5}, 1, 1, true, false, 1},
+        {"2d", {3}, {}, 1, 1, false, false, 1},
+        {"batch threads", {}, {9}, 1, 1, false, false, 2},
+        {"batch split", {}, {3}, 1, 1, false, true, 1},
+    };
+    const int64_t lengths[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 18, 20, 24, 28, 32, 36, 64};
+    for (bool dbl : {true, false})
+        for (K kind : {K::R2C, K::C2R})
+            for (int64_t n : lengths)
+                for (const Shape &sh : shapes) {
+                    Case c{.name = "level " + std::to_string(GetParam()) + (kind == K::R2C ? " r2c" : " c2r") +
+                                   " n=" + std::to_string(n) + (dbl ? " double " : " single ") + sh.what,
+                           .kind = kind, .is_double = dbl, .sign = kind == K::R2C ? -1 : 1, .batch = sh.batch,
+                           .in_unit = sh.in_unit, .out_unit = sh.out_unit, .in_place = sh.in_place,
+                           .split_in = sh.split && kind == K::C2R, .split_out = sh.split && kind == K::R2C,
+                           .scale = 0.5, .nthreads = sh.nthreads, .level = GetParam()};
+                    c.dims = sh.outer;
+                    c.dims.push_back(n);
+                    ExpectMatches(c);
+                }
+}
+
 // CpuLevel 2-5 share the SSE2-class build.
 INSTANTIATE_TEST_SUITE_P(AllLevels, EngineLevels, ::testing::Values(5, 6, 7));
 
