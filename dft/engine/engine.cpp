@@ -197,7 +197,7 @@ bool BuildPasses(PlanT<T> &pl) {
                 pm.block = pm.nloop > 0 ? int(std::min<int64_t>(pm.ln[pm.nloop - 1], 1 << 20)) : 1;
                 need = 0;
             } else {
-                pl.r[i] = RealFft1D<T>::Create(p.n, sign, *pl.kern);
+                pl.r[i] = RealFft1D<T>::Create(p.n, sign, *pl.kern, *pl.rkern);
                 if (!pl.r[i]) return false;
                 need = 2 * (p.n + 2) + pl.r[i]->WorkElems();
             }

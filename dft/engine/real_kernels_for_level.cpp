@@ -5,8 +5,8 @@
 namespace orb::dft {
 
 #define ORB_DFT_REAL_SET(lvl)                                                                        \
-    constexpr RealKernels kReal_##lvl{&k_##lvl::R2CCodeletD, &k_##lvl::C2RCodeletD, &k_##lvl::R2CCodeletF, \
-                                      &k_##lvl::C2RCodeletF};
+    constexpr RealKernels kReal_##lvl{&k_##lvl::R2CCodeletD,  &k_##lvl::C2RCodeletD, &k_##lvl::R2CCodeletF, \
+                                      &k_##lvl::C2RCodeletF, &k_##lvl::RealSplitD,  &k_##lvl::RealSplitF};
 ORB_DFT_KERNEL_LEVELS(ORB_DFT_REAL_SET)
 #undef ORB_DFT_REAL_SET
 

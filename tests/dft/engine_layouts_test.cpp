@@ -139,8 +139,9 @@ TEST_P(EngineLevels, KernelVariantMatchesNaiveDft) {
             }
 }
 
-// Real transforms of every length with a straight-line real codelet (and
-// two without, on the half-length FFT), each level's build: a lone row
+// Real transforms of every length with a straight-line real codelet and
+// some without (the half-length FFT and the level's vectorised pair step,
+// n/2 odd and even), each level's build: a lone row
 // (the direct call), rows in a batch with strides (whole vectors of rows
 // plus a remainder), the padded in-place layout, rows of a 2-D array (the
 // pass loop; C2R through the scratch array), rows shared by two threads,
@@ -163,7 +164,7 @@ TEST_P(EngineLevels, RealCodeletsMatchNaiveDft) {
         {"batch threads", {}, {9}, 1, 1, false, false, 2},
         {"batch split", {}, {3}, 1, 1, false, true, 1},
     };
-    const int64_t lengths[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 18, 20, 24, 28, 32, 36, 64};
+    const int64_t lengths[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 18, 20, 24, 28, 32, 36, 42, 64, 250};
     for (bool dbl : {true, false})
         for (K kind : {K::R2C, K::C2R})
             for (int64_t n : lengths)
