@@ -112,6 +112,23 @@ void AddLoop(Pass &p, int64_t n, int64_t is, int64_t os) {
     ++p.nloop;
 }
 
+// Neighbouring loops that step through memory as one (the outer stride
+// is the inner count times the inner stride on both sides) become one
+// loop: the rows of an 8x8x8 real array are 64 rows of one codelet call,
+// not 8 calls of 8, and short columns gather into longer blocks.
+void MergeLoops(Pass &p) {
+    int k = 0;
+    for (int i = 1; i < p.nloop; ++i) {
+        if (p.lis[k] == p.ln[i] * p.lis[i] && p.los[k] == p.ln[i] * p.los[i]) {
+            p.ln[k] *= p.ln[i], p.lis[k] = p.lis[i], p.los[k] = p.los[i];
+        } else {
+            ++k;
+            p.ln[k] = p.ln[i], p.lis[k] = p.lis[i], p.los[k] = p.los[i];
+        }
+    }
+    if (p.nloop > 0) p.nloop = k + 1;
+}
+
 template <class T>
 bool BuildPasses(PlanT<T> &pl) {
     const EngineProblem &pb = pl.pb;
@@ -127,6 +144,7 @@ bool BuildPasses(PlanT<T> &pl) {
         for (int k = 0; k < pb.howmany_rank; ++k) AddLoop(p, pb.howmany[k].n, his[k], hos[k]);
         for (int j = 0; j < r; ++j)
             if (j != dim) AddLoop(p, clen(j), sis[j], sos[j]);
+        MergeLoops(p);
     };
     int64_t is[7], os[7], his[2], hos[2];
     for (int j = 0; j < r; ++j) is[j] = d[j].is, os[j] = d[j].os;

@@ -69,6 +69,11 @@ std::vector<Case> LayoutCases() {
         {.name = "c2r_2d", .kind = C2R, .sign = 1, .dims = {12, 15}},
         {.name = "r2c_3d_odd", .kind = R2C, .dims = {5, 6, 9}, .pad = 2},
         {.name = "c2r_3d", .kind = C2R, .sign = 1, .dims = {4, 6, 8}, .batch = {2}, .negate_outer = true},
+        // Unpadded: the row loops merge into one (real rows of codelet
+        // lengths, columns in longer blocks), batch included.
+        {.name = "r2c_3d_merged", .kind = R2C, .dims = {4, 6, 16}, .batch = {3}},
+        {.name = "c2r_3d_merged_inplace", .kind = C2R, .sign = 1, .dims = {6, 4, 12}, .batch = {2}, .in_place = true},
+        {.name = "threads_r2c_3d_merged", .kind = R2C, .dims = {8, 8, 8}, .nthreads = 2},
         {.name = "r2c_rank7", .kind = R2C, .dims = {2, 2, 3, 2, 2, 3, 4}},
         {.name = "c2r_rank7", .kind = C2R, .sign = 1, .dims = {2, 2, 3, 2, 2, 3, 5}},
         {.name = "r2c_inplace_1d", .kind = R2C, .dims = {128}, .batch = {3}, .in_place = true},
