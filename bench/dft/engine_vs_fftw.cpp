@@ -270,12 +270,18 @@ std::vector<BenchCase> Cases() {
         v.push_back({"d_r2c_" + std::to_string(n), EngineKind::R2C, true, {n}});
         v.push_back({"d_c2r_" + std::to_string(n), EngineKind::C2R, true, {n}});
     }
+    for (int n : {6, 10, 20, 24, 28}) {
+        v.push_back({"d_r2c_" + std::to_string(n), EngineKind::R2C, true, {n}});
+        v.push_back({"d_c2r_" + std::to_string(n), EngineKind::C2R, true, {n}});
+    }
     for (int n : {4, 8, 16, 32, 64}) {
         v.push_back({"s_r2c_" + std::to_string(n), EngineKind::R2C, false, {n}});
         v.push_back({"s_c2r_" + std::to_string(n), EngineKind::C2R, false, {n}});
     }
     v.push_back({"d_r2c_batch_1000x16", EngineKind::R2C, true, {16}, 1000});
     v.push_back({"d_c2r_batch_1000x16", EngineKind::C2R, true, {16}, 1000});
+    v.push_back({"d_r2c_batch_1000x32", EngineKind::R2C, true, {32}, 1000});
+    v.push_back({"d_c2r_batch_1000x32", EngineKind::C2R, true, {32}, 1000});
     for (auto dims : std::vector<std::vector<int>>{{64, 64}, {256, 256}, {1024, 1024}, {8, 8, 8}, {64, 64, 64}, {128, 128, 128}}) {
         std::string nm;
         for (int d : dims) nm += (nm.empty() ? "" : "x") + std::to_string(d);
