@@ -53,7 +53,7 @@ constexpr int64_t kInterleaveMaxN = 4096;
 // as the scalar real codelet: at 32, 1.15 against 0.70 of FFTW's speed
 // (AVX2); rows in a batch still take the real codelet, a vector's worth
 // at a time (1.57 against 0.95 for 1000 x 32).
-constexpr int64_t kRealLoneCodeletMax = 32;
+constexpr int64_t kLoneRealCodeletBelow = 32;
 
 // A single row long enough to split its stages over threads.
 constexpr int64_t kThreadedRowMin = 1 << 14;
@@ -80,6 +80,7 @@ struct PlanT {
     // Short contiguous complex rows with a straight-line codelet: Execute
     // hands all rows to it (no workspace, no pass loop).
     SmallFn<T> solo = nullptr;
+    // Rows, their distances, and (real codelets) the element strides.
     int64_t solo_rows = 1, solo_is = 0, solo_os = 0, solo_us = 1, solo_vs = 1;
     // The same for a lone real pass with a codelet (any strides).
     R2CFn<T> solo_r2c = nullptr;
@@ -212,7 +213,7 @@ bool BuildPasses(PlanT<T> &pl) {
             Pass &pm = pl.pass[i];
             // The codelets read and write interleaved complex elements only.
             const bool split = p.kind == EngineKind::R2C ? pb.split_out : (pm.src == kIn && pb.split_in);
-            if (!split && (pm.nloop > 0 || p.n < kRealLoneCodeletMax)) {
+            if (!split && (pm.nloop > 0 || p.n < kLoneRealCodeletBelow)) {
                 if (p.kind == EngineKind::R2C) pl.r2c[i] = pl.rkern->template R2C<T>(p.n);
                 else pl.c2r[i] = pl.rkern->template C2R<T>(p.n);
             }
@@ -388,8 +389,11 @@ void RunRowRange(const PlanT<T> &pl, int pi, const Side *bufs, const bool *split
             else
                 pl.c2r[pi](static_cast<const Cx<T> *>(bufs[p.src].re) + so, static_cast<T *>(bufs[p.dst].re) + dof,
                            scale, nb, ld, lo, p.is, p.os);
-        } else if (p.block > 1) RunColumns<T>(pl, pi, bufs[p.src], split[p.src], so, bufs[p.dst], split[p.dst], dof, nb, scratch);
-        else RunRow<T>(pl, pi, bufs[p.src], split[p.src], so, bufs[p.dst], split[p.dst], dof, scratch, 1);
+        } else if (p.block > 1) {
+            RunColumns<T>(pl, pi, bufs[p.src], split[p.src], so, bufs[p.dst], split[p.dst], dof, nb, scratch);
+        } else {
+            RunRow<T>(pl, pi, bufs[p.src], split[p.src], so, bufs[p.dst], split[p.dst], dof, scratch, 1);
+        }
         row += nb;
     }
 }
