@@ -111,7 +111,15 @@ ORB_BFLY_INLINE void R2COne(const T *x, Cx<T> *y, T scale, int64_t xd, int64_t y
             [&](int j) __attribute__((always_inline)) { return LoadReals<P>(x, xd, 2 * j * xs, (2 * j + 1) * xs); },
             [&](int k, P v) __attribute__((always_inline)) { z[k] = v; }, T(1));
         const T half = T(0.5) * scale;
-        bfly::StaticFor<H / 2 + 1>([&](auto k) __attribute__((always_inline)) {
+        // On scalars X[0] and X[h] directly (the general form spends six
+        // operations on imaginary parts that are zero).
+        constexpr int K0 = Lanes<P>::value == 1 ? 1 : 0;
+        if constexpr (K0 == 1) {
+            StoreCx(P{(z[0].re + z[0].im) * scale, T(0)}, y, yd, 0);
+            StoreCx(P{(z[0].re - z[0].im) * scale, T(0)}, y, yd, H * ys);
+        }
+        bfly::StaticFor<H / 2 + 1 - K0>([&](auto km) __attribute__((always_inline)) {
+            constexpr int k = km + K0;
             const P a = z[k], b = Conj(z[(H - k) % H]);
             const P e = a + b, t = bfly::TwiddleConst<N, k, -1, P, T>(MulSI<-1>(a - b));
             StoreCx((e + t) * half, y, yd, k * ys);
@@ -144,7 +152,10 @@ ORB_BFLY_INLINE void C2ROne(const Cx<T> *x, T *y, T scale, int64_t xd, int64_t y
         constexpr int H = N / 2;
         static_assert(A * B == H, "split of n/2");
         P z[H];
-        bfly::StaticFor<H / 2 + 1>([&](auto k) __attribute__((always_inline)) {
+        constexpr int K0 = Lanes<P>::value == 1 ? 1 : 0;
+        if constexpr (K0 == 1) z[0] = {x[0].re + x[H * xs].re, x[0].re - x[H * xs].re};
+        bfly::StaticFor<H / 2 + 1 - K0>([&](auto km) __attribute__((always_inline)) {
+            constexpr int k = km + K0;
             P a = LoadCx<P>(x, xd, k * xs), b = LoadCx<P>(x, xd, (H - k) * xs);
             if constexpr (k == 0) a = RealPart(a), b = RealPart(b);
             b = Conj(b);
@@ -169,21 +180,39 @@ ORB_BFLY_INLINE void C2ROne(const Cx<T> *x, T *y, T scale, int64_t xd, int64_t y
     }
 }
 
+// Whole vectors of rows; returns the rows done. Out of line, so that a lone
+// row's call does not pay for the vector loop's registers.
 template <int N, int A, int B, class T>
-void R2CRows(const T *x, Cx<T> *y, T scale, int64_t rows, int64_t xd, int64_t yd, int64_t xs, int64_t ys) {
+__attribute__((noinline)) int64_t R2CVectors(const T *x, Cx<T> *y, T scale, int64_t rows, int64_t xd, int64_t yd,
+                                             int64_t xs, int64_t ys) {
     constexpr int L = kLanes<T>;
     int64_t r = 0;
-    if constexpr (L > 1)
-        for (; r + L <= rows; r += L) R2COne<N, A, B, T, Pack<T, L>>(x + r * xd, y + r * yd, scale, xd, yd, xs, ys);
+    for (; r + L <= rows; r += L) R2COne<N, A, B, T, Pack<T, L>>(x + r * xd, y + r * yd, scale, xd, yd, xs, ys);
+    return r;
+}
+
+template <int N, int A, int B, class T>
+__attribute__((noinline)) int64_t C2RVectors(const Cx<T> *x, T *y, T scale, int64_t rows, int64_t xd, int64_t yd,
+                                             int64_t xs, int64_t ys) {
+    constexpr int L = kLanes<T>;
+    int64_t r = 0;
+    for (; r + L <= rows; r += L) C2ROne<N, A, B, T, Pack<T, L>>(x + r * xd, y + r * yd, scale, xd, yd, xs, ys);
+    return r;
+}
+
+template <int N, int A, int B, class T>
+void R2CRows(const T *x, Cx<T> *y, T scale, int64_t rows, int64_t xd, int64_t yd, int64_t xs, int64_t ys) {
+    int64_t r = 0;
+    if constexpr (kLanes<T> > 1)
+        if (rows >= kLanes<T>) r = R2CVectors<N, A, B, T>(x, y, scale, rows, xd, yd, xs, ys);
     for (; r < rows; ++r) R2COne<N, A, B, T, Pack<T, 1>>(x + r * xd, y + r * yd, scale, 0, 0, xs, ys);
 }
 
 template <int N, int A, int B, class T>
 void C2RRows(const Cx<T> *x, T *y, T scale, int64_t rows, int64_t xd, int64_t yd, int64_t xs, int64_t ys) {
-    constexpr int L = kLanes<T>;
     int64_t r = 0;
-    if constexpr (L > 1)
-        for (; r + L <= rows; r += L) C2ROne<N, A, B, T, Pack<T, L>>(x + r * xd, y + r * yd, scale, xd, yd, xs, ys);
+    if constexpr (kLanes<T> > 1)
+        if (rows >= kLanes<T>) r = C2RVectors<N, A, B, T>(x, y, scale, rows, xd, yd, xs, ys);
     for (; r < rows; ++r) C2ROne<N, A, B, T, Pack<T, 1>>(x + r * xd, y + r * yd, scale, 0, 0, xs, ys);
 }
 
