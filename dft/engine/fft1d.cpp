@@ -510,7 +510,7 @@ void Fft1D<T>::Exec(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthre
 // ---- real transforms ----
 
 template <class T>
-RealFft1D<T> *RealFft1D<T>::Create(int64_t n, int sign, const StageKernels &kern) {
+RealFft1D<T> *RealFft1D<T>::Create(int64_t n, int sign, const StageKernels &kern, const RealKernels &rkern) {
     RealFft1D *r = MemNew<RealFft1D>();
     if (!r) return nullptr;
     r->n_ = n;
@@ -523,8 +523,11 @@ RealFft1D<T> *RealFft1D<T>::Create(int64_t n, int sign, const StageKernels &kern
         // made planning a real 2^22 transform take 0.4 s.
         PowerTable roots;
         ok = r->fft_ && r->w_ && roots.Init(n, sign);
-        if (ok)
+        if (ok) {
             for (int64_t k = 0; k <= h; ++k) r->w_[k] = roots.GetReduced<T>(k);
+            r->split_ = rkern.Split<T>(sign);
+            r->half_ = r->fft_->Small();
+        }
     } else {
         r->fft_ = Fft1D<T>::Create(n, sign, kern);
         ok = r->fft_ != nullptr;
@@ -561,21 +564,19 @@ void RealFft1D<T>::Forward(const T *in, Cx<T> *out, Cx<T> *work, T scale, int nt
     }
     const int64_t h = n / 2;
     // The real input read as h complex numbers x[2j] + i x[2j+1].
-    fft_->Exec(reinterpret_cast<const Cx<T> *>(in), z, fw, T(1), nthreads);
+    if (half_) half_(reinterpret_cast<const Cx<T> *>(in), z, T(1), 1, 0, 0, 1, 1);
+    else fft_->Exec(reinterpret_cast<const Cx<T> *>(in), z, fw, T(1), nthreads);
     const T half = T(0.5) * scale;
     const Cx<T> z0 = z[0];
     out[0] = {(z0.re + z0.im) * scale, T(0)};
-    Cx<T> last = {(z0.re - z0.im) * scale, T(0)};
-    for (int64_t k = 1; k <= h / 2; ++k) {
-        const Cx<T> a = z[k], b = z[h - k], w = w_[k];
-        // e = (a + conj b)/2, o = -i (a - conj b)/2, X[k] = e + w o,
-        // X[h-k] = conj(e) - conj(w o) * ... via the mirrored pair.
-        const T er = a.re + b.re, ei = a.im - b.im;  // 2e
-        const T dr = a.re - b.re, di = a.im + b.im;  // a - conj b
-        const T or_ = di, oi = -dr;                   // -i (a - conj b)
-        const T tr = w.re * or_ - w.im * oi, ti = w.re * oi + w.im * or_;
-        out[k] = {(er + tr) * half, (ei + ti) * half};
-        out[h - k] = {(er - tr) * half, (-ei + ti) * half};
+    const Cx<T> last = {(z0.re - z0.im) * scale, T(0)};
+    // e = (a + conj b)/2, o = -i (a - conj b)/2: the even and odd samples'
+    // spectra; X[k] = e + w^k o, X[h-k] = conj(e - w^k o).
+    split_(z, out, w_, h, half);
+    if (h % 2 == 0 && h > 0) {
+        // k = h/2 pairs with itself: X = conj(z) (w^k = -i).
+        const Cx<T> a = z[h / 2];
+        out[h / 2] = {a.re * scale, -a.im * scale};
     }
     out[h] = last;
 }
@@ -596,25 +597,18 @@ void RealFft1D<T>::Backward(const Cx<T> *in, T *out, Cx<T> *work, T scale, int n
         return;
     }
     const int64_t h = n / 2;
-    // Z[k] = (X[k] + conj X[h-k]) + i w^k (X[k] - conj X[h-k]).
-    for (int64_t k = 0; k <= h / 2; ++k) {
-        const Cx<T> a = in[k], b = in[h - k], w = w_[k];
-        const T sr = a.re + b.re, si = a.im - b.im;
-        const T dr = a.re - b.re, di = a.im + b.im;
-        const T tr = w.re * dr - w.im * di, ti = w.re * di + w.im * dr;  // w d
-        z[k] = {sr - ti, si + tr};
-        if (k != h - k) {
-            // Mirrored: a' = b, b' = a, w' = w^(h-k) = -conj(w).
-            const T sr2 = sr, si2 = -si;
-            const T dr2 = -dr, di2 = di;
-            const T wr2 = -w.re, wi2 = w.im;
-            const T tr2 = wr2 * dr2 - wi2 * di2, ti2 = wr2 * di2 + wi2 * dr2;
-            z[h - k] = {sr2 - ti2, si2 + tr2};
-        }
+    // Z[k] = (X[k] + conj X[h-k]) + i w^k (X[k] - conj X[h-k]), and
+    // Z[h-k] = conj((X[k] + conj X[h-k]) - i w^k (X[k] - conj X[h-k])).
+    split_(in, z, w_, h, T(1));
+    if (h % 2 == 0 && h > 0) {
+        // k = h/2 pairs with itself: Z = 2 conj(X) (w^k = i).
+        const Cx<T> a = in[h / 2];
+        z[h / 2] = {2 * a.re, -2 * a.im};
     }
     // The imaginary parts of X[0] and X[h] do not enter a real signal.
-    z[0] = {in[0].re + in[h].re, T(0) + (in[0].re - in[h].re)};
-    fft_->Exec(z, reinterpret_cast<Cx<T> *>(out), fw, scale, nthreads);
+    z[0] = {in[0].re + in[h].re, in[0].re - in[h].re};
+    if (half_) half_(z, reinterpret_cast<Cx<T> *>(out), scale, 1, 0, 0, 1, 1);
+    else fft_->Exec(z, reinterpret_cast<Cx<T> *>(out), fw, scale, nthreads);
 }
 
 template class Fft1D<float>;

@@ -11,6 +11,7 @@
 
 #include <stdint.h>
 
+#include "dft/engine/real_kernels.h"
 #include "dft/engine/stage_kernels.h"
 
 namespace orb::dft {
@@ -82,7 +83,7 @@ private:
 template <class T>
 class RealFft1D {
 public:
-    static RealFft1D *Create(int64_t n, int sign, const StageKernels &kern);
+    static RealFft1D *Create(int64_t n, int sign, const StageKernels &kern, const RealKernels &rkern);
     RealFft1D() = default;  // made by Create only
     ~RealFft1D();
 
@@ -96,6 +97,8 @@ private:
     int64_t n_ = 0;
     Fft1D<T> *fft_ = nullptr;  // length n/2 (even n) or n (odd n)
     Cx<T> *w_ = nullptr;       // exp(sign 2 pi i k / n), k <= n/2 (even n)
+    RealSplitFn<T> split_ = nullptr;  // the pair step over w_ (even n)
+    SmallFn<T> half_ = nullptr;       // the length-n/2 codelet, when there is one
 };
 
 // exp(sign * 2 pi i * num / den) computed in long double with the angle

@@ -69,6 +69,11 @@ std::vector<Case> LayoutCases() {
         {.name = "c2r_2d", .kind = C2R, .sign = 1, .dims = {12, 15}},
         {.name = "r2c_3d_odd", .kind = R2C, .dims = {5, 6, 9}, .pad = 2},
         {.name = "c2r_3d", .kind = C2R, .sign = 1, .dims = {4, 6, 8}, .batch = {2}, .negate_outer = true},
+        // Unpadded: the row loops merge into one (real rows of codelet
+        // lengths, columns in longer blocks), batch included.
+        {.name = "r2c_3d_merged", .kind = R2C, .dims = {4, 6, 16}, .batch = {3}},
+        {.name = "c2r_3d_merged_inplace", .kind = C2R, .sign = 1, .dims = {6, 4, 12}, .batch = {2}, .in_place = true},
+        {.name = "threads_r2c_3d_merged", .kind = R2C, .dims = {8, 8, 8}, .nthreads = 2},
         {.name = "r2c_rank7", .kind = R2C, .dims = {2, 2, 3, 2, 2, 3, 4}},
         {.name = "c2r_rank7", .kind = C2R, .sign = 1, .dims = {2, 2, 3, 2, 2, 3, 5}},
         {.name = "r2c_inplace_1d", .kind = R2C, .dims = {128}, .batch = {3}, .in_place = true},
@@ -149,6 +154,48 @@ TEST_P(EngineLevels, KernelVariantMatchesNaiveDft) {
                     ExpectMatches(c);
                 }
             }
+}
+
+// Real transforms of every length with a straight-line real codelet and
+// some without (the half-length FFT and the level's vectorised pair step,
+// n/2 odd and even), each level's build: a lone row
+// (the direct call), rows in a batch with strides (whole vectors of rows
+// plus a remainder), the padded in-place layout, rows of a 2-D array (the
+// pass loop; C2R through the scratch array), rows shared by two threads,
+// and split complex storage (which the codelets leave to the general path).
+TEST_P(EngineLevels, RealCodeletsMatchNaiveDft) {
+    struct Shape {
+        const char *what;
+        std::vector<int64_t> outer, batch;
+        int64_t in_unit, out_unit;
+        bool in_place, split;
+        int nthreads;
+    };
+    const Shape shapes[] = {
+        {"row", {}, {}, 1, 1, false, false, 1},
+        {"row strided", {}, {}, -2, 3, false, false, 1},
+        {"row in place", {}, {}, 1, 1, true, false, 1},
+        {"batch strided", {}, {7}, 2, -1, false, false, 1},
+        {"batch in place", {}, {5}, 1, 1, true, false, 1},
+        {"2d", {3}, {}, 1, 1, false, false, 1},
+        {"batch threads", {}, {9}, 1, 1, false, false, 2},
+        {"batch split", {}, {3}, 1, 1, false, true, 1},
+    };
+    const int64_t lengths[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 18, 20, 24, 28, 32, 36, 42, 64, 250};
+    for (bool dbl : {true, false})
+        for (K kind : {K::R2C, K::C2R})
+            for (int64_t n : lengths)
+                for (const Shape &sh : shapes) {
+                    Case c{.name = "level " + std::to_string(GetParam()) + (kind == K::R2C ? " r2c" : " c2r") +
+                                   " n=" + std::to_string(n) + (dbl ? " double " : " single ") + sh.what,
+                           .kind = kind, .is_double = dbl, .sign = kind == K::R2C ? -1 : 1, .batch = sh.batch,
+                           .in_unit = sh.in_unit, .out_unit = sh.out_unit, .in_place = sh.in_place,
+                           .split_in = sh.split && kind == K::C2R, .split_out = sh.split && kind == K::R2C,
+                           .scale = 0.5, .nthreads = sh.nthreads, .level = GetParam()};
+                    c.dims = sh.outer;
+                    c.dims.push_back(n);
+                    ExpectMatches(c);
+                }
 }
 
 // CpuLevel 2-5 share the SSE2-class build.
