@@ -55,7 +55,7 @@ int32_t ServProcessorCount(void);
 namespace orb {
 
 /* ServGetDynamic with its fast path inline (the vector-math entries ask on
- * every call of a threadable size): 1 until the environment is read. */
+ * every call of a threadable size); the first call reads the environment. */
 extern std::atomic<int32_t> g_need_read;
 extern std::atomic<int32_t> g_dynamic;
 inline int32_t Dynamic() {
