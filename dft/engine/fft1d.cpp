@@ -251,9 +251,10 @@ bool Fft1D<T>::BuildTwoPass() {
     else fn = kern_->two_pass_f(n1, n2, sign_);
     if (!fn) return true;  // the stages stay
     tw2_ = MemArray<Cx<T>>(n_);
-    if (!tw2_) return false;
+    PowerTable power;
+    if (!tw2_ || !power.Init(n_, sign_)) return false;
     for (int64_t j1 = 0; j1 < n1; ++j1)
-        for (int64_t k2 = 0; k2 < n2; ++k2) tw2_[j1 * n2 + k2] = Root<T>(sign_, j1 * k2, n_);
+        for (int64_t k2 = 0; k2 < n2; ++k2) tw2_[j1 * n2 + k2] = power.GetReduced<T>(j1 * k2);
     two_ = fn;
     n1_ = n1, n2_ = n2;
     return true;
