@@ -180,40 +180,32 @@ ORB_BFLY_INLINE void C2ROne(const Cx<T> *x, T *y, T scale, int64_t xd, int64_t y
     }
 }
 
+// One row (or a vector's worth) in either direction: R2C reads reals and
+// writes bins, C2R the reverse.
+template <bool kR2C, int N, int A, int B, class T, class P, class X, class Y>
+ORB_BFLY_INLINE void OneRow(const X *x, Y *y, T scale, int64_t xd, int64_t yd, int64_t xs, int64_t ys) {
+    if constexpr (kR2C) R2COne<N, A, B, T, P>(x, y, scale, xd, yd, xs, ys);
+    else C2ROne<N, A, B, T, P>(x, y, scale, xd, yd, xs, ys);
+}
+
 // Whole vectors of rows; returns the rows done. Out of line, so that a lone
 // row's call does not pay for the vector loop's registers.
-template <int N, int A, int B, class T>
-__attribute__((noinline)) int64_t R2CVectors(const T *x, Cx<T> *y, T scale, int64_t rows, int64_t xd, int64_t yd,
-                                             int64_t xs, int64_t ys) {
+template <bool kR2C, int N, int A, int B, class T, class X, class Y>
+__attribute__((noinline)) int64_t Vectors(const X *x, Y *y, T scale, int64_t rows, int64_t xd, int64_t yd,
+                                          int64_t xs, int64_t ys) {
     constexpr int L = kLanes<T>;
     int64_t r = 0;
-    for (; r + L <= rows; r += L) R2COne<N, A, B, T, Pack<T, L>>(x + r * xd, y + r * yd, scale, xd, yd, xs, ys);
+    for (; r + L <= rows; r += L)
+        OneRow<kR2C, N, A, B, T, Pack<T, L>>(x + r * xd, y + r * yd, scale, xd, yd, xs, ys);
     return r;
 }
 
-template <int N, int A, int B, class T>
-__attribute__((noinline)) int64_t C2RVectors(const Cx<T> *x, T *y, T scale, int64_t rows, int64_t xd, int64_t yd,
-                                             int64_t xs, int64_t ys) {
-    constexpr int L = kLanes<T>;
-    int64_t r = 0;
-    for (; r + L <= rows; r += L) C2ROne<N, A, B, T, Pack<T, L>>(x + r * xd, y + r * yd, scale, xd, yd, xs, ys);
-    return r;
-}
-
-template <int N, int A, int B, class T>
-void R2CRows(const T *x, Cx<T> *y, T scale, int64_t rows, int64_t xd, int64_t yd, int64_t xs, int64_t ys) {
+template <bool kR2C, int N, int A, int B, class T, class X, class Y>
+void Rows(const X *x, Y *y, T scale, int64_t rows, int64_t xd, int64_t yd, int64_t xs, int64_t ys) {
     int64_t r = 0;
     if constexpr (kLanes<T> > 1)
-        if (rows >= kLanes<T>) r = R2CVectors<N, A, B, T>(x, y, scale, rows, xd, yd, xs, ys);
-    for (; r < rows; ++r) R2COne<N, A, B, T, Pack<T, 1>>(x + r * xd, y + r * yd, scale, 0, 0, xs, ys);
-}
-
-template <int N, int A, int B, class T>
-void C2RRows(const Cx<T> *x, T *y, T scale, int64_t rows, int64_t xd, int64_t yd, int64_t xs, int64_t ys) {
-    int64_t r = 0;
-    if constexpr (kLanes<T> > 1)
-        if (rows >= kLanes<T>) r = C2RVectors<N, A, B, T>(x, y, scale, rows, xd, yd, xs, ys);
-    for (; r < rows; ++r) C2ROne<N, A, B, T, Pack<T, 1>>(x + r * xd, y + r * yd, scale, 0, 0, xs, ys);
+        if (rows >= kLanes<T>) r = Vectors<kR2C, N, A, B, T>(x, y, scale, rows, xd, yd, xs, ys);
+    for (; r < rows; ++r) OneRow<kR2C, N, A, B, T, Pack<T, 1>>(x + r * xd, y + r * yd, scale, 0, 0, xs, ys);
 }
 
 // (n, A, B): every length with a real codelet; A*B is n/2 for even n and
@@ -226,27 +218,21 @@ void C2RRows(const Cx<T> *x, T *y, T scale, int64_t rows, int64_t xd, int64_t yd
     X(10, 5, 1) X(11, 11, 1) X(12, 2, 3) X(13, 13, 1) X(14, 7, 1) X(15, 3, 5) X(16, 4, 2) X(18, 3, 3) \
     X(20, 2, 5) X(24, 4, 3) X(28, 2, 7) X(32, 4, 4)
 
-template <class T>
-R2CFn<T> LookupR2C(int64_t n) {
+// The rows function of length n in one direction (null without a codelet).
+template <bool kR2C, class T, class X, class Y>
+auto Lookup(int64_t n) -> void (*)(const X *, Y *, T, int64_t, int64_t, int64_t, int64_t, int64_t) {
     switch (n) {
 #define ORB_DFT_REAL_CASE(N, A, B) \
-    case N: return &R2CRows<N, A, B, T>;
+    case N: return &Rows<kR2C, N, A, B, T, X, Y>;
         ORB_DFT_REAL_CODELETS(ORB_DFT_REAL_CASE)
 #undef ORB_DFT_REAL_CASE
     default: return nullptr;
     }
 }
-
 template <class T>
-C2RFn<T> LookupC2R(int64_t n) {
-    switch (n) {
-#define ORB_DFT_REAL_CASE(N, A, B) \
-    case N: return &C2RRows<N, A, B, T>;
-        ORB_DFT_REAL_CODELETS(ORB_DFT_REAL_CASE)
-#undef ORB_DFT_REAL_CASE
-    default: return nullptr;
-    }
-}
+R2CFn<T> LookupR2C(int64_t n) { return Lookup<true, T, T, Cx<T>>(n); }
+template <class T>
+C2RFn<T> LookupC2R(int64_t n) { return Lookup<false, T, Cx<T>, T>(n); }
 
 }  // namespace orb::dft::ORB_KNS::rcodelet
 
