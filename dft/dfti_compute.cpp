@@ -64,6 +64,12 @@ char *Advance(void *p, int64_t elements, int64_t element_bytes) {
     return p ? static_cast<char *>(p) + elements * element_bytes : nullptr;
 }
 
+int32_t StatusOf(int engine_status) {
+    return engine_status == EngineOk         ? DftiStatusNoError
+           : engine_status == EngineNoMemory ? DftiStatusMemoryError
+                                             : DftiStatusInternalError;
+}
+
 constexpr size_t kStackScratchBytes = 8192;
 
 template <typename T>
@@ -86,9 +92,7 @@ int32_t RunPacked(const DftiPlanRecord *r, bool forward, const Pointers &p) {
         status = EngineExecute(r->backward, scratch, nullptr, p.out_re, nullptr);
     }
     if (!on_stack) ServFree(scratch);
-    return status == EngineOk ? DftiStatusNoError
-           : status == EngineNoMemory ? DftiStatusMemoryError
-                                       : DftiStatusInternalError;
+    return StatusOf(status);
 }
 
 // Byte size of one element of the call's input and output sides.
@@ -129,14 +133,42 @@ int32_t Run(DftiDescriptor *d, bool forward, bool in_place, void *a, void *b, vo
     if ((forward ? r->packed_forward : r->packed_backward).format != 0)
         return d->precision == DftiValueDouble ? RunPacked<double>(r, forward, p)
                                                : RunPacked<float>(r, forward, p);
-    int status = EngineExecute(forward ? r->forward : r->backward, p.in_re, p.in_im, p.out_re,
-                               p.out_im);
-    return status == EngineOk ? DftiStatusNoError
-           : status == EngineNoMemory ? DftiStatusMemoryError
-                                       : DftiStatusInternalError;
+    return StatusOf(EngineExecute(forward ? r->forward : r->backward, p.in_re, p.in_im, p.out_re, p.out_im));
+}
+
+// Interleaved data and no packed format: the caller's pointers go to the
+// engine as they are, moved past the offsets the commit fixed. A short
+// transform is then little more than its codelet.
+template <bool Forward, bool InPlace>
+int32_t Plain(DftiDescriptor *d, void *a, void *b, void *, void *) {
+    const auto *r = static_cast<const DftiPlanRecord *>(d->plan);
+    void *out = InPlace ? a : b;
+    if (!a || !out) return DftiStatusInvalidConfiguration;
+    const DftiPlainSide &s = r->plain[Forward ? 0 : 1];
+    return StatusOf(EngineExecute(Forward ? r->forward : r->backward, static_cast<char *>(a) + s.in_bytes, nullptr,
+                                  static_cast<char *>(out) + s.out_bytes, nullptr));
 }
 
 }  // namespace
+
+void DftiInstallEngineEntries(DftiDescriptor *d, DftiPlanRecord *r) {
+    const bool in_place = d->placement == DftiValuePlacement43;
+    const bool split = d->domain == DftiValueComplex && d->layout8 == DftiValueLayout42;
+    const bool plain = !split && r->packed_forward.format == 0 && r->packed_backward.format == 0;
+    if (!plain) {
+        d->compute_forward = in_place ? DftiForwardInPlace : DftiForwardOutOfPlace;
+        d->compute_backward = in_place ? DftiBackwardInPlace : DftiBackwardOutOfPlace;
+        return;
+    }
+    for (int dir = 0; dir < 2; ++dir) {
+        int64_t in_bytes, out_bytes;
+        SideSizes(d, dir == 0, &in_bytes, &out_bytes);
+        const int64_t out_offset = in_place && d->domain == DftiValueComplex ? d->in_offset : d->out_offset;
+        r->plain[dir] = {d->in_offset * in_bytes, out_offset * out_bytes};
+    }
+    d->compute_forward = in_place ? Plain<true, true> : Plain<true, false>;
+    d->compute_backward = in_place ? Plain<false, true> : Plain<false, false>;
+}
 
 int32_t DftiForwardInPlace(DftiDescriptor *d, void *a, void *b, void *c, void *e) {
     return Run(d, true, true, a, b, c, e);
@@ -160,12 +192,19 @@ using orb::dft::DftiDescriptor;
 int32_t Compute(DftiHandle handle, bool forward, va_list ap) {
     auto *d = reinterpret_cast<DftiDescriptor *>(handle);
     if (!d) return DftiStatusBadDescriptor;
-    void *p[4] = {nullptr, nullptr, nullptr, nullptr};
-    int32_t count = d->data_args < 1 ? 1 : d->data_args > 4 ? 4 : d->data_args;
-    for (int32_t i = 0; i < count; ++i) p[i] = va_arg(ap, void *);
     orb::dft::DftiComputeFn entry = forward ? d->compute_forward : d->compute_backward;
     if (!entry) return DftiStatusInvalidConfiguration;
-    return entry(d, p[0], p[1], p[2], p[3]);
+    // One to four array arguments, as many as the layout takes; unrolled,
+    // since a short transform's whole call is a few dozen instructions.
+    void *a = va_arg(ap, void *), *b = nullptr, *c = nullptr, *e = nullptr;
+    if (d->data_args > 1) {
+        b = va_arg(ap, void *);
+        if (d->data_args > 2) {
+            c = va_arg(ap, void *);
+            if (d->data_args > 3) e = va_arg(ap, void *);
+        }
+    }
+    return entry(d, a, b, c, e);
 }
 
 }  // namespace

@@ -32,9 +32,16 @@ struct DftiSplit1DPlan {
     double fscale = 1.0, bscale = 1.0;
 };
 
+// Byte offsets of the first element on each side of an unpacked
+// interleaved call (the descriptor's offsets, fixed at commit).
+struct DftiPlainSide {
+    int64_t in_bytes = 0, out_bytes = 0;
+};
+
 struct DftiPlanRecord {
     EnginePlan *forward = nullptr;
     EnginePlan *backward = nullptr;
+    DftiPlainSide plain[2];          // forward, backward
     DftiPackedSide packed_forward;   // forward output side
     DftiPackedSide packed_backward;  // backward input side
     int32_t threads = 1;
@@ -61,6 +68,9 @@ int32_t DftiBindEngine(DftiDescriptor *d, DftiPlanRecord *r);
 void DftiUnbindEngine(DftiPlanRecord *r);
 
 // Compute entries (dfti_compute.cpp): in place and out of place pairs.
+// DftiInstallEngineEntries picks the pair for an engine-bound record (a
+// direct one for unpacked interleaved data).
+void DftiInstallEngineEntries(DftiDescriptor *d, DftiPlanRecord *r);
 int32_t DftiForwardInPlace(DftiDescriptor *, void *, void *, void *, void *);
 int32_t DftiBackwardInPlace(DftiDescriptor *, void *, void *, void *, void *);
 int32_t DftiForwardOutOfPlace(DftiDescriptor *, void *, void *, void *, void *);

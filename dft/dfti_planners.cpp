@@ -77,9 +77,7 @@ int32_t BuildEngine(const DftiPlanner *self, DftiDescriptor *d, DftiPlanRecord *
         bool large = DftiIsLargeProblem(d, DftiCacheSize(1), DftiCacheSize(0));
         d->flags = large ? (d->flags | DftiFlagLargeProblem) : (d->flags & ~DftiFlagLargeProblem);
     }
-    const bool in_place = d->placement == DftiValuePlacement43;
-    d->compute_forward = in_place ? DftiForwardInPlace : DftiForwardOutOfPlace;
-    d->compute_backward = in_place ? DftiBackwardInPlace : DftiBackwardOutOfPlace;
+    DftiInstallEngineEntries(d, r);
     return DftiStatusNoError;
 }
 

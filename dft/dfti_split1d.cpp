@@ -96,8 +96,7 @@ int32_t DftiBuildSplit1D(DftiDescriptor *d, DftiPlanRecord *r) {
                                    d->work_idist, d->work_odist);
     if (kind == kSplitKindEngine) {
         if (int32_t s = DftiBindEngine(d, r)) return s;
-        d->compute_forward = in_place ? DftiForwardInPlace : DftiForwardOutOfPlace;
-        d->compute_backward = in_place ? DftiBackwardInPlace : DftiBackwardOutOfPlace;
+        DftiInstallEngineEntries(d, r);
         return DftiStatusNoError;
     }
     DftiUnbindEngine(r);

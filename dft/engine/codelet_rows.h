@@ -121,8 +121,26 @@ void RowVec(const Cx<T> *x, Cx<T> *y, T scale) {
     });
 }
 
+// One contiguous row (the lone transform of a plan), first and on its own
+// so that it costs no set-up of the batch loops.
+template <int A, int B, int S, class T>
+__attribute__((always_inline)) inline void OneRow(const Cx<T> *x, Cx<T> *y, T scale) {
+    constexpr int LL = RowLanes<T, A, B>();
+    if constexpr (LL > 1) {
+        RowVec<A, B, S, T, LL>(x, y, scale);
+    } else {
+        using P1 = Pack<T, 1>;
+        Body<A, B, S, T, P1>([&](int j) __attribute__((always_inline)) { return P1::Load(x + j); },
+                             [&](int k, P1 v) __attribute__((always_inline)) { v.Store(y + k); }, scale);
+    }
+}
+
 template <int A, int B, int S, class T>
 void Rows(const Cx<T> *x, Cx<T> *y, T scale, int64_t rows, int64_t xd, int64_t yd, int64_t xs, int64_t ys) {
+    if (rows == 1 && xs == 1 && ys == 1) {
+        OneRow<A, B, S, T>(x, y, scale);
+        return;
+    }
     constexpr int L = kLanes<T>;
     int64_t r = 0;
     if constexpr (L > 1) {

@@ -108,6 +108,10 @@ struct PlanT {
 struct EnginePlan {
     bool is_double;
     void *impl;
+    // Set when the whole transform is one straight-line call (an interleaved
+    // or real codelet over all rows): EngineExecute jumps to it with no
+    // workspace and no pass loop.
+    int (*direct)(const void *impl, const void *in, void *out) = nullptr;
 };
 
 namespace {
@@ -438,29 +442,41 @@ int64_t WorkspaceBytes(const PlanT<T> &pl) {
     return (pl.temp_elems + pl.team * pl.row_elems) * int64_t(sizeof(Cx<T>));
 }
 
+// The direct calls: the codelet reads and writes the caller's arrays.
 template <class T>
-int Execute(const PlanT<T> &pl, const void *in_re, const void *in_im, void *out_re, void *out_im) {
+int DirectComplex(const void *impl, const void *in, void *out) {
+    const auto &pl = *static_cast<const PlanT<T> *>(impl);
+    pl.solo(static_cast<const Cx<T> *>(in), static_cast<Cx<T> *>(out), T(pl.pb.scale), pl.solo_rows, pl.solo_is,
+            pl.solo_os, 1, 1);
+    return EngineOk;
+}
+
+template <class T>
+int DirectR2C(const void *impl, const void *in, void *out) {
+    const auto &pl = *static_cast<const PlanT<T> *>(impl);
+    pl.solo_r2c(static_cast<const T *>(in), static_cast<Cx<T> *>(out), T(pl.pb.scale), pl.solo_rows, pl.solo_is,
+                pl.solo_os, pl.solo_us, pl.solo_vs);
+    return EngineOk;
+}
+
+template <class T>
+int DirectC2R(const void *impl, const void *in, void *out) {
+    const auto &pl = *static_cast<const PlanT<T> *>(impl);
+    pl.solo_c2r(static_cast<const Cx<T> *>(in), static_cast<T *>(out), T(pl.pb.scale), pl.solo_rows, pl.solo_is,
+                pl.solo_os, pl.solo_us, pl.solo_vs);
+    return EngineOk;
+}
+
+// Kept out of line: its workspace frame would otherwise be set up before
+// EngineExecute's direct call.
+template <class T>
+__attribute__((noinline)) int Execute(const PlanT<T> &pl, const void *in_re, const void *in_im, void *out_re,
+                                      void *out_im) {
     Side bufs[3] = {{const_cast<void *>(in_re), const_cast<void *>(in_im)}, {out_re, out_im}, {nullptr, nullptr}};
     const bool cin = pl.pb.kind != EngineKind::R2C, cout = pl.pb.kind != EngineKind::C2R;
     bool split[3] = {cin && pl.pb.split_in, cout && pl.pb.split_out, false};
     // Workspace: the stack for small problems, else the plan's own buffer
     // when no other call holds it, else a fresh allocation.
-    if (pl.solo) {
-        const Cx<T> *x = static_cast<const Cx<T> *>(in_re);
-        Cx<T> *y = static_cast<Cx<T> *>(out_re);
-        pl.solo(x, y, T(pl.pb.scale), pl.solo_rows, pl.solo_is, pl.solo_os, 1, 1);
-        return EngineOk;
-    }
-    if (pl.solo_r2c) {
-        pl.solo_r2c(static_cast<const T *>(in_re), static_cast<Cx<T> *>(out_re), T(pl.pb.scale), pl.solo_rows,
-                    pl.solo_is, pl.solo_os, pl.solo_us, pl.solo_vs);
-        return EngineOk;
-    }
-    if (pl.solo_c2r) {
-        pl.solo_c2r(static_cast<const Cx<T> *>(in_re), static_cast<T *>(out_re), T(pl.pb.scale), pl.solo_rows,
-                    pl.solo_is, pl.solo_os, pl.solo_us, pl.solo_vs);
-        return EngineOk;
-    }
     const int64_t bytes = WorkspaceBytes(pl);
     alignas(64) unsigned char local[16384];
     void *heap = nullptr, *ws = nullptr;
@@ -546,6 +562,10 @@ EnginePlan *Create(const EngineProblem &pb, int level, int *status) {
     if (pl->cache_bytes > 16384) pl->cache = MemRaw(pl->cache_bytes);  // optional: Execute copes without
     plan->is_double = pb.is_double;
     plan->impl = pl;
+    plan->direct = pl->solo ? &DirectComplex<T>
+                   : pl->solo_r2c ? &DirectR2C<T>
+                   : pl->solo_c2r ? &DirectC2R<T>
+                                  : nullptr;
     *status = EngineOk;
     return plan;
 }
@@ -568,6 +588,7 @@ EnginePlan *EnginePlanCreate(const EngineProblem &problem, int *status) {
 
 int EngineExecute(const EnginePlan *plan, const void *in_re, const void *in_im, void *out_re, void *out_im) {
     if (!plan || !in_re || !out_re) return EngineInvalid;
+    if (plan->direct) return plan->direct(plan->impl, in_re, out_re);
     if (plan->is_double) {
         const auto &pl = *static_cast<const PlanT<double> *>(plan->impl);
         if ((pl.pb.split_in && pl.pb.kind != EngineKind::R2C && !in_im) ||

@@ -202,6 +202,11 @@ __attribute__((noinline)) int64_t Vectors(const X *x, Y *y, T scale, int64_t row
 
 template <bool kR2C, int N, int A, int B, class T, class X, class Y>
 void Rows(const X *x, Y *y, T scale, int64_t rows, int64_t xd, int64_t yd, int64_t xs, int64_t ys) {
+    // A lone contiguous row with its offsets known at compile time.
+    if (rows == 1 && xs == 1 && ys == 1) {
+        OneRow<kR2C, N, A, B, T, Pack<T, 1>>(x, y, scale, 0, 0, 1, 1);
+        return;
+    }
     int64_t r = 0;
     if constexpr (kLanes<T> > 1)
         if (rows >= kLanes<T>) r = Vectors<kR2C, N, A, B, T>(x, y, scale, rows, xd, yd, xs, ys);

@@ -68,6 +68,14 @@ TEST(DftiComplex, LayoutTable) {
         // Small cubes with offsets into both arrays.
         {.name = "cube 7 offsets", .lengths = {7, 7, 7}, .in_place = false, .offset_in = 3, .offset_out = 5},
         {.name = "cube 8 offsets", .lengths = {8, 8, 8}, .in_place = false, .offset_in = 3, .offset_out = 5},
+        // One-dimensional rows with offsets: a codelet row, a stage plan,
+        // in place and out of place.
+        {.name = "1d codelet offsets", .lengths = {8}, .in_place = false, .offset_in = 3, .offset_out = 5},
+        {.name = "1d codelet offset in place", .lengths = {16}, .offset_in = 3},
+        {.name = "1d codelet batch offsets", .lengths = {12}, .count = 5, .in_place = false, .offset_in = 2,
+         .offset_out = 7},
+        {.name = "1d stages offsets", .lengths = {1000}, .in_place = false, .offset_in = 5, .offset_out = 1},
+        {.name = "1d stages offset in place", .lengths = {96}, .offset_in = 9},
     };
     for (ApiCase c : cases)
         for (bool dbl : {true, false})

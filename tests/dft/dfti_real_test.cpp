@@ -15,6 +15,9 @@ struct RealCase {
     int32_t n, format, count;
     bool in_place;
     int32_t packed_stride;  // stride of the conjugate-even array (real or complex elements)
+    // Out of place only: elements before the first one used, on the real
+    // side; the conjugate-even side starts one element further in.
+    int32_t offset = 0;
 };
 
 template <typename T>
@@ -37,8 +40,10 @@ void RunReal(const RealCase &rc) {
         ce_dist = span / ce_unit + span % ce_unit;
         real_dist = ce_dist * ce_unit;
     }
+    const int64_t real_off = rc.in_place ? 0 : rc.offset, ce_off = real_off ? real_off + 1 : 0;
     const std::string name = "n=" + std::to_string(n) + " format " + std::to_string(rc.format) +
                              " count " + std::to_string(rc.count) + (rc.in_place ? " in" : " oop") +
+                             " offset " + std::to_string(real_off) +
                              (is_double ? " double" : " single");
 
     for (bool forward : {true, false}) {
@@ -48,7 +53,7 @@ void RunReal(const RealCase &rc) {
         else ASSERT_EQ(DftiSetValue(h, DftiParamPackFormat, rc.format), 0);
         ASSERT_EQ(DftiSetValue(h, DftiParamPlacement, rc.in_place ? 43 : 44), 0);
         ASSERT_EQ(DftiSetValue(h, DftiParamTransformCount, rc.count), 0);
-        const int32_t real_strides[2] = {0, 1}, ce_strides[2] = {0, int32_t(ps)};
+        const int32_t real_strides[2] = {int32_t(real_off), 1}, ce_strides[2] = {int32_t(ce_off), int32_t(ps)};
         ASSERT_EQ(DftiSetValue(h, DftiParamInputStrides, forward ? real_strides : ce_strides), 0);
         ASSERT_EQ(DftiSetValue(h, DftiParamOutputStrides, forward ? ce_strides : real_strides), 0);
         ASSERT_EQ(DftiSetValue(h, DftiParamInputDistance, int32_t(forward ? real_dist : ce_dist)), 0);
@@ -56,13 +61,14 @@ void RunReal(const RealCase &rc) {
         ASSERT_EQ(DftiSetValue(h, DftiParamBackwardScale, 1.0 / double(n)), 0);
         ASSERT_EQ(DftiCommitDescriptor(h), 0) << name;
 
-        std::vector<T> rbuf(rc.count * real_dist + 4, T(-7)), cbuf(rc.count * ce_dist * ce_unit + 4, T(-7));
+        std::vector<T> rbuf(real_off + rc.count * real_dist + 4, T(-7)),
+            cbuf((ce_off + rc.count * ce_dist) * ce_unit + 4, T(-7));
         std::vector<T> &one = rbuf.size() >= cbuf.size() ? rbuf : cbuf;
         std::vector<T> &real_arr = rc.in_place ? one : rbuf, &ce_arr = rc.in_place ? one : cbuf;
         // Real j of transform t; real i of the listing of transform t.
-        auto real_at = [&](int64_t t, int64_t j) -> T & { return real_arr[t * real_dist + j]; };
+        auto real_at = [&](int64_t t, int64_t j) -> T & { return real_arr[real_off + t * real_dist + j]; };
         auto ce_at = [&](int64_t t, int64_t i) -> T & {
-            return ce_arr[(t * ce_dist + i / ce_unit * ps) * ce_unit + i % ce_unit];
+            return ce_arr[(ce_off + t * ce_dist + i / ce_unit * ps) * ce_unit + i % ce_unit];
         };
         std::vector<std::vector<LCx>> xs;
         std::vector<std::vector<long double>> lists;
@@ -91,8 +97,11 @@ void RunReal(const RealCase &rc) {
         if (!rc.in_place && forward)  // the gaps between packed elements stay untouched
             for (int64_t t = 0; t < rc.count; ++t)
                 for (int64_t e = 0; e + 1 < ce_elems && ps > 1; ++e) {
-                    EXPECT_EQ(cbuf[(t * ce_dist + e * ps + 1) * ce_unit], T(-7)) << name;
+                    EXPECT_EQ(cbuf[(ce_off + t * ce_dist + e * ps + 1) * ce_unit], T(-7)) << name;
                 }
+        if (!rc.in_place)  // nor does anything before the first element
+            for (int64_t i = 0; i < (forward ? ce_off * ce_unit : real_off); ++i)
+                EXPECT_EQ((forward ? cbuf : rbuf)[size_t(i)], T(-7)) << name << " lead " << i;
     }
 }
 
@@ -107,6 +116,14 @@ TEST(DftiReal, Formats) {
         for (int32_t n : {127, 128, 1021})
             for (bool in_place : {false, true}) {
                 const RealCase rc{n, format, 2, in_place, in_place ? 1 : 2};
+                RunReal<double>(rc);
+                RunReal<float>(rc);
+            }
+        // Offsets on both sides: short rows (one codelet call), a longer
+        // even one and an odd prime, one transform and a batch.
+        for (int32_t n : {2, 8, 12, 100, 1021})
+            for (int32_t count : {1, 3}) {
+                const RealCase rc{n, format, count, false, 1, 3};
                 RunReal<double>(rc);
                 RunReal<float>(rc);
             }
