@@ -276,18 +276,25 @@ struct Sites {
     ~Sites() { if (owned) ServFree(owned); }
 };
 
+// Out of line: a function holding a parallel region asks the OpenMP
+// runtime for the thread's id on entry, serial calls included.
+template <class Body>
+__attribute__((noinline)) void ChunksParallel(int32_t nt, int64_t nsite, const Body &body) {
+#pragma omp parallel num_threads(nt)
+    {
+        int64_t team = omp_get_num_threads(), me = omp_get_thread_num();
+        int64_t b = nsite * me / team, e = nsite * (me + 1) / team;
+        body(b, e);
+    }
+}
+
 // Runs body(begin, end) over contiguous chunks, one per thread.
 template <class T, class Body>
 void ForChunks(const InterpRequest<T> &q, Body body) {
     int32_t nt = q.nsite >= kThreadedSites && q.threading ? q.threading->threads(ServDomainAll) : 1;
     if (nt > 1 && nt > q.nsite / (kThreadedSites / 2)) nt = static_cast<int32_t>(q.nsite / (kThreadedSites / 2));
     if (nt <= 1) { body(int64_t{0}, q.nsite); return; }
-#pragma omp parallel num_threads(nt)
-    {
-        int64_t team = omp_get_num_threads(), me = omp_get_thread_num();
-        int64_t b = q.nsite * me / team, e = q.nsite * (me + 1) / team;
-        body(b, e);
-    }
+    ChunksParallel(nt, q.nsite, body);
 }
 
 template <class T>

@@ -16,17 +16,20 @@ struct SplitTask {
     int32_t tasks;
 };
 
+// Transforms [lo, hi) of the batch.
+inline void RunTransforms(const SplitTask &t, int64_t lo, int64_t hi) {
+    const DftiSplit1DPlan &p = *t.plan;
+    for (int64_t m = lo; m < hi; ++m)
+        t.kernel(t.in_re + m * p.idist, t.in_im + m * p.idist, t.out_re + m * p.odist, t.out_im + m * p.odist,
+                 p.is, p.os, t.scale);
+}
+
 // Task `index` of `tasks` runs its contiguous share of the transforms.
 void SplitWorker(void *task_v, int32_t first, int32_t count) {
     const auto &t = *static_cast<const SplitTask *>(task_v);
-    const DftiSplit1DPlan &p = *t.plan;
-    for (int32_t task = first; task < first + count; ++task) {
-        const int64_t lo = int64_t(p.count) * task / t.tasks;
-        const int64_t hi = int64_t(p.count) * (task + 1) / t.tasks;
-        for (int64_t m = lo; m < hi; ++m)
-            t.kernel(t.in_re + m * p.idist, t.in_im + m * p.idist, t.out_re + m * p.odist,
-                     t.out_im + m * p.odist, p.is, p.os, t.scale);
-    }
+    const int64_t all = t.plan->count;
+    for (int32_t task = first; task < first + count; ++task)
+        RunTransforms(t, all * task / t.tasks, all * (task + 1) / t.tasks);
 }
 
 int32_t RunSplit(DftiDescriptor *d, bool forward, void *in_re, void *in_im, void *out_re,
@@ -47,7 +50,9 @@ int32_t RunSplit(DftiDescriptor *d, bool forward, void *in_re, void *in_im, void
     int32_t tasks = r->blocking.b < 1 ? 1 : r->blocking.b;
     if (tasks > p.count) tasks = p.count;
     t.tasks = tasks;
-    d->hooks->parallel_loop(r->threads, tasks, SplitWorker, &t);
+    // Serial: the transforms in order, with no task arithmetic.
+    if (r->threads <= 1 || tasks <= 1) RunTransforms(t, 0, p.count);
+    else d->hooks->parallel_loop(r->threads, tasks, SplitWorker, &t);
     return DftiStatusNoError;
 }
 
