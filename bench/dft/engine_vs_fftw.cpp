@@ -260,6 +260,9 @@ std::vector<BenchCase> Cases() {
     std::vector<int> lengths;
     for (int k = 1; k <= 22; ++k) lengths.push_back(1 << k);
     for (int n : {12, 60, 100, 1000, 1536, 10000, 100000, 1024 * 243, 1009, 4099, 65537}) lengths.push_back(n);
+    // Bluestein: a prime with wrapped outputs, an even length (half 4099)
+    // and the prime above 65537.
+    for (int n : {1367, 2 * 4099, 65539}) lengths.push_back(n);
     for (int n : lengths) {
         for (bool dbl : {true, false})
             for (bool ip : {false, true}) {

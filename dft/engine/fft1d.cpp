@@ -1,6 +1,6 @@
 // Planning and running of the one-dimensional complex and real transforms:
 // factorisation into butterfly radices, twiddle tables, the choice between
-// Rader (rader.cpp) and Bluestein, Bluestein set-up, and the even-length
+// Rader (rader.cpp) and Bluestein (bluestein.cpp), and the even-length
 // real pre/post passes.
 #include "dft/engine/fft1d.h"
 
@@ -12,6 +12,7 @@
 #include <new>
 
 #include "dft/engine/engine_memory.h"
+#include "dft/engine/power_table.h"
 
 namespace orb::dft {
 
@@ -79,70 +80,6 @@ bool RaderFits(int64_t n) {
     int radix[kMaxStages], count = 0;
     return Factor(n - 1, radix, &count);
 }
-
-// Bluestein's convolution length: the smallest 2^a 3^b 5^c >= n, or the
-// power of two above it when that is at most 8/7 longer. Power-of-two FFTs
-// measured 10-30% faster than 2^a 3^b 5^c lengths above 7/8 of them (2048
-// vs 2025, 8192 vs 7776, 65536 vs 62500); even near 3600 vs 4096.
-int64_t BluesteinLength(int64_t n) {
-    int64_t pow2 = 1;
-    while (pow2 < n) pow2 *= 2;
-    int64_t best = pow2;
-    for (int64_t p5 = 1; p5 < 2 * n; p5 *= 5)
-        for (int64_t p3 = p5; p3 < 2 * n; p3 *= 3) {
-            int64_t v = p3;
-            while (v < n) v *= 2;
-            best = std::min(best, v);
-        }
-    return 8 * best >= 7 * pow2 ? pow2 : best;
-}
-
-// Powers of w_n = exp(sign 2 pi i / n) as w^(hi S) * w^lo with S a power
-// of two near sqrt(n): two small tables of long double values computed
-// directly from sin/cos, one long double product per power (relative error
-// near 1e-19, far below the working precision), no recurrences, and planning
-// costs about 2 sqrt(n) sine/cosine evaluations.
-class PowerTable {
-public:
-    bool Init(int64_t n, int sign) {
-        n_ = n, sign_ = sign;
-        while ((int64_t(1) << shift_) * (int64_t(1) << shift_) < n) ++shift_;
-        const int64_t s = int64_t(1) << shift_, nh = (n + s - 1) / s;
-        lo_ = MemArray<Cx<long double>>(s);
-        hi_ = MemArray<Cx<long double>>(nh);
-        if (!lo_ || !hi_) return false;
-        for (int64_t j = 0; j < s; ++j) lo_[j] = Exact(j);
-        for (int64_t j = 0; j < nh; ++j) hi_[j] = Exact(j * s);
-        return true;
-    }
-    ~PowerTable() {
-        MemFree(lo_);
-        MemFree(hi_);
-    }
-
-    template <class T>
-    Cx<T> Get(int64_t j) const {
-        j %= n_;
-        return GetReduced<T>(j);
-    }
-    // j already in [0, n).
-    template <class T>
-    Cx<T> GetReduced(int64_t j) const {
-        const Cx<long double> a = hi_[j >> shift_], b = lo_[j & ((int64_t(1) << shift_) - 1)];
-        const long double c = a.re * b.re - a.im * b.im, sn = a.re * b.im + a.im * b.re;
-        return {T(c), T(sign_ * sn)};
-    }
-
-private:
-    Cx<long double> Exact(int64_t j) const {
-        const Cx<long double> r = Root<long double>(1, j, n_);
-        return r;
-    }
-    int64_t n_ = 1;
-    int shift_ = 0;
-    int sign_ = -1;
-    Cx<long double> *lo_ = nullptr, *hi_ = nullptr;
-};
 
 // Lengths from which the four-step split beats the streaming stages (the
 // data no longer fits the second-level cache).
@@ -258,41 +195,6 @@ bool Fft1D<T>::BuildTwoPass() {
     two_ = fn;
     n1_ = n1, n2_ = n2;
     return true;
-}
-
-template <class T>
-bool Fft1D<T>::BuildBluestein() {
-    blue_ = true;
-    m_ = BluesteinLength(2 * n_ - 1);
-    fwd_ = Create(m_, -1, *kern_);
-    bwd_ = Create(m_, +1, *kern_);
-    chirp_ = MemArray<Cx<T>>(n_);
-    filter_ = MemArray<Cx<T>>(m_);
-    if (!fwd_ || !bwd_ || !chirp_ || !filter_) return false;
-    // j^2 mod 2n by exact integer steps ((j+1)^2 = j^2 + 2j + 1).
-    const int64_t n2 = 2 * n_;
-    for (int64_t j = 0, j2 = 0; j < n_; ++j) {
-        chirp_[j] = Root<T>(sign_, j2, n2);
-        j2 = (j2 + 2 * j + 1) % n2;
-    }
-    // The filter is transformed in double precision whatever T is.
-    Fft1D<double> *dfwd = Fft1D<double>::Create(m_, -1, *kern_);
-    // A four-step FFT wants more than m_ elements of scratch.
-    Cx<double> *b = dfwd ? MemArray<Cx<double>>(2 * m_ + dfwd->WorkElems()) : nullptr;
-    bool ok = dfwd && b;
-    if (ok) {
-        for (int64_t j = 0; j < m_; ++j) b[j] = {0.0, 0.0};
-        for (int64_t j = 0, j2 = 0; j < n_; j2 = (j2 + 2 * j + 1) % n2, ++j) {
-            Cx<double> c = Root<double>(-sign_, j2, n2);
-            b[j] = c;
-            if (j > 0) b[m_ - j] = c;
-        }
-        dfwd->Exec(b, b + m_, b + 2 * m_, 1.0 / double(m_), 1);
-        for (int64_t j = 0; j < m_; ++j) filter_[j] = {T(b[m_ + j].re), T(b[m_ + j].im)};
-    }
-    if (dfwd) MemDelete(dfwd);
-    MemFree(b);
-    return ok;
 }
 
 template <class T>
@@ -446,6 +348,7 @@ Fft1D<T>::~Fft1D() {
     MemFree(chirp_);
     MemFree(filter_);
     MemFree(perm_);
+    MemFree(iperm_);
     if (fwd_) MemDelete(fwd_);
     if (bwd_) MemDelete(bwd_);
     if (f1_) MemDelete(f1_);
@@ -485,27 +388,12 @@ void Fft1D<T>::Exec(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthre
         ExecRader(in, out, work, scale, nthreads);
         return;
     }
-    if (!blue_) {
-        if constexpr (sizeof(T) == 8) kern_->exec_d(sp_, in, out, work, scale, nthreads, 1);
-        else kern_->exec_f(sp_, in, out, work, scale, nthreads, 1);
+    if (blue_) {
+        ExecBluestein(in, out, work, scale, nthreads);
         return;
     }
-    Cx<T> *a = work, *b = work + m_, *w = work + 2 * m_;
-    for (int64_t j = 0; j < n_; ++j) {
-        const Cx<T> x = in[j], c = chirp_[j];
-        a[j] = {x.re * c.re - x.im * c.im, x.re * c.im + x.im * c.re};
-    }
-    for (int64_t j = n_; j < m_; ++j) a[j] = {T(0), T(0)};
-    fwd_->Exec(a, b, w, T(1), nthreads);
-    for (int64_t j = 0; j < m_; ++j) {
-        const Cx<T> x = b[j], f = filter_[j];
-        b[j] = {x.re * f.re - x.im * f.im, x.re * f.im + x.im * f.re};
-    }
-    bwd_->Exec(b, a, w, T(1), nthreads);
-    for (int64_t k = 0; k < n_; ++k) {
-        const Cx<T> x = a[k], c = chirp_[k];
-        out[k] = {(x.re * c.re - x.im * c.im) * scale, (x.re * c.im + x.im * c.re) * scale};
-    }
+    if constexpr (sizeof(T) == 8) kern_->exec_d(sp_, in, out, work, scale, nthreads, 1);
+    else kern_->exec_f(sp_, in, out, work, scale, nthreads, 1);
 }
 
 // ---- real transforms ----

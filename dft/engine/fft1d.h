@@ -5,7 +5,7 @@
 // two passes of codelet bodies, two_pass.h); a prime p too large for a
 // butterfly runs as Rader's cyclic convolution of length p-1 when p-1
 // factors into the butterflies (rader.cpp); any other length as Bluestein's
-// chirp convolution of a smooth length >= 2n-1.
+// chirp convolution on a smooth length (bluestein.cpp).
 #ifndef ORB_DFT_ENGINE_FFT1D_H
 #define ORB_DFT_ENGINE_FFT1D_H
 
@@ -41,6 +41,7 @@ private:
     bool BuildStages();
     bool BuildTwoPass();
     bool BuildBluestein();
+    void ExecBluestein(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
     bool BuildRader();
     void ExecRader(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
     bool BuildFourStep(int64_t n1);
@@ -55,15 +56,17 @@ private:
     SmallFn<T> small_ = nullptr;
     StagePlan<T> sp_;
     Cx<T> *tw_ = nullptr;
-    // Bluestein: chirp c[j] = exp(sign pi i j^2 / n), filter = FFT(conj c)/m.
+    // Bluestein: chirp c[j] = exp(sign pi i j^2 / n), filter = FFT of
+    // conj c laid out cyclically on m points, over m.
     bool blue_ = false;
     int64_t m_ = 0;
     Fft1D *fwd_ = nullptr, *bwd_ = nullptr;
     Cx<T> *chirp_ = nullptr, *filter_ = nullptr;
     // Rader (prime n, m_ = n-1): perm_[k] = g^k mod n for a primitive root
-    // g, filter_ = FFT(w^(g^-k)) / m_; fwd_ and bwd_ have length m_.
+    // g, filter_ = FFT(w^(g^-k)) / m_; fwd_ and bwd_ have length m_;
+    // out[j] (j >= 1) comes from slot iperm_[j-1] of the convolution.
     bool rader_ = false;
-    int32_t *perm_ = nullptr;
+    int32_t *perm_ = nullptr, *iperm_ = nullptr;
     // Four-step for lengths beyond the caches: n = n1 * n2, column FFTs of
     // length n1, twiddles w_n^(j2 k1) (table tw4_[k1 n2 + j2]), row FFTs of
     // length n2, written transposed; columns and rows go in blocks.

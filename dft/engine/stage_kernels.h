@@ -17,6 +17,8 @@
 // SmallCodelet* returns null for lengths without one.
 // TwoPass* runs n = n1*n2 as two passes of codelet bodies (two_pass.h);
 // null for pairs without a kernel.
+// PointMul* is y[j] = x[j] * w[j] * scale for j < n (y may equal x), the
+// pointwise passes of the convolution algorithms.
 #define ORB_DFT_STAGE_DECLS                                                                 \
     void ExecStagesD(const StagePlan<double> &pl, const Cx<double> *in, Cx<double> *out,    \
                      Cx<double> *work, double scale, int nthreads, int64_t vb);                         \
@@ -25,7 +27,9 @@
     SmallFn<double> SmallCodeletD(int64_t n, int sign);                                     \
     SmallFn<float> SmallCodeletF(int64_t n, int sign);                                      \
     TwoPassFn<double> TwoPassD(int64_t n1, int64_t n2, int sign);                           \
-    TwoPassFn<float> TwoPassF(int64_t n1, int64_t n2, int sign);
+    TwoPassFn<float> TwoPassF(int64_t n1, int64_t n2, int sign);                            \
+    void PointMulD(const Cx<double> *x, const Cx<double> *w, Cx<double> *y, int64_t n, double scale); \
+    void PointMulF(const Cx<float> *x, const Cx<float> *w, Cx<float> *y, int64_t n, float scale);
 
 #define ORB_DFT_KERNEL_LEVELS(X) X(sse2) X(avx) X(avx2)
 
@@ -52,6 +56,14 @@ struct StageKernels {
     decltype(&k_sse2::SmallCodeletF) small_f;
     decltype(&k_sse2::TwoPassD) two_pass_d;
     decltype(&k_sse2::TwoPassF) two_pass_f;
+    decltype(&k_sse2::PointMulD) point_mul_d;
+    decltype(&k_sse2::PointMulF) point_mul_f;
+
+    template <class T>
+    void PointMul(const Cx<T> *x, const Cx<T> *w, Cx<T> *y, int64_t n, T scale) const {
+        if constexpr (sizeof(T) == 8) point_mul_d(x, w, y, n, scale);
+        else point_mul_f(x, w, y, n, scale);
+    }
 };
 
 // Kernel set for a CpuLevel (2..7); other levels get the SSE2-class set.

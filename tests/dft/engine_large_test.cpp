@@ -54,7 +54,8 @@ class EngineLargeLengths : public ::testing::TestWithParam<Sampled> {};
 TEST_P(EngineLargeLengths, SampledBinsMatchNaiveDft) {
     const auto [n, dbl, nthreads] = GetParam();
     const std::vector<LCx> x = RandomComplex(n, 77 + n);
-    std::vector<int64_t> ks = {0, n - 1};
+    // The top bins are those Bluestein's convolution wraps, when it does.
+    std::vector<int64_t> ks = {0, n - 3, n - 2, n - 1};
     for (int b = 2; b < (n > (1 << 14) ? 6 : 16); ++b) ks.push_back((b * 2654435761ll + 12345) % n);
     std::vector<LCx> got, ref;
     for (int sign : {-1, 1}) {
@@ -77,8 +78,11 @@ const Sampled kSampled[] = {
     // 3 2^18 runs its convolution as four-step FFTs.
     {65537, true, 2}, {65537, false, 2}, {786433, true}, {786433, false, 2},
     // Bluestein's filter for a length past the four-step bound
-    // (262147 - 1 = 2 3 43691).
+    // (262147 - 1 = 2 3 43691; 524288 points, 5 wrapped outputs).
     {262147, true},
+    // Bluestein with wrapped outputs: 65539 (131072 points, K = 5) and
+    // 16531 (32768 points, K = 293, the most below 20000).
+    {65539, true}, {65539, false, 2}, {16531, true}, {16531, false},
 };
 
 INSTANTIATE_TEST_SUITE_P(Lengths, EngineLargeLengths, ::testing::ValuesIn(kSampled),
@@ -121,7 +125,7 @@ TEST(EngineIdentities, LargeLengths) {
 
 // Threads change how work is shared, not the arithmetic: results equal.
 TEST(EngineThreads, ThreadedEqualsSingleThreaded) {
-    for (int64_t n : {1 << 15, 1 << 18, 3 * 5 * 4096, 65537, 786433, 262147}) {
+    for (int64_t n : {1 << 15, 1 << 18, 3 * 5 * 4096, 65537, 786433, 262147, 65539}) {
         const std::vector<LCx> x = RandomComplex(n, 9);
         EXPECT_TRUE(Transform1D<double>(n, -1, x, 1) == Transform1D<double>(n, -1, x, 2)) << "n=" << n;
     }
