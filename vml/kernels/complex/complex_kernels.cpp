@@ -2,6 +2,7 @@
 // level on the shared loop frame. *_plain kernels (entry 0) skip the
 // control-state handling.
 #include "vml/kernels/complex/complex_kernels.h"
+#include "vml/kernels/complex/complex_lanes.h"
 #include "vml/kernels/complex/complex_ops.h"
 #include "vml/kernels/complex/complex_vec.h"
 #include "vml/kernels/kernel_frame.h"
@@ -26,10 +27,79 @@ void Binary(int32_t n, const C *a, const C *b, C *y) {
     }
 }
 
+// One element by the scalar operation, repair included.
+template <class Op, class C> inline C ScalarOp(C p, C q) {
+    const C r = Op::Apply(p, q);
+    return Op::Bad(p, q, r) ? Op::Fix(p, q) : r;
+}
+
+// Complex sums on the flat arrays of parts: the compiler vectorizes the
+// loop (with its own overlap check); partial overlaps keep the ordered
+// element loop.
+template <class C> void FlatAdd(int32_t n, const C *a, const C *b, C *y) {
+    ControlGuard guard;
+    if (n <= 0) return;
+    const size_t bytes = size_t(n) * sizeof *y;
+    if (PartialOverlap(y, a, bytes) || PartialOverlap(y, b, bytes)) {
+        DriveBinary<C, OpCAdd>(n, a, b, y);
+        return;
+    }
+    const auto *pa = &a->real, *pb = &b->real;
+    auto *py = &y->real;
+    for (int32_t k = 0; k < 2 * n; ++k) py[k] = pa[k] + pb[k];
+}
+
+// Complex products on interleaved lanes, kL elements (two vectors) a
+// step. A step with a lane the fast formula cannot be trusted on stores
+// nothing and is redone element by element by the scalar operation,
+// which gives the same bits on the good lanes; inputs are still intact
+// then, so y may equal a or b.
+template <class C, bool Conj> void PairMul(int32_t n, const C *a, const C *b, C *y) {
+    using Op = OpCMul<Conj>;
+    using clanes::V;
+    using clanes::VF;
+    constexpr int32_t L = clanes::kL;
+    ControlGuard guard;
+    if (n <= 0) return;
+    const size_t bytes = size_t(n) * sizeof *y;
+    if (PartialOverlap(y, a, bytes) || PartialOverlap(y, b, bytes)) {
+        DriveBinary<C, Op>(n, a, b, y);
+        return;
+    }
+    const auto *pa = &a->real, *pb = &b->real;
+    auto *py = &y->real;
+    int32_t i = 0;
+    for (; i + L <= n; i += L) {
+        const int32_t k = 2 * i;
+        if constexpr (sizeof(C) == 16) {
+            const V r0 = clanes::MulD<Conj>(LoadU<V>(pa + k), LoadU<V>(pb + k));
+            const V r1 = clanes::MulD<Conj>(LoadU<V>(pa + k + L), LoadU<V>(pb + k + L));
+            if (!Any(clanes::NonFinite(r0) | clanes::NonFinite(r1))) [[likely]] {
+                StoreU(py + k, r0);
+                StoreU(py + k + L, r1);
+                continue;
+            }
+        } else {
+            auto load = [](const float *p) { return __builtin_convertvector(LoadU<VF>(p), V); };
+            const V r0 = clanes::MulF<Conj>(load(pa + k), load(pb + k));
+            const V r1 = clanes::MulF<Conj>(load(pa + k + L), load(pb + k + L));
+            if (!Any(clanes::IsNan(r0) | clanes::IsNan(r1))) [[likely]] {
+                StoreU(py + k, __builtin_convertvector(r0, VF));
+                StoreU(py + k + L, __builtin_convertvector(r1, VF));
+                continue;
+            }
+        }
+        for (int32_t j = i; j < i + L; ++j) y[j] = ScalarOp<Op>(a[j], b[j]);
+    }
+    for (; i < n; ++i) y[i] = ScalarOp<Op>(a[i], b[i]);
+}
+
 // Double-precision quotient and magnitude: vector main path over whole
-// vectors of elements, the scalar operation for the lanes it hands back and
-// for the tail. Inputs of a step are read before its stores (y may equal a
-// or b); partially overlapping arrays take the ordered scalar loop.
+// vectors of elements, the scalar operation for the tail and for every
+// element of a step with a lane the vector path hands back. The body
+// stores only a step it trusts whole, so the inputs of a redone step are
+// intact (y may equal a or b); partially overlapping arrays take the
+// ordered scalar loop.
 template <class Out, class Body, class Redo>
 void ZLoop(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, Out *y,
            Body body, Redo redo) {
@@ -41,10 +111,8 @@ void ZLoop(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, Out *y,
         V ar, ai, br, bi;
         cvec::Split(LoadU<V>(pa + 2 * i), LoadU<V>(pa + 2 * i + L), &ar, &ai);
         cvec::Split(LoadU<V>(pb + 2 * i), LoadU<V>(pb + 2 * i + L), &br, &bi);
-        const cvec::U bad = body(ar, ai, br, bi, y + i);
-        if (Any(bad))
-            for (int32_t k = 0; k < L; ++k)
-                if (bad[k]) y[i + k] = redo(VmlComplex16{ar[k], ai[k]}, VmlComplex16{br[k], bi[k]});
+        if (body(ar, ai, br, bi, y + i)) [[likely]] continue;
+        for (int32_t k = i; k < i + L; ++k) y[k] = redo(a[k], b[k]);
     }
     for (; i < n; ++i) y[i] = redo(a[i], b[i]);
 }
@@ -62,24 +130,17 @@ void ZBinary(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex
     ZLoop(n, a, b, y,
           [vec](cvec::V ar, cvec::V ai, cvec::V br, cvec::V bi, VmlComplex16 *out) {
               cvec::V x, z, lo, hi;
-              const cvec::U bad = vec(ar, ai, br, bi, &x, &z);
+              if (Any(vec(ar, ai, br, bi, &x, &z))) return false;
               cvec::Join(x, z, &lo, &hi);
               StoreU(&out->real, lo);
               StoreU(&out->real + cvec::kL, hi);
-              return bad;
+              return true;
           },
-          [](VmlComplex16 p, VmlComplex16 q) {
-              const VmlComplex16 r = Op::Apply(p, q);
-              return Op::Bad(p, q, r) ? Op::Fix(p, q) : r;
-          });
+          [](VmlComplex16 p, VmlComplex16 q) { return ScalarOp<Op>(p, q); });
 }
 
 void ZDiv(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {
     ZBinary<OpCDiv>(n, a, b, y, cvec::Div);
-}
-template <bool Conj>
-void ZMul(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {
-    ZBinary<OpCMul<Conj>>(n, a, b, y, cvec::Mul<Conj>);
 }
 
 void ZAbs(int32_t n, const VmlComplex16 *a, double *y) {
@@ -92,9 +153,9 @@ void ZAbs(int32_t n, const VmlComplex16 *a, double *y) {
     ZLoop(n, a, a, y,
           [](cvec::V re, cvec::V im, cvec::V, cvec::V, double *out) {
               cvec::V r;
-              const cvec::U bad = cvec::Abs(re, im, &r);
+              if (Any(cvec::Abs(re, im, &r))) return false;
               StoreU(out, r);
-              return bad;
+              return true;
           },
           [](VmlComplex16 p, VmlComplex16) { return OpCAbs::Apply(p); });
 }
@@ -181,19 +242,29 @@ void LinearFrac(int32_t n, const T *a, const T *b, T sa, T ta, T sb, T tb,
                        const VmlComplex16 *b, VmlComplex16 *y) {             \
         Binary<VmlComplex16, Op, true>(n, a, b, y); }
 
-VML_CBIN(vcAdd, vzAdd, OpCAdd)
-VML_CBIN(vcMul, vzMulScalar, OpCMul<false>)
-VML_CBIN(vcMulByConj, vzMulByConjScalar, OpCMul<true>)
-void vzMul(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) { ZMul<false>(n, a, b, y); }
-void vzMulByConj(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {
-    ZMul<true>(n, a, b, y);
-}
-void vzMul_plain(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {
-    vzMulScalar_plain(n, a, b, y);
-}
-void vzMulByConj_plain(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {
-    vzMulByConjScalar_plain(n, a, b, y);
-}
+// The plain (entry 0) kernels keep the scalar loops; the others run the
+// vector bodies through the loops above.
+#define VML_CPLAIN(cname, zname, Op)                                          \
+    void cname##_plain(int32_t n, const VmlComplex8 *a, const VmlComplex8 *b, \
+               VmlComplex8 *y) { Binary<VmlComplex8, Op, true>(n, a, b, y); } \
+    void zname##_plain(int32_t n, const VmlComplex16 *a,                     \
+                       const VmlComplex16 *b, VmlComplex16 *y) {             \
+        Binary<VmlComplex16, Op, true>(n, a, b, y); }
+#define VML_CVEC(cname, zname, Run)                                           \
+    void cname(int32_t n, const VmlComplex8 *a, const VmlComplex8 *b,        \
+               VmlComplex8 *y) { Run<VmlComplex8>(n, a, b, y); }             \
+    void zname(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b,      \
+               VmlComplex16 *y) { Run<VmlComplex16>(n, a, b, y); }
+
+template <class C> void Mul(int32_t n, const C *a, const C *b, C *y) { PairMul<C, false>(n, a, b, y); }
+template <class C> void MulByConj(int32_t n, const C *a, const C *b, C *y) { PairMul<C, true>(n, a, b, y); }
+
+VML_CPLAIN(vcAdd, vzAdd, OpCAdd)
+VML_CVEC(vcAdd, vzAdd, FlatAdd)
+VML_CPLAIN(vcMul, vzMul, OpCMul<false>)
+VML_CVEC(vcMul, vzMul, Mul)
+VML_CPLAIN(vcMulByConj, vzMulByConj, OpCMul<true>)
+VML_CVEC(vcMulByConj, vzMulByConj, MulByConj)
 VML_CBIN(vcDiv, vzDivScalar, OpCDiv)
 void vzDiv(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) { ZDiv(n, a, b, y); }
 void vzDiv_plain(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {

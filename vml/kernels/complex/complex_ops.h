@@ -161,8 +161,10 @@ template <bool Conj> struct OpCMul : ByParts<OpCMul<Conj>> {
     }
     static void Parts(double ar, double ai, double br, double bi, double *x, double *y) {
         if (Conj) bi = -bi;
+        // The order of the terms is the one of the interleaved vector form
+        // (complex_lanes.h), so both give the same bits.
         *x = Kahan(ar, br, -ai, bi);
-        *y = Kahan(ar, bi, ai, br);
+        *y = Kahan(ai, br, ar, bi);
     }
     static VmlComplex8 Fix(VmlComplex8 a, VmlComplex8 b) {
         const double ar = a.real, ai = a.imag, br = b.real;

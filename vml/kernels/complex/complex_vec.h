@@ -33,7 +33,6 @@ inline U SplatU(uint64_t v) {
     for (int k = 0; k < kL; ++k) r[k] = v;
     return r;
 }
-inline U ExpBits(V x) { return (BitCast<U>(x) >> 52) & SplatU(0x7FF); }
 
 // Real and imaginary parts of kL consecutive complex numbers held
 // interleaved in x (the first half) and y (the second half), and back.
@@ -61,7 +60,8 @@ inline V ProdErr(V a, V b, V p) {
 #if ORB_KLEVEL == 7
     return (V)_mm256_fmsub_pd((__m256d)a, (__m256d)b, (__m256d)p);
 #else
-    // Operands here are at most 8 in magnitude: the split cannot overflow.
+    // The split overflows only for parts above 2^995: Div and Abs never pass
+    // such parts, and Mul then gets a non-finite result and its repair.
     const V c = Splat(134217729.0);  // 2^27 + 1
     const V ta = c * a, tb = c * b;
     const V ah = ta - (ta - a), bh = tb - (tb - b);
@@ -81,24 +81,32 @@ inline DDV Dot2V(V a, V b, V c, V d) {
     return {s, err + (e + f)};
 }
 
-// kL complex products a*b (a*conj(b) when Conj) as rounded double-double
-// sums; returns the lanes with a non-finite part, which the scalar path
-// redoes (overflowing intermediates, infinite and NaN parts).
-template <bool Conj> inline U Mul(V ar, V ai, V br, V bi, V *x, V *y) {
-    if (Conj) bi = -bi;
-    const DDV re = Dot2V(ar, br, -ai, bi), im = Dot2V(ar, bi, ai, br);
-    *x = re.hi + re.lo;
-    *y = im.hi + im.lo;
-    return BitCast<U>(ExpBits(*x) == SplatU(2047)) | BitCast<U>(ExpBits(*y) == SplatU(2047));
+// Lanes where x is neither zero nor of magnitude in [2^-450, 2^451) (NaN
+// included): outside that range a square or a product of two parts could
+// overflow or reach the subnormal range, so the lane goes to the scaled
+// scalar path. On the magnitude's bits m, adding 2^63 - 1 takes 0 to the
+// largest signed value and 1.. below zero in order, so one signed compare
+// finds 0 < m < 2^-450 and another m >= 2^451.
+inline U OutOfRange(V x) {
+    typedef int64_t S __attribute__((vector_size(sizeof(V))));
+    constexpr uint64_t kMag = 0x7FFFFFFFFFFFFFFFull, kSign = 0x8000000000000000ull;
+    constexpr uint64_t kLo = uint64_t(1023 - 450) << 52, kHi = uint64_t(1023 + 451) << 52;
+    const U m = BitCast<U>(x) & SplatU(kMag);
+    const S tiny = BitCast<S>(m + SplatU(kMag)) < BitCast<S>(SplatU(kLo - 1 + kSign));
+    const S huge = BitCast<S>(m) >= BitCast<S>(SplatU(kHi));
+    return BitCast<U>(tiny | huge);
 }
 
-// Lanes where x is neither zero nor of magnitude in [2^-450, 2^451): outside
-// that range a square or a product of two parts could overflow or reach the
-// subnormal range, so the lane goes to the scaled scalar path.
-inline U OutOfRange(V x) {
-    const U e = ExpBits(x);
-    const U in = BitCast<U>((e - SplatU(1023 - 450)) < SplatU(901));
-    return ~(BitCast<U>(x == Splat(0.0)) | BitCast<U>(in));
+// n - q * d for a product q * d that lies so close to n that the
+// difference is exact: one fused multiply-add, or the rounded product's
+// exact error taken off a Sterbenz-exact difference.
+inline V ExactRem(V n, V q, V d) {
+#if ORB_KLEVEL == 7
+    return (V)_mm256_fnmadd_pd((__m256d)q, (__m256d)d, (__m256d)n);
+#else
+    const V p = q * d;
+    return (n - p) - ProdErr(q, d, p);
+#endif
 }
 
 // kL complex quotients a/b; returns the lanes the scalar path must redo.
@@ -108,10 +116,8 @@ inline U Div(V ar, V ai, V br, V bi, V *x, V *y) {
     const DDV ni = Dot2V(ai, br, -ar, bi);
     const V inv = Splat(1.0) / d.hi;
     const V qr0 = nr.hi * inv, qi0 = ni.hi * inv;
-    // n.hi - q0 * d.hi: exact product error, Sterbenz-exact difference.
-    const V pr = qr0 * d.hi, pi = qi0 * d.hi;
-    const V rr = (((nr.hi - pr) - ProdErr(qr0, d.hi, pr)) + nr.lo) - qr0 * d.lo;
-    const V ri = (((ni.hi - pi) - ProdErr(qi0, d.hi, pi)) + ni.lo) - qi0 * d.lo;
+    const V rr = (ExactRem(nr.hi, qr0, d.hi) + nr.lo) - qr0 * d.lo;
+    const V ri = (ExactRem(ni.hi, qi0, d.hi) + ni.lo) - qi0 * d.lo;
     *x = qr0 + rr * inv;
     *y = qi0 + ri * inv;
     const U zero = BitCast<U>(br == Splat(0.0)) & BitCast<U>(bi == Splat(0.0));
