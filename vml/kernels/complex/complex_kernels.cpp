@@ -130,7 +130,7 @@ void ZBinary(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex
     ZLoop(n, a, b, y,
           [vec](cvec::V ar, cvec::V ai, cvec::V br, cvec::V bi, VmlComplex16 *out) {
               cvec::V x, z, lo, hi;
-              if (Any(vec(ar, ai, br, bi, &x, &z))) return false;
+              if (!vec(ar, ai, br, bi, &x, &z)) return false;
               cvec::Join(x, z, &lo, &hi);
               StoreU(&out->real, lo);
               StoreU(&out->real + cvec::kL, hi);
@@ -153,7 +153,7 @@ void ZAbs(int32_t n, const VmlComplex16 *a, double *y) {
     ZLoop(n, a, a, y,
           [](cvec::V re, cvec::V im, cvec::V, cvec::V, double *out) {
               cvec::V r;
-              if (Any(cvec::Abs(re, im, &r))) return false;
+              if (!cvec::Abs(re, im, &r)) return false;
               StoreU(out, r);
               return true;
           },

@@ -62,6 +62,16 @@ inline double Kahan(double a, double b, double c, double d) {
 #endif
 }
 
+// a * b + c: one rounding where the level has a fused multiply-add. The
+// vector division uses the same form, so both give the same bits.
+inline double MulAdd(double a, double b, double c) {
+#if ORB_KLEVEL == 7
+    return std::fma(a, b, c);
+#else
+    return a * b + c;
+#endif
+}
+
 // 2^k for k in [-1022, 1023], built from the exponent bits.
 inline double Pow2(int64_t k) { return FromBits<double>(uint64_t(k + 1023) << 52); }
 // Multiplies by 2^k for |k| <= 2044 in two exact-range steps.
@@ -244,8 +254,8 @@ struct OpCDiv : ByParts<OpCDiv> {
         const double qr0 = nr.hi * inv, qi0 = ni.hi * inv;
         const double rr = (std::fma(-qr0, d.hi, nr.hi) + nr.lo) - qr0 * d.lo;
         const double ri = (std::fma(-qi0, d.hi, ni.hi) + ni.lo) - qi0 * d.lo;
-        *x = Scale2(qr0 + rr * inv, ea - eb);
-        *y = Scale2(qi0 + ri * inv, ea - eb);
+        *x = Scale2(MulAdd(rr, inv, qr0), ea - eb);
+        *y = Scale2(MulAdd(ri, inv, qi0), ea - eb);
     }
     static bool Bad(VmlComplex16 a, VmlComplex16 b, VmlComplex16) { return !FastOk(a, b); }
     // Extended-exponent evaluation (x87 long double where it is wider than

@@ -1,10 +1,11 @@
 // Vector main paths of double-precision complex division and magnitude:
 // the double-double formulas of complex_ops.h evaluated lane-wise on the
 // level's vector type (exact products by fused multiply-add where the
-// level has it, by Dekker's splitting elsewhere), without scaling: lanes
-// whose parts lie outside a range where no intermediate can overflow or
-// underflow (and infinite, NaN, zero-divisor lanes) are recomputed by the
-// scaled scalar operation afterwards.
+// level has it, by Dekker's splitting elsewhere), without scaling: a step
+// with a lane whose parts lie outside a range where no intermediate can
+// overflow or underflow (or infinite, NaN, zero-divisor lanes) is left to
+// the scaled scalar operation. The double-double pieces also serve the
+// products of complex_lanes.h.
 #ifndef ORB_VML_COMPLEX_VEC_H
 #define ORB_VML_COMPLEX_VEC_H
 
@@ -47,8 +48,14 @@ template <class W> inline void Split(W x, W y, W *re, W *im) {
 }
 template <class W> inline void Join(W re, W im, W *x, W *y) {
     if constexpr (sizeof(W) == 32) {
-        *x = __builtin_shufflevector(re, im, 0, 4, 1, 5);
-        *y = __builtin_shufflevector(re, im, 2, 6, 3, 7);
+        // In-lane interleave, then one cross-lane move per half: four
+        // shuffles (the compiler's choice for the direct form takes six).
+        const W lo = __builtin_shufflevector(re, im, 0, 4, 2, 6);
+        const W hi = __builtin_shufflevector(re, im, 1, 5, 3, 7);
+#if ORB_KLEVEL >= 6 && ORB_KLEVEL != 41
+        *x = (W)_mm256_permute2f128_pd((__m256d)lo, (__m256d)hi, 0x20);
+        *y = (W)_mm256_permute2f128_pd((__m256d)lo, (__m256d)hi, 0x31);
+#endif
     } else {
         *x = __builtin_shufflevector(re, im, 0, 2);
         *y = __builtin_shufflevector(re, im, 1, 3);
@@ -97,6 +104,41 @@ inline U OutOfRange(V x) {
     return BitCast<U>(tiny | huge);
 }
 
+inline V AbsV(V x) { return BitCast<V>(BitCast<U>(x) & SplatU(0x7FFFFFFFFFFFFFFFull)); }
+inline V MinV(V x, V y) {
+#if ORB_KLEVEL >= 6 && ORB_KLEVEL != 41
+    return (V)_mm256_min_pd((__m256d)x, (__m256d)y);
+#elif ORB_KLEVEL >= 2
+    return (V)_mm_min_pd((__m128d)x, (__m128d)y);
+#else
+    return Select(BitCast<U>(x < y), x, y);
+#endif
+}
+
+// A cheap superset of the lanes OutOfRange finds in any of the parts (and
+// of zero divisors): a part zero or below 2^-450 (the least magnitude), or
+// a sum of magnitudes not below 2^451 (infinite and NaN parts included).
+// Ordinary steps pass it and skip the exact test, which costs three times
+// as much.
+template <class... W> inline U MaybeOutOfRange(V x, W... more) {
+    const V mag[] = {AbsV(x), AbsV(more)...};
+    V sum = mag[0], least = mag[0];
+    for (size_t k = 1; k < sizeof mag / sizeof mag[0]; ++k) {
+        sum = sum + mag[k];
+        least = MinV(least, mag[k]);
+    }
+    return ~BitCast<U>(sum < Splat(0x1p451)) | BitCast<U>(least < Splat(0x1p-450));
+}
+
+// MulAdd lane-wise.
+inline V MulAddV(V a, V b, V c) {
+#if ORB_KLEVEL == 7
+    return (V)_mm256_fmadd_pd((__m256d)a, (__m256d)b, (__m256d)c);
+#else
+    return a * b + c;
+#endif
+}
+
 // n - q * d for a product q * d that lies so close to n that the
 // difference is exact: one fused multiply-add, or the rounded product's
 // exact error taken off a Sterbenz-exact difference.
@@ -109,8 +151,9 @@ inline V ExactRem(V n, V q, V d) {
 #endif
 }
 
-// kL complex quotients a/b; returns the lanes the scalar path must redo.
-inline U Div(V ar, V ai, V br, V bi, V *x, V *y) {
+// kL complex quotients a/b; false when a lane must be redone by the scalar
+// path.
+inline bool Div(V ar, V ai, V br, V bi, V *x, V *y) {
     const DDV d = Dot2V(br, br, bi, bi);
     const DDV nr = Dot2V(ar, br, ai, bi);
     const DDV ni = Dot2V(ai, br, -ar, bi);
@@ -118,10 +161,12 @@ inline U Div(V ar, V ai, V br, V bi, V *x, V *y) {
     const V qr0 = nr.hi * inv, qi0 = ni.hi * inv;
     const V rr = (ExactRem(nr.hi, qr0, d.hi) + nr.lo) - qr0 * d.lo;
     const V ri = (ExactRem(ni.hi, qi0, d.hi) + ni.lo) - qi0 * d.lo;
-    *x = qr0 + rr * inv;
-    *y = qi0 + ri * inv;
+    *x = MulAddV(rr, inv, qr0);
+    *y = MulAddV(ri, inv, qi0);
+    const U maybe = MaybeOutOfRange(ar, ai, br, bi);
+    if (!Any(maybe)) [[likely]] return true;
     const U zero = BitCast<U>(br == Splat(0.0)) & BitCast<U>(bi == Splat(0.0));
-    return zero | OutOfRange(ar) | OutOfRange(ai) | OutOfRange(br) | OutOfRange(bi);
+    return !Any(zero | OutOfRange(ar) | OutOfRange(ai) | OutOfRange(br) | OutOfRange(bi));
 }
 
 inline V SqrtV(V x) {
@@ -136,15 +181,17 @@ inline V SqrtV(V x) {
 #endif
 }
 
-// kL magnitudes; returns the lanes the scalar path must redo.
-inline U Abs(V re, V im, V *r) {
+// kL magnitudes; false when a lane must be redone by the scalar path.
+inline bool Abs(V re, V im, V *r) {
     const DDV q = Dot2V(re, re, im, im);
     // sqrt(hi + lo) ~ r0 + (hi + lo - r0^2) / (2 r0).
     const V r0 = SqrtV(q.hi);
     const V p = r0 * r0;
     const V res = ((q.hi - p) - ProdErr(r0, r0, p)) + q.lo;
     *r = Select(BitCast<U>(r0 > Splat(0.0)), r0 + res / (Splat(2.0) * r0), r0);
-    return OutOfRange(re) | OutOfRange(im);
+    const U maybe = MaybeOutOfRange(re, im);
+    if (!Any(maybe)) [[likely]] return true;
+    return !Any(OutOfRange(re) | OutOfRange(im));
 }
 
 }  // namespace cvec
