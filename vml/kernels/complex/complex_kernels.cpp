@@ -12,18 +12,13 @@ namespace {
 
 using namespace vml;
 
-template <class C, class Op, bool Plain>
-void Binary(int32_t n, const C *a, const C *b, C *y) {
-    if constexpr (Plain) {
-        for (int32_t i = 0; i < n; ++i) {
-            C r = Op::Apply(a[i], b[i]);
-            if constexpr (kHasFix<Op>)
-                if (Op::Bad(a[i], b[i], r)) r = Op::Fix(a[i], b[i]);
-            y[i] = r;
-        }
-    } else {
-        ControlGuard guard;
-        if (n > 0) DriveBinary<C, Op>(n, a, b, y);
+// Entry-0 loop: the scalar operation element by element.
+template <class C, class Op> void PlainBinary(int32_t n, const C *a, const C *b, C *y) {
+    for (int32_t i = 0; i < n; ++i) {
+        C r = Op::Apply(a[i], b[i]);
+        if constexpr (kHasFix<Op>)
+            if (Op::Bad(a[i], b[i], r)) r = Op::Fix(a[i], b[i]);
+        y[i] = r;
     }
 }
 
@@ -49,13 +44,13 @@ template <class C> void FlatAdd(int32_t n, const C *a, const C *b, C *y) {
     for (int32_t k = 0; k < 2 * n; ++k) py[k] = pa[k] + pb[k];
 }
 
-// Complex products on interleaved lanes, kL elements (two vectors) a
-// step. A step with a lane the fast formula cannot be trusted on stores
-// nothing and is redone element by element by the scalar operation,
-// which gives the same bits on the good lanes; inputs are still intact
-// then, so y may equal a or b.
-template <class C, bool Conj> void PairMul(int32_t n, const C *a, const C *b, C *y) {
-    using Op = OpCMul<Conj>;
+// Interleaved-lane kernels (products; the single-precision quotient), kL
+// elements (two vectors) a step. Lanes::D / Lanes::F compute a vector of
+// results in double lanes, Lanes::BadD / BadF mark the lanes the scalar
+// operation must see. A step with such a lane stores nothing and is redone
+// element by element by the scalar operation, which gives the same bits
+// on the good lanes; inputs are still intact then, so y may equal a or b.
+template <class C, class Op, class Lanes> void PairLoop(int32_t n, const C *a, const C *b, C *y) {
     using clanes::V;
     using clanes::VF;
     constexpr int32_t L = clanes::kL;
@@ -72,18 +67,18 @@ template <class C, bool Conj> void PairMul(int32_t n, const C *a, const C *b, C 
     for (; i + L <= n; i += L) {
         const int32_t k = 2 * i;
         if constexpr (sizeof(C) == 16) {
-            const V r0 = clanes::MulD<Conj>(LoadU<V>(pa + k), LoadU<V>(pb + k));
-            const V r1 = clanes::MulD<Conj>(LoadU<V>(pa + k + L), LoadU<V>(pb + k + L));
-            if (!Any(clanes::NonFinite(r0) | clanes::NonFinite(r1))) [[likely]] {
+            const V r0 = Lanes::D(LoadU<V>(pa + k), LoadU<V>(pb + k));
+            const V r1 = Lanes::D(LoadU<V>(pa + k + L), LoadU<V>(pb + k + L));
+            if (!Any(Lanes::BadD(r0) | Lanes::BadD(r1))) [[likely]] {
                 StoreU(py + k, r0);
                 StoreU(py + k + L, r1);
                 continue;
             }
         } else {
             auto load = [](const float *p) { return __builtin_convertvector(LoadU<VF>(p), V); };
-            const V r0 = clanes::MulF<Conj>(load(pa + k), load(pb + k));
-            const V r1 = clanes::MulF<Conj>(load(pa + k + L), load(pb + k + L));
-            if (!Any(clanes::IsNan(r0) | clanes::IsNan(r1))) [[likely]] {
+            const V r0 = Lanes::F(load(pa + k), load(pb + k));
+            const V r1 = Lanes::F(load(pa + k + L), load(pb + k + L));
+            if (!Any(Lanes::BadF(r0) | Lanes::BadF(r1))) [[likely]] {
                 StoreU(py + k, __builtin_convertvector(r0, VF));
                 StoreU(py + k + L, __builtin_convertvector(r1, VF));
                 continue;
@@ -231,33 +226,26 @@ void LinearFrac(int32_t n, const T *a, const T *b, T sa, T ta, T sb, T tb,
 
 }  // namespace
 
-#define VML_CBIN(cname, zname, Op)                                            \
-    void cname(int32_t n, const VmlComplex8 *a, const VmlComplex8 *b,        \
-               VmlComplex8 *y) { Binary<VmlComplex8, Op, false>(n, a, b, y); } \
-    void zname(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b,      \
-               VmlComplex16 *y) { Binary<VmlComplex16, Op, false>(n, a, b, y); } \
-    void cname##_plain(int32_t n, const VmlComplex8 *a, const VmlComplex8 *b, \
-               VmlComplex8 *y) { Binary<VmlComplex8, Op, true>(n, a, b, y); } \
-    void zname##_plain(int32_t n, const VmlComplex16 *a,                     \
-                       const VmlComplex16 *b, VmlComplex16 *y) {             \
-        Binary<VmlComplex16, Op, true>(n, a, b, y); }
-
 // The plain (entry 0) kernels keep the scalar loops; the others run the
 // vector bodies through the loops above.
 #define VML_CPLAIN(cname, zname, Op)                                          \
     void cname##_plain(int32_t n, const VmlComplex8 *a, const VmlComplex8 *b, \
-               VmlComplex8 *y) { Binary<VmlComplex8, Op, true>(n, a, b, y); } \
+               VmlComplex8 *y) { PlainBinary<VmlComplex8, Op>(n, a, b, y); } \
     void zname##_plain(int32_t n, const VmlComplex16 *a,                     \
                        const VmlComplex16 *b, VmlComplex16 *y) {             \
-        Binary<VmlComplex16, Op, true>(n, a, b, y); }
+        PlainBinary<VmlComplex16, Op>(n, a, b, y); }
 #define VML_CVEC(cname, zname, Run)                                           \
     void cname(int32_t n, const VmlComplex8 *a, const VmlComplex8 *b,        \
                VmlComplex8 *y) { Run<VmlComplex8>(n, a, b, y); }             \
     void zname(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b,      \
                VmlComplex16 *y) { Run<VmlComplex16>(n, a, b, y); }
 
-template <class C> void Mul(int32_t n, const C *a, const C *b, C *y) { PairMul<C, false>(n, a, b, y); }
-template <class C> void MulByConj(int32_t n, const C *a, const C *b, C *y) { PairMul<C, true>(n, a, b, y); }
+template <class C> void Mul(int32_t n, const C *a, const C *b, C *y) {
+    PairLoop<C, OpCMul<false>, clanes::MulLanes<false>>(n, a, b, y);
+}
+template <class C> void MulByConj(int32_t n, const C *a, const C *b, C *y) {
+    PairLoop<C, OpCMul<true>, clanes::MulLanes<true>>(n, a, b, y);
+}
 
 VML_CPLAIN(vcAdd, vzAdd, OpCAdd)
 VML_CVEC(vcAdd, vzAdd, FlatAdd)
@@ -265,11 +253,11 @@ VML_CPLAIN(vcMul, vzMul, OpCMul<false>)
 VML_CVEC(vcMul, vzMul, Mul)
 VML_CPLAIN(vcMulByConj, vzMulByConj, OpCMul<true>)
 VML_CVEC(vcMulByConj, vzMulByConj, MulByConj)
-VML_CBIN(vcDiv, vzDivScalar, OpCDiv)
-void vzDiv(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) { ZDiv(n, a, b, y); }
-void vzDiv_plain(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {
-    vzDivScalar_plain(n, a, b, y);
+VML_CPLAIN(vcDiv, vzDiv, OpCDiv)
+void vcDiv(int32_t n, const VmlComplex8 *a, const VmlComplex8 *b, VmlComplex8 *y) {
+    PairLoop<VmlComplex8, OpCDiv, clanes::DivLanes>(n, a, b, y);
 }
+void vzDiv(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) { ZDiv(n, a, b, y); }
 
 void vcAbs(int32_t n, const VmlComplex8 *a, float *y) { CAbs(n, a, y); }
 void vzAbs(int32_t n, const VmlComplex16 *a, double *y) { ZAbs(n, a, y); }

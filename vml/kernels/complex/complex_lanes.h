@@ -72,10 +72,42 @@ template <bool Conj> inline V MulF(V a, V b) {
     return AddSub(a * DupRe(b), Swap(a) * bi);
 }
 
+// x + y in the real lanes, x - y in the imaginary ones.
+template <class W> inline W SubAdd(W x, W y) {
+    if constexpr (sizeof(W) == 32) return __builtin_shufflevector(x + y, x - y, 0, 5, 2, 7);
+    else return __builtin_shufflevector(x + y, x - y, 0, 3);
+}
+
+// Single-precision quotients in double lanes, as OpCDiv::Parts for floats:
+// exact squares and products, |b|^2 (the same sum in both lanes of an
+// element) and the numerators rounded once each, times the reciprocal.
+inline V DivF(V a, V b) {
+    const V bb = b * b;
+    const V num = SubAdd(a * DupRe(b), Swap(a) * DupIm(b));
+    return num * (cvec::Splat(1.0) / (bb + Swap(bb)));
+}
+
 // Lanes that are infinite or NaN (double), or NaN only (float: an infinite
 // float result is already the right one, only NaN pairs need the recovery).
 inline U NonFinite(V r) { return BitCast<U>((r - r) != (r - r)); }
 inline U IsNan(V r) { return BitCast<U>(r != r); }
+// Lanes that do not round to a finite float (NaN included; the few just
+// above the largest float that round down to it are sent along, the
+// scalar form gives them the same bits).
+inline U NotFloatFinite(V r) { return ~BitCast<U>(cvec::AbsV(r) <= cvec::Splat(3.4028234663852886e38)); }
+
+// The operations on lanes PairLoop drives (double D, float F) and the lanes
+// each hands to the scalar operation.
+template <bool Conj> struct MulLanes {
+    static V D(V a, V b) { return MulD<Conj>(a, b); }
+    static U BadD(V r) { return NonFinite(r); }
+    static V F(V a, V b) { return MulF<Conj>(a, b); }
+    static U BadF(V r) { return IsNan(r); }
+};
+struct DivLanes {
+    static V F(V a, V b) { return DivF(a, b); }
+    static U BadF(V r) { return NotFloatFinite(r); }
+};
 
 }  // namespace clanes
 }  // namespace vml
