@@ -104,8 +104,8 @@ void ZLoop(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, Out *y,
     int32_t i = 0;
     for (; i + L <= n; i += L) {
         V ar, ai, br, bi;
-        cvec::Split(LoadU<V>(pa + 2 * i), LoadU<V>(pa + 2 * i + L), &ar, &ai);
-        cvec::Split(LoadU<V>(pb + 2 * i), LoadU<V>(pb + 2 * i + L), &br, &bi);
+        cvec::LoadSplit(pa + 2 * i, &ar, &ai);
+        cvec::LoadSplit(pb + 2 * i, &br, &bi);
         if (body(ar, ai, br, bi, y + i)) [[likely]] continue;
         for (int32_t k = i; k < i + L; ++k) y[k] = redo(a[k], b[k]);
     }
@@ -124,11 +124,9 @@ void ZBinary(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex
     }
     ZLoop(n, a, b, y,
           [vec](cvec::V ar, cvec::V ai, cvec::V br, cvec::V bi, VmlComplex16 *out) {
-              cvec::V x, z, lo, hi;
+              cvec::V x, z;
               if (!vec(ar, ai, br, bi, &x, &z)) return false;
-              cvec::Join(x, z, &lo, &hi);
-              StoreU(&out->real, lo);
-              StoreU(&out->real + cvec::kL, hi);
+              cvec::StoreJoin(&out->real, x, z);
               return true;
           },
           [](VmlComplex16 p, VmlComplex16 q) { return ScalarOp<Op>(p, q); });

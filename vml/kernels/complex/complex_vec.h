@@ -35,30 +35,35 @@ inline U SplatU(uint64_t v) {
     return r;
 }
 
-// Real and imaginary parts of kL consecutive complex numbers held
-// interleaved in x (the first half) and y (the second half), and back.
-template <class W> inline void Split(W x, W y, W *re, W *im) {
+// Real and imaginary parts of the kL complex numbers at p, and back. With
+// 32-byte vectors the halves are loaded and stored 16 bytes at a time, so
+// that one in-lane interleave does the rest (no cross-lane shuffle).
+typedef double VH __attribute__((vector_size(16)));
+// (Templates, so that only the width in use is instantiated.)
+template <class W> inline void LoadSplit(const double *p, W *re, W *im) {
     if constexpr (sizeof(W) == 32) {
-        *re = __builtin_shufflevector(x, y, 0, 2, 4, 6);
-        *im = __builtin_shufflevector(x, y, 1, 3, 5, 7);
+        const VH h0 = LoadU<VH>(p), h1 = LoadU<VH>(p + 2), h2 = LoadU<VH>(p + 4), h3 = LoadU<VH>(p + 6);
+        const W x = __builtin_shufflevector(h0, h2, 0, 1, 2, 3);  // z0 | z2
+        const W y = __builtin_shufflevector(h1, h3, 0, 1, 2, 3);  // z1 | z3
+        *re = __builtin_shufflevector(x, y, 0, 4, 2, 6);
+        *im = __builtin_shufflevector(x, y, 1, 5, 3, 7);
     } else {
+        const W x = LoadU<W>(p), y = LoadU<W>(p + 2);
         *re = __builtin_shufflevector(x, y, 0, 2);
         *im = __builtin_shufflevector(x, y, 1, 3);
     }
 }
-template <class W> inline void Join(W re, W im, W *x, W *y) {
+template <class W> inline void StoreJoin(double *p, W re, W im) {
     if constexpr (sizeof(W) == 32) {
-        // In-lane interleave, then one cross-lane move per half: four
-        // shuffles (the compiler's choice for the direct form takes six).
-        const W lo = __builtin_shufflevector(re, im, 0, 4, 2, 6);
-        const W hi = __builtin_shufflevector(re, im, 1, 5, 3, 7);
-#if ORB_KLEVEL >= 6 && ORB_KLEVEL != 41
-        *x = (W)_mm256_permute2f128_pd((__m256d)lo, (__m256d)hi, 0x20);
-        *y = (W)_mm256_permute2f128_pd((__m256d)lo, (__m256d)hi, 0x31);
-#endif
+        const W x = __builtin_shufflevector(re, im, 0, 4, 2, 6);  // z0 | z2
+        const W y = __builtin_shufflevector(re, im, 1, 5, 3, 7);  // z1 | z3
+        StoreU(p, VH(__builtin_shufflevector(x, x, 0, 1)));
+        StoreU(p + 2, VH(__builtin_shufflevector(y, y, 0, 1)));
+        StoreU(p + 4, VH(__builtin_shufflevector(x, x, 2, 3)));
+        StoreU(p + 6, VH(__builtin_shufflevector(y, y, 2, 3)));
     } else {
-        *x = __builtin_shufflevector(re, im, 0, 2);
-        *y = __builtin_shufflevector(re, im, 1, 3);
+        StoreU(p, W(__builtin_shufflevector(re, im, 0, 2)));
+        StoreU(p + 2, W(__builtin_shufflevector(re, im, 1, 3)));
     }
 }
 
@@ -116,18 +121,13 @@ inline V MinV(V x, V y) {
 }
 
 // A cheap superset of the lanes OutOfRange finds in any of the parts (and
-// of zero divisors): a part zero or below 2^-450 (the least magnitude), or
-// a sum of magnitudes not below 2^451 (infinite and NaN parts included).
+// of zero divisors), from the parts' squares, which the formulas compute
+// anyway: their sum (sumsq) not below 2^902 (infinite and NaN parts
+// included) or the least of them (least) below 2^-900, zero included.
 // Ordinary steps pass it and skip the exact test, which costs three times
 // as much.
-template <class... W> inline U MaybeOutOfRange(V x, W... more) {
-    const V mag[] = {AbsV(x), AbsV(more)...};
-    V sum = mag[0], least = mag[0];
-    for (size_t k = 1; k < sizeof mag / sizeof mag[0]; ++k) {
-        sum = sum + mag[k];
-        least = MinV(least, mag[k]);
-    }
-    return ~BitCast<U>(sum < Splat(0x1p451)) | BitCast<U>(least < Splat(0x1p-450));
+inline U MaybeOutOfRange(V sumsq, V least) {
+    return ~BitCast<U>(sumsq < Splat(0x1p902)) | BitCast<U>(least < Splat(0x1p-900));
 }
 
 // MulAdd lane-wise.
@@ -163,7 +163,8 @@ inline bool Div(V ar, V ai, V br, V bi, V *x, V *y) {
     const V ri = (ExactRem(ni.hi, qi0, d.hi) + ni.lo) - qi0 * d.lo;
     *x = MulAddV(rr, inv, qr0);
     *y = MulAddV(ri, inv, qi0);
-    const U maybe = MaybeOutOfRange(ar, ai, br, bi);
+    const V a2 = ar * ar, b2 = bi * bi;
+    const U maybe = MaybeOutOfRange((a2 + ai * ai) + d.hi, MinV(MinV(a2, ai * ai), MinV(br * br, b2)));
     if (!Any(maybe)) [[likely]] return true;
     const U zero = BitCast<U>(br == Splat(0.0)) & BitCast<U>(bi == Splat(0.0));
     return !Any(zero | OutOfRange(ar) | OutOfRange(ai) | OutOfRange(br) | OutOfRange(bi));
@@ -189,7 +190,7 @@ inline bool Abs(V re, V im, V *r) {
     const V p = r0 * r0;
     const V res = ((q.hi - p) - ProdErr(r0, r0, p)) + q.lo;
     *r = Select(BitCast<U>(r0 > Splat(0.0)), r0 + res / (Splat(2.0) * r0), r0);
-    const U maybe = MaybeOutOfRange(re, im);
+    const U maybe = MaybeOutOfRange(q.hi, MinV(re * re, im * im));
     if (!Any(maybe)) [[likely]] return true;
     return !Any(OutOfRange(re) | OutOfRange(im));
 }
