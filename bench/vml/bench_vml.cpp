@@ -1,7 +1,7 @@
 // Vector-math benchmark. Every figure is a ratio measured in the same run:
 //   speed = peer time / orb time  (>= 1: the library is at least as fast)
 // 1. arithmetic exports vs plain compiler-vectorized loops, n = 1e2..1e7;
-// 2. complex Mul/Div/Abs vs std::complex loops;
+// 2. complex Mul/MulByConj/Add/Div/Abs vs std::complex loops;
 // 3. threaded speed-up (2 threads vs 1) for n = 1e5..1e7;
 // 4. ("costs" argument) the time of every level of each export relative
 //    to its level 9, printed as the VML_COST_RATIOS rows of the tables.
@@ -107,31 +107,36 @@ template <class C, class R> void Complex(const char *prefix) {
         a[i] = {ra[2 * i], ra[2 * i + 1]};
         b[i] = {rb[2 * i], rb[2 * i + 1]};
     }
-    const bool dbl = sizeof(R) == 8;
     std::printf("\n%s complex: std::complex loop time / library time\n%-8s", prefix, "n");
     for (long n : kSizes) std::printf(" %9ld", n);
     std::printf("\n");
-    for (int op = 0; op < 3; ++op) {
-        std::printf("%s%-7s", prefix, op == 0 ? "Mul" : op == 1 ? "Div" : "Abs");
-        for (long n : kSizes) {
-            std::function<void()> orb, peer;
-            if (op == 0) {
-                orb = [&] { if (dbl) vzMul(int(n), (const VmlComplex16 *)a.data(), (const VmlComplex16 *)b.data(), (VmlComplex16 *)y.data());
-                            else vcMul(int(n), (const VmlComplex8 *)a.data(), (const VmlComplex8 *)b.data(), (VmlComplex8 *)y.data()); };
-                peer = [&] { peer::CMul<C>(int(n), a.data(), b.data(), y.data()); };
-            } else if (op == 1) {
-                orb = [&] { if (dbl) vzDiv(int(n), (const VmlComplex16 *)a.data(), (const VmlComplex16 *)b.data(), (VmlComplex16 *)y.data());
-                            else vcDiv(int(n), (const VmlComplex8 *)a.data(), (const VmlComplex8 *)b.data(), (VmlComplex8 *)y.data()); };
-                peer = [&] { peer::CDiv<C>(int(n), a.data(), b.data(), y.data()); };
-            } else {
-                orb = [&] { if (dbl) vzAbs(int(n), (const VmlComplex16 *)a.data(), (double *)m.data());
-                            else vcAbs(int(n), (const VmlComplex8 *)a.data(), (float *)m.data()); };
-                peer = [&] { peer::CAbs<C, R>(int(n), a.data(), m.data()); };
-            }
-            std::printf(" %9.2f", Ratio(peer, orb, n));
-        }
+    using Bin = void (*)(int, const C *, const C *, C *);
+    auto lib = [](auto zf, auto cf) {
+        if constexpr (sizeof(R) == 8) return static_cast<Bin>(zf);
+        else return static_cast<Bin>(cf);
+    };
+    const struct { const char *name; Bin orb, peer; } rows[] = {
+        {"Mul", lib(vzMul, vcMul), peer::CMul<C>},
+        {"MulConj", lib(vzMulByConj, vcMulByConj), peer::CMulByConj<C>},
+        {"Add", lib(vzAdd, vcAdd), peer::CAdd<C>},
+        {"Div", lib(vzDiv, vcDiv), peer::CDiv<C>},
+    };
+    for (const auto &r : rows) {
+        std::printf("%s%-7s", prefix, r.name);
+        for (long n : kSizes)
+            std::printf(" %9.2f", Ratio([&] { r.peer(int(n), a.data(), b.data(), y.data()); },
+                                        [&] { r.orb(int(n), a.data(), b.data(), y.data()); }, n));
         std::printf("\n");
     }
+    std::printf("%s%-7s", prefix, "Abs");
+    for (long n : kSizes) {
+        const auto orb = [&] {
+            if constexpr (sizeof(R) == 8) vzAbs(int(n), (const VmlComplex16 *)a.data(), (double *)m.data());
+            else vcAbs(int(n), (const VmlComplex8 *)a.data(), (float *)m.data());
+        };
+        std::printf(" %9.2f", Ratio([&] { peer::CAbs<C, R>(int(n), a.data(), m.data()); }, orb, n));
+    }
+    std::printf("\n");
 }
 
 void Threaded() {

@@ -25,6 +25,18 @@ template <class C> void CMul(int n, const C *a, const C *b, C *y) {
     S *o = reinterpret_cast<S *>(y);
     for (int i = 0; i < n; ++i) o[i] = x[i] * z[i];
 }
+template <class C> void CMulByConj(int n, const C *a, const C *b, C *y) {
+    using S = typename Std<C>::T;
+    const S *x = reinterpret_cast<const S *>(a), *z = reinterpret_cast<const S *>(b);
+    S *o = reinterpret_cast<S *>(y);
+    for (int i = 0; i < n; ++i) o[i] = x[i] * std::conj(z[i]);
+}
+template <class C> void CAdd(int n, const C *a, const C *b, C *y) {
+    using S = typename Std<C>::T;
+    const S *x = reinterpret_cast<const S *>(a), *z = reinterpret_cast<const S *>(b);
+    S *o = reinterpret_cast<S *>(y);
+    for (int i = 0; i < n; ++i) o[i] = x[i] + z[i];
+}
 template <class C> void CDiv(int n, const C *a, const C *b, C *y) {
     using S = typename Std<C>::T;
     const S *x = reinterpret_cast<const S *>(a), *z = reinterpret_cast<const S *>(b);
@@ -49,6 +61,10 @@ INST(float)
 INST(double)
 template void CMul<VmlComplex8>(int, const VmlComplex8 *, const VmlComplex8 *, VmlComplex8 *);
 template void CMul<VmlComplex16>(int, const VmlComplex16 *, const VmlComplex16 *, VmlComplex16 *);
+template void CMulByConj<VmlComplex8>(int, const VmlComplex8 *, const VmlComplex8 *, VmlComplex8 *);
+template void CMulByConj<VmlComplex16>(int, const VmlComplex16 *, const VmlComplex16 *, VmlComplex16 *);
+template void CAdd<VmlComplex8>(int, const VmlComplex8 *, const VmlComplex8 *, VmlComplex8 *);
+template void CAdd<VmlComplex16>(int, const VmlComplex16 *, const VmlComplex16 *, VmlComplex16 *);
 template void CDiv<VmlComplex8>(int, const VmlComplex8 *, const VmlComplex8 *, VmlComplex8 *);
 template void CDiv<VmlComplex16>(int, const VmlComplex16 *, const VmlComplex16 *, VmlComplex16 *);
 template void CAbs<VmlComplex8, float>(int, const VmlComplex8 *, float *);

@@ -14,6 +14,8 @@ template <class T> void Sqr(int n, const T *a, T *y);
 template <class T> void Abs(int n, const T *a, T *y);
 template <class T> void Round(int n, const T *a, T *y);
 template <class C> void CMul(int n, const C *a, const C *b, C *y);
+template <class C> void CMulByConj(int n, const C *a, const C *b, C *y);
+template <class C> void CAdd(int n, const C *a, const C *b, C *y);
 template <class C> void CDiv(int n, const C *a, const C *b, C *y);
 template <class C, class R> void CAbs(int n, const C *a, R *y);
 }  // namespace peer

@@ -9,6 +9,8 @@
 #include <string.h>
 #if ORB_KLEVEL >= 5
 #include <immintrin.h>
+#elif ORB_KLEVEL >= 2
+#include <emmintrin.h>
 #endif
 
 // Inside the level namespace: the vector width differs per level.
@@ -57,7 +59,19 @@ template <class V, class U> inline V Select(U mask, V x, V y) {
     return BitCast<V>((mask & BitCast<U>(x)) | (~mask & BitCast<U>(y)));
 }
 
+// Mask lanes are comparison results (all ones or all zeros), so their sign
+// bits tell: one move-mask where the level has it, whatever the compiler
+// can prove about where the mask came from.
 template <class U> inline bool Any(U mask) {
+#if ORB_KLEVEL >= 2
+    constexpr bool kWide = sizeof(mask[0]) == 8;  // else float lanes
+#if ORB_KLEVEL >= 6 && ORB_KLEVEL != 41
+    if constexpr (sizeof(U) == 32 && kWide) return _mm256_movemask_pd((__m256d)mask) != 0;
+    if constexpr (sizeof(U) == 32) return _mm256_movemask_ps((__m256)mask) != 0;
+#endif
+    if constexpr (sizeof(U) == 16 && kWide) return _mm_movemask_pd((__m128d)mask) != 0;
+    if constexpr (sizeof(U) == 16) return _mm_movemask_ps((__m128)mask) != 0;
+#endif
     uint64_t w[sizeof(U) / 8];
     memcpy(w, &mask, sizeof w);
     uint64_t o = 0;

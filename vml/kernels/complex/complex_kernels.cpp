@@ -2,6 +2,7 @@
 // level on the shared loop frame. *_plain kernels (entry 0) skip the
 // control-state handling.
 #include "vml/kernels/complex/complex_kernels.h"
+#include "vml/kernels/complex/complex_lanes.h"
 #include "vml/kernels/complex/complex_ops.h"
 #include "vml/kernels/complex/complex_vec.h"
 #include "vml/kernels/kernel_frame.h"
@@ -11,25 +12,89 @@ namespace {
 
 using namespace vml;
 
-template <class C, class Op, bool Plain>
-void Binary(int32_t n, const C *a, const C *b, C *y) {
-    if constexpr (Plain) {
-        for (int32_t i = 0; i < n; ++i) {
-            C r = Op::Apply(a[i], b[i]);
-            if constexpr (kHasFix<Op>)
-                if (Op::Bad(a[i], b[i], r)) r = Op::Fix(a[i], b[i]);
-            y[i] = r;
-        }
-    } else {
-        ControlGuard guard;
-        if (n > 0) DriveBinary<C, Op>(n, a, b, y);
+// Entry-0 loop: the scalar operation element by element.
+template <class C, class Op> void PlainBinary(int32_t n, const C *a, const C *b, C *y) {
+    for (int32_t i = 0; i < n; ++i) {
+        C r = Op::Apply(a[i], b[i]);
+        if constexpr (kHasFix<Op>)
+            if (Op::Bad(a[i], b[i], r)) r = Op::Fix(a[i], b[i]);
+        y[i] = r;
     }
 }
 
+// One element by the scalar operation, repair included.
+template <class Op, class C> inline C ScalarOp(C p, C q) {
+    const C r = Op::Apply(p, q);
+    return Op::Bad(p, q, r) ? Op::Fix(p, q) : r;
+}
+
+// Complex sums on the flat arrays of parts: the compiler vectorizes the
+// loop (with its own overlap check); partial overlaps keep the ordered
+// element loop.
+template <class C> void FlatAdd(int32_t n, const C *a, const C *b, C *y) {
+    ControlGuard guard;
+    if (n <= 0) return;
+    const size_t bytes = size_t(n) * sizeof *y;
+    if (PartialOverlap(y, a, bytes) || PartialOverlap(y, b, bytes)) {
+        DriveBinary<C, OpCAdd>(n, a, b, y);
+        return;
+    }
+    const auto *pa = &a->real, *pb = &b->real;
+    auto *py = &y->real;
+    for (int32_t k = 0; k < 2 * n; ++k) py[k] = pa[k] + pb[k];
+}
+
+// Interleaved-lane kernels (products; the single-precision quotient), kL
+// elements (two vectors) a step. Lanes::D / Lanes::F compute a vector of
+// results in double lanes, Lanes::BadD / BadF mark the lanes the scalar
+// operation must see. A step with such a lane stores nothing and is redone
+// element by element by the scalar operation, which gives the same bits
+// on the good lanes; inputs are still intact then, so y may equal a or b.
+template <class C, class Op, class Lanes> void PairLoop(int32_t n, const C *a, const C *b, C *y) {
+    using clanes::V;
+    using clanes::VF;
+    constexpr int32_t L = clanes::kL;
+    ControlGuard guard;
+    if (n <= 0) return;
+    const size_t bytes = size_t(n) * sizeof *y;
+    if (PartialOverlap(y, a, bytes) || PartialOverlap(y, b, bytes)) {
+        DriveBinary<C, Op>(n, a, b, y);
+        return;
+    }
+    const auto *pa = &a->real, *pb = &b->real;
+    auto *py = &y->real;
+    int32_t i = 0;
+    for (; i + L <= n; i += L) {
+        const int32_t k = 2 * i;
+        if constexpr (sizeof(C) == 16) {
+            const V r0 = Lanes::D(LoadU<V>(pa + k), LoadU<V>(pb + k));
+            const V r1 = Lanes::D(LoadU<V>(pa + k + L), LoadU<V>(pb + k + L));
+            if (!Any(Lanes::BadD(r0) | Lanes::BadD(r1))) [[likely]] {
+                StoreU(py + k, r0);
+                StoreU(py + k + L, r1);
+                continue;
+            }
+        } else {
+            auto load = [](const float *p) { return __builtin_convertvector(LoadU<VF>(p), V); };
+            const V r0 = Lanes::F(load(pa + k), load(pb + k));
+            const V r1 = Lanes::F(load(pa + k + L), load(pb + k + L));
+            if (!Any(Lanes::BadF(r0) | Lanes::BadF(r1))) [[likely]] {
+                StoreU(py + k, __builtin_convertvector(r0, VF));
+                StoreU(py + k + L, __builtin_convertvector(r1, VF));
+                continue;
+            }
+        }
+        for (int32_t j = i; j < i + L; ++j) y[j] = ScalarOp<Op>(a[j], b[j]);
+    }
+    for (; i < n; ++i) y[i] = ScalarOp<Op>(a[i], b[i]);
+}
+
 // Double-precision quotient and magnitude: vector main path over whole
-// vectors of elements, the scalar operation for the lanes it hands back and
-// for the tail. Inputs of a step are read before its stores (y may equal a
-// or b); partially overlapping arrays take the ordered scalar loop.
+// vectors of elements, the scalar operation for the tail and for every
+// element of a step with a lane the vector path hands back. The body
+// stores only a step it trusts whole, so the inputs of a redone step are
+// intact (y may equal a or b); partially overlapping arrays take the
+// ordered scalar loop.
 template <class Out, class Body, class Redo>
 void ZLoop(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, Out *y,
            Body body, Redo redo) {
@@ -39,12 +104,10 @@ void ZLoop(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, Out *y,
     int32_t i = 0;
     for (; i + L <= n; i += L) {
         V ar, ai, br, bi;
-        cvec::Split(LoadU<V>(pa + 2 * i), LoadU<V>(pa + 2 * i + L), &ar, &ai);
-        cvec::Split(LoadU<V>(pb + 2 * i), LoadU<V>(pb + 2 * i + L), &br, &bi);
-        const cvec::U bad = body(ar, ai, br, bi, y + i);
-        if (Any(bad))
-            for (int32_t k = 0; k < L; ++k)
-                if (bad[k]) y[i + k] = redo(VmlComplex16{ar[k], ai[k]}, VmlComplex16{br[k], bi[k]});
+        cvec::LoadSplit(pa + 2 * i, &ar, &ai);
+        cvec::LoadSplit(pb + 2 * i, &br, &bi);
+        if (body(ar, ai, br, bi, y + i)) [[likely]] continue;
+        for (int32_t k = i; k < i + L; ++k) y[k] = redo(a[k], b[k]);
     }
     for (; i < n; ++i) y[i] = redo(a[i], b[i]);
 }
@@ -61,25 +124,16 @@ void ZBinary(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex
     }
     ZLoop(n, a, b, y,
           [vec](cvec::V ar, cvec::V ai, cvec::V br, cvec::V bi, VmlComplex16 *out) {
-              cvec::V x, z, lo, hi;
-              const cvec::U bad = vec(ar, ai, br, bi, &x, &z);
-              cvec::Join(x, z, &lo, &hi);
-              StoreU(&out->real, lo);
-              StoreU(&out->real + cvec::kL, hi);
-              return bad;
+              cvec::V x, z;
+              if (!vec(ar, ai, br, bi, &x, &z)) return false;
+              cvec::StoreJoin(&out->real, x, z);
+              return true;
           },
-          [](VmlComplex16 p, VmlComplex16 q) {
-              const VmlComplex16 r = Op::Apply(p, q);
-              return Op::Bad(p, q, r) ? Op::Fix(p, q) : r;
-          });
+          [](VmlComplex16 p, VmlComplex16 q) { return ScalarOp<Op>(p, q); });
 }
 
 void ZDiv(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {
     ZBinary<OpCDiv>(n, a, b, y, cvec::Div);
-}
-template <bool Conj>
-void ZMul(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {
-    ZBinary<OpCMul<Conj>>(n, a, b, y, cvec::Mul<Conj>);
 }
 
 void ZAbs(int32_t n, const VmlComplex16 *a, double *y) {
@@ -92,9 +146,9 @@ void ZAbs(int32_t n, const VmlComplex16 *a, double *y) {
     ZLoop(n, a, a, y,
           [](cvec::V re, cvec::V im, cvec::V, cvec::V, double *out) {
               cvec::V r;
-              const cvec::U bad = cvec::Abs(re, im, &r);
+              if (!cvec::Abs(re, im, &r)) return false;
               StoreU(out, r);
-              return bad;
+              return true;
           },
           [](VmlComplex16 p, VmlComplex16) { return OpCAbs::Apply(p); });
 }
@@ -170,35 +224,38 @@ void LinearFrac(int32_t n, const T *a, const T *b, T sa, T ta, T sb, T tb,
 
 }  // namespace
 
-#define VML_CBIN(cname, zname, Op)                                            \
-    void cname(int32_t n, const VmlComplex8 *a, const VmlComplex8 *b,        \
-               VmlComplex8 *y) { Binary<VmlComplex8, Op, false>(n, a, b, y); } \
-    void zname(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b,      \
-               VmlComplex16 *y) { Binary<VmlComplex16, Op, false>(n, a, b, y); } \
+// The plain (entry 0) kernels keep the scalar loops; the others run the
+// vector bodies through the loops above.
+#define VML_CPLAIN(cname, zname, Op)                                          \
     void cname##_plain(int32_t n, const VmlComplex8 *a, const VmlComplex8 *b, \
-               VmlComplex8 *y) { Binary<VmlComplex8, Op, true>(n, a, b, y); } \
+               VmlComplex8 *y) { PlainBinary<VmlComplex8, Op>(n, a, b, y); } \
     void zname##_plain(int32_t n, const VmlComplex16 *a,                     \
                        const VmlComplex16 *b, VmlComplex16 *y) {             \
-        Binary<VmlComplex16, Op, true>(n, a, b, y); }
+        PlainBinary<VmlComplex16, Op>(n, a, b, y); }
+#define VML_CVEC(cname, zname, Run)                                           \
+    void cname(int32_t n, const VmlComplex8 *a, const VmlComplex8 *b,        \
+               VmlComplex8 *y) { Run<VmlComplex8>(n, a, b, y); }             \
+    void zname(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b,      \
+               VmlComplex16 *y) { Run<VmlComplex16>(n, a, b, y); }
 
-VML_CBIN(vcAdd, vzAdd, OpCAdd)
-VML_CBIN(vcMul, vzMulScalar, OpCMul<false>)
-VML_CBIN(vcMulByConj, vzMulByConjScalar, OpCMul<true>)
-void vzMul(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) { ZMul<false>(n, a, b, y); }
-void vzMulByConj(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {
-    ZMul<true>(n, a, b, y);
+template <class C> void Mul(int32_t n, const C *a, const C *b, C *y) {
+    PairLoop<C, OpCMul<false>, clanes::MulLanes<false>>(n, a, b, y);
 }
-void vzMul_plain(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {
-    vzMulScalar_plain(n, a, b, y);
+template <class C> void MulByConj(int32_t n, const C *a, const C *b, C *y) {
+    PairLoop<C, OpCMul<true>, clanes::MulLanes<true>>(n, a, b, y);
 }
-void vzMulByConj_plain(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {
-    vzMulByConjScalar_plain(n, a, b, y);
+
+VML_CPLAIN(vcAdd, vzAdd, OpCAdd)
+VML_CVEC(vcAdd, vzAdd, FlatAdd)
+VML_CPLAIN(vcMul, vzMul, OpCMul<false>)
+VML_CVEC(vcMul, vzMul, Mul)
+VML_CPLAIN(vcMulByConj, vzMulByConj, OpCMul<true>)
+VML_CVEC(vcMulByConj, vzMulByConj, MulByConj)
+VML_CPLAIN(vcDiv, vzDiv, OpCDiv)
+void vcDiv(int32_t n, const VmlComplex8 *a, const VmlComplex8 *b, VmlComplex8 *y) {
+    PairLoop<VmlComplex8, OpCDiv, clanes::DivLanes>(n, a, b, y);
 }
-VML_CBIN(vcDiv, vzDivScalar, OpCDiv)
 void vzDiv(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) { ZDiv(n, a, b, y); }
-void vzDiv_plain(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) {
-    vzDivScalar_plain(n, a, b, y);
-}
 
 void vcAbs(int32_t n, const VmlComplex8 *a, float *y) { CAbs(n, a, y); }
 void vzAbs(int32_t n, const VmlComplex16 *a, double *y) { ZAbs(n, a, y); }

@@ -62,6 +62,16 @@ inline double Kahan(double a, double b, double c, double d) {
 #endif
 }
 
+// a * b + c: one rounding where the level has a fused multiply-add. The
+// vector division uses the same form, so both give the same bits.
+inline double MulAdd(double a, double b, double c) {
+#if ORB_KLEVEL == 7
+    return std::fma(a, b, c);
+#else
+    return a * b + c;
+#endif
+}
+
 // 2^k for k in [-1022, 1023], built from the exponent bits.
 inline double Pow2(int64_t k) { return FromBits<double>(uint64_t(k + 1023) << 52); }
 // Multiplies by 2^k for |k| <= 2044 in two exact-range steps.
@@ -161,8 +171,10 @@ template <bool Conj> struct OpCMul : ByParts<OpCMul<Conj>> {
     }
     static void Parts(double ar, double ai, double br, double bi, double *x, double *y) {
         if (Conj) bi = -bi;
+        // The order of the terms is the one of the interleaved vector form
+        // (complex_lanes.h), so both give the same bits.
         *x = Kahan(ar, br, -ai, bi);
-        *y = Kahan(ar, bi, ai, br);
+        *y = Kahan(ai, br, ar, bi);
     }
     static VmlComplex8 Fix(VmlComplex8 a, VmlComplex8 b) {
         const double ar = a.real, ai = a.imag, br = b.real;
@@ -242,8 +254,8 @@ struct OpCDiv : ByParts<OpCDiv> {
         const double qr0 = nr.hi * inv, qi0 = ni.hi * inv;
         const double rr = (std::fma(-qr0, d.hi, nr.hi) + nr.lo) - qr0 * d.lo;
         const double ri = (std::fma(-qi0, d.hi, ni.hi) + ni.lo) - qi0 * d.lo;
-        *x = Scale2(qr0 + rr * inv, ea - eb);
-        *y = Scale2(qi0 + ri * inv, ea - eb);
+        *x = Scale2(MulAdd(rr, inv, qr0), ea - eb);
+        *y = Scale2(MulAdd(ri, inv, qi0), ea - eb);
     }
     static bool Bad(VmlComplex16 a, VmlComplex16 b, VmlComplex16) { return !FastOk(a, b); }
     // Extended-exponent evaluation (x87 long double where it is wider than
