@@ -8,25 +8,25 @@ VML_COMPLEX_KERNELS(VML_COMPLEX_TABLE)
 
 // Relative cost per element, measured as for the arithmetic rows.
 const float vml_costs_vcAdd[VML_TABLE_SIZE] =
-    VML_COST_RATIOS(1.03f, 1.01f, 1.02f, 1.02f, 1.02f, 1.02f, 1.02f, 1.00f);
+    VML_COST_RATIOS(4.80f, 2.55f, 2.56f, 2.56f, 2.56f, 2.57f, 2.57f, 1.00f);
 const float vml_costs_vzAdd[VML_TABLE_SIZE] =
-    VML_COST_RATIOS(1.48f, 1.21f, 1.21f, 1.21f, 1.21f, 1.21f, 1.21f, 1.00f);
+    VML_COST_RATIOS(2.60f, 1.70f, 1.70f, 1.70f, 1.70f, 1.70f, 1.70f, 1.00f);
 const float vml_costs_vcMul[VML_TABLE_SIZE] =
-    VML_COST_RATIOS(1.04f, 0.99f, 1.09f, 0.99f, 1.44f, 1.19f, 1.01f, 1.04f);
+    VML_COST_RATIOS(2.19f, 1.96f, 1.87f, 1.88f, 1.88f, 1.87f, 1.68f, 1.00f);
 const float vml_costs_vzMul[VML_TABLE_SIZE] =
-    VML_COST_RATIOS(6.63f, 8.63f, 8.17f, 15.59f, 8.13f, 8.24f, 8.04f, 7.85f);
+    VML_COST_RATIOS(17.72f, 5.89f, 5.91f, 5.85f, 5.91f, 5.85f, 5.67f, 2.86f);
 const float vml_costs_vcMulByConj[VML_TABLE_SIZE] =
-    VML_COST_RATIOS(1.06f, 1.01f, 1.01f, 1.00f, 1.00f, 1.02f, 1.14f, 1.00f);
+    VML_COST_RATIOS(2.14f, 2.00f, 1.93f, 1.92f, 1.92f, 1.92f, 1.74f, 1.00f);
 const float vml_costs_vzMulByConj[VML_TABLE_SIZE] =
-    VML_COST_RATIOS(6.08f, 7.46f, 7.42f, 7.55f, 7.49f, 7.43f, 7.53f, 7.15f);
+    VML_COST_RATIOS(9.85f, 5.70f, 5.76f, 5.61f, 5.61f, 5.60f, 5.47f, 2.76f);
 const float vml_costs_vcDiv[VML_TABLE_SIZE] =
-    VML_COST_RATIOS(1.25f, 0.98f, 0.98f, 1.09f, 1.03f, 0.99f, 0.96f, 0.95f);
+    VML_COST_RATIOS(2.03f, 1.86f, 1.83f, 1.83f, 1.84f, 1.83f, 1.83f, 1.01f);
 const float vml_costs_vzDiv[VML_TABLE_SIZE] =
-    VML_COST_RATIOS(12.74f, 4.67f, 3.95f, 4.03f, 3.98f, 4.10f, 3.56f, 1.91f);
+    VML_COST_RATIOS(20.21f, 6.99f, 7.00f, 7.01f, 10.16f, 7.00f, 7.01f, 1.94f);
 const float vml_costs_vcAbs[VML_TABLE_SIZE] =
-    VML_COST_RATIOS(1.03f, 1.03f, 0.97f, 1.03f, 0.99f, 1.02f, 0.92f, 1.03f);
+    VML_COST_RATIOS(2.81f, 2.10f, 1.37f, 1.36f, 1.37f, 1.36f, 1.23f, 1.00f);
 const float vml_costs_vzAbs[VML_TABLE_SIZE] =
-    VML_COST_RATIOS(12.31f, 4.50f, 4.07f, 4.16f, 4.15f, 4.07f, 3.35f, 2.08f);
+    VML_COST_RATIOS(14.93f, 2.89f, 2.55f, 2.53f, 2.63f, 2.58f, 2.52f, 1.38f);
 
 // Linear fraction: the same kernel in every block; level 9 costs 1.0 in all.
 #define VML_LF_ROW(...) {VML_COST_RATIO_BLOCK(__VA_ARGS__, 1.0f), VML_COST_RATIO_BLOCK(__VA_ARGS__, 1.0f), \
