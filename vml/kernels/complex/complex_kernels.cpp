@@ -28,17 +28,22 @@ template <class Op, class C> inline C ScalarOp(C p, C q) {
     return Op::Bad(p, q, r) ? Op::Fix(p, q) : r;
 }
 
+// Empty calls, and partially overlapping arrays through the ordered
+// element loop; true when that finished the call.
+template <class C, class Op> bool DoneElementwise(int32_t n, const C *a, const C *b, C *y) {
+    if (n <= 0) return true;
+    const size_t bytes = size_t(n) * sizeof *y;
+    if (!PartialOverlap(y, a, bytes) && !PartialOverlap(y, b, bytes)) return false;
+    DriveBinary<C, Op>(n, a, b, y);
+    return true;
+}
+
 // Complex sums on the flat arrays of parts: the compiler vectorizes the
 // loop (with its own overlap check); partial overlaps keep the ordered
 // element loop.
 template <class C> void FlatAdd(int32_t n, const C *a, const C *b, C *y) {
     ControlGuard guard;
-    if (n <= 0) return;
-    const size_t bytes = size_t(n) * sizeof *y;
-    if (PartialOverlap(y, a, bytes) || PartialOverlap(y, b, bytes)) {
-        DriveBinary<C, OpCAdd>(n, a, b, y);
-        return;
-    }
+    if (DoneElementwise<C, OpCAdd>(n, a, b, y)) return;
     const auto *pa = &a->real, *pb = &b->real;
     auto *py = &y->real;
     for (int32_t k = 0; k < 2 * n; ++k) py[k] = pa[k] + pb[k];
@@ -55,12 +60,7 @@ template <class C, class Op, class Lanes> void PairLoop(int32_t n, const C *a, c
     using clanes::VF;
     constexpr int32_t L = clanes::kL;
     ControlGuard guard;
-    if (n <= 0) return;
-    const size_t bytes = size_t(n) * sizeof *y;
-    if (PartialOverlap(y, a, bytes) || PartialOverlap(y, b, bytes)) {
-        DriveBinary<C, Op>(n, a, b, y);
-        return;
-    }
+    if (DoneElementwise<C, Op>(n, a, b, y)) return;
     const auto *pa = &a->real, *pb = &b->real;
     auto *py = &y->real;
     int32_t i = 0;
@@ -116,12 +116,7 @@ template <class Op, class VecBody>
 void ZBinary(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y,
              VecBody vec) {
     ControlGuard guard;
-    if (n <= 0) return;
-    const size_t bytes = size_t(n) * sizeof *y;
-    if (PartialOverlap(y, a, bytes) || PartialOverlap(y, b, bytes)) {
-        DriveBinary<VmlComplex16, Op>(n, a, b, y);
-        return;
-    }
+    if (DoneElementwise<VmlComplex16, Op>(n, a, b, y)) return;
     ZLoop(n, a, b, y,
           [vec](cvec::V ar, cvec::V ai, cvec::V br, cvec::V bi, VmlComplex16 *out) {
               cvec::V x, z;
