@@ -272,6 +272,9 @@ void RunStage(const StagePlan<T> &pl, int i, int64_t vb, const Cx<T> *x, Cx<T> *
         ORB_RADIX_CASE(11)
         ORB_RADIX_CASE(13)
         ORB_RADIX_CASE(16)
+        ORB_RADIX_CASE(6)
+        ORB_RADIX_CASE(10)
+        ORB_RADIX_CASE(12)
 #undef ORB_RADIX_CASE
     default:
         StageGeneric<T>(st.radix, x, y, st.m, s, tw, tmajor, pl.tw + st.rtab, scale, p0, p1, q0, q1);

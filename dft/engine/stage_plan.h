@@ -39,7 +39,7 @@ constexpr int kMaxGenericRadix = 61;
 
 constexpr bool HasFixedButterfly(int r) {
     return r == 2 || r == 3 || r == 4 || r == 5 || r == 7 || r == 8 || r == 11 || r == 13 ||
-           r == 16;
+           r == 16 || r == 6 || r == 10 || r == 12;
 }
 
 }  // namespace orb::dft

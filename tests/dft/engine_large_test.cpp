@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "dft/engine/engine_internal.h"
 #include "engine_oracle.h"
 
 namespace orb::dft::test {
@@ -22,7 +23,7 @@ std::vector<LCx> Round(std::vector<LCx> x) {
 // One out-of-place 1-D transform of length n through the engine in T.
 template <class T>
 std::vector<LCx> Transform1D(int64_t n, int sign, const std::vector<LCx> &x, int nthreads = 1, double scale = 1.0,
-                             EngineKind kind = EngineKind::C2C) {
+                             EngineKind kind = EngineKind::C2C, int level = 0) {
     EngineProblem p;
     p.kind = kind, p.is_double = sizeof(T) == 8, p.sign = sign, p.dims[0] = {n, 1, 1};
     p.nthreads = nthreads, p.scale = scale;
@@ -33,7 +34,7 @@ std::vector<LCx> Transform1D(int64_t n, int sign, const std::vector<LCx> &x, int
         else in[2 * i] = T(x[i].real()), in[2 * i + 1] = T(x[i].imag());
     }
     int status = -1;
-    EnginePlan *plan = EnginePlanCreate(p, &status);
+    EnginePlan *plan = level ? EnginePlanCreateForLevel(p, level, &status) : EnginePlanCreate(p, &status);
     EXPECT_EQ(status, EngineOk);
     std::vector<LCx> y;
     if (!plan) return y;
@@ -47,19 +48,21 @@ struct Sampled {
     int64_t n;
     bool is_double;
     int nthreads = 1;
+    int level = 0;  // 0: the process's level
 };
 
 class EngineLargeLengths : public ::testing::TestWithParam<Sampled> {};
 
 TEST_P(EngineLargeLengths, SampledBinsMatchNaiveDft) {
-    const auto [n, dbl, nthreads] = GetParam();
+    const auto [n, dbl, nthreads, level] = GetParam();
     const std::vector<LCx> x = RandomComplex(n, 77 + n);
     // The top bins are those Bluestein's convolution wraps, when it does.
     std::vector<int64_t> ks = {0, n - 3, n - 2, n - 1};
     for (int b = 2; b < (n > (1 << 14) ? 6 : 16); ++b) ks.push_back((b * 2654435761ll + 12345) % n);
     std::vector<LCx> got, ref;
     for (int sign : {-1, 1}) {
-        const std::vector<LCx> y = dbl ? Transform1D<double>(n, sign, x, nthreads) : Transform1D<float>(n, sign, x, nthreads);
+        const std::vector<LCx> y = dbl ? Transform1D<double>(n, sign, x, nthreads, 1.0, EngineKind::C2C, level)
+                                       : Transform1D<float>(n, sign, x, nthreads, 1.0, EngineKind::C2C, level);
         ASSERT_EQ(y.size(), size_t(n));
         for (int64_t k : ks) got.push_back(y[k]);
         for (LCx v : NaiveBins(x, ks, sign)) ref.push_back(v);
@@ -83,12 +86,22 @@ const Sampled kSampled[] = {
     // Bluestein with wrapped outputs: 65539 (131072 points, K = 5) and
     // 16531 (32768 points, K = 293, the most below 20000).
     {65539, true}, {65539, false, 2}, {16531, true}, {16531, false},
+    // Beyond the first-level cache 3s and 5s pair with factors of two, on
+    // every kernel build: 12,10,5,5 (3000 double), 12,11,6,3 (2376 double),
+    // 12,10,10,5 and 12,23,6,3 (6000, 4968 single), a radix-8 first stage
+    // before 10s in single (8000: 8,10,10,10; 10000: 8,10,5,5,5), 10^4 and
+    // 12^5 in double.
+    {3000, true, 1, 5}, {3000, true, 1, 6}, {3000, true, 1, 7}, {2376, true, 1, 5}, {2376, true, 1, 7},
+    {6000, false, 1, 5}, {6000, false, 1, 6}, {6000, false, 1, 7}, {4968, false, 1, 5}, {4968, false, 1, 7},
+    {8000, false, 1, 5}, {8000, false, 1, 6}, {8000, false, 1, 7}, {10000, false, 1, 5}, {10000, false, 2, 7},
+    {10000, true, 1, 5}, {10000, true, 1, 6}, {10000, true, 2, 7}, {248832, true, 1, 7}, {248832, false, 1, 7},
 };
 
 INSTANTIATE_TEST_SUITE_P(Lengths, EngineLargeLengths, ::testing::ValuesIn(kSampled),
                          [](const auto &info) {
                              return std::to_string(info.param.n) + (info.param.is_double ? "_d" : "_s") +
-                                    (info.param.nthreads > 1 ? "_threads" : "");
+                                    (info.param.nthreads > 1 ? "_threads" : "") +
+                                    (info.param.level ? "_level" + std::to_string(info.param.level) : "");
                          });
 
 // Identities of the DFT: Parseval, linearity, the transform of a shifted
