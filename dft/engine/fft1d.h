@@ -33,6 +33,8 @@ public:
     SmallFn<T> Small() const { return small_; }
     // Whether ExecInterleaved is available (plain mixed-radix stages).
     bool Interleavable() const { return !four_ && !blue_ && !rader_; }
+    // Whether a single row runs the two-pass kernel.
+    bool HasTwoPass() const { return two_ != nullptr; }
     // vb sequences interleaved element by element ([j*vb + c]); work holds
     // n*vb elements.
     void ExecInterleaved(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int64_t vb) const;

@@ -92,6 +92,10 @@ std::vector<Case> LayoutCases() {
         {.name = "two_pass_strided_inplace", .sign = 1, .dims = {512}, .in_unit = 2, .in_place = true, .scale = 0.25},
         {.name = "two_pass_split", .sign = 1, .dims = {128}, .split_in = true, .split_out = true},
         {.name = "two_pass_threads", .dims = {100}, .nthreads = 2},
+        // Rows with a two-pass kernel run one at a time, not gathered.
+        {.name = "two_pass_rows_2d", .sign = 1, .dims = {12, 128}, .pad = 1},
+        {.name = "two_pass_rows_batch_inplace", .dims = {256}, .batch = {3}, .in_place = true, .scale = 0.5},
+        {.name = "two_pass_rows_threads_2d", .dims = {6, 100}, .nthreads = 2},
         // Even real lengths whose half-length complex FFT takes two passes.
         {.name = "r2c_two_pass", .kind = R2C, .dims = {1024}},
         {.name = "c2r_two_pass_inplace", .kind = C2R, .sign = 1, .dims = {256}, .in_place = true, .scale = 1.0 / 256},
