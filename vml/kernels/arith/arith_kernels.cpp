@@ -66,7 +66,12 @@ void VectorLoop(int32_t n, const T *a, const T *b, T *y, int32_t start) {
                 continue;
             }
         }
-        for (int32_t j = 0; j < U; ++j) store(y + i + j * W, Op::Apply(va[j], vb[j]));
+        V vr[U];
+        for (int32_t j = 0; j < U; ++j) vr[j] = Op::Apply(va[j], vb[j]);
+        for (int32_t j = 0; j < U; ++j) {
+            store(y + i + j * W, vr[j]);
+            KeepStoreOrder();
+        }
     }
     for (; i + W <= n; i += W) {
         const V va = LoadU<V>(a + i);
