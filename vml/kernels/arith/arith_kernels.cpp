@@ -100,9 +100,9 @@ void VectorLoop(int32_t n, const T *a, const T *b, T *y, int32_t start) {
     OrderedRange<T, Op>(i, n, a, b, y);
 }
 
+// The call's work once the control bits are set.
 template <class T, class Op, bool One = false>
-void Binary(int32_t n, const T *a, const T *b, T *y) {
-    ControlGuard guard;
+inline void Elementwise(int32_t n, const T *a, const T *b, T *y) {
     if (n <= 0) return;
     const size_t bytes = size_t(n) * sizeof(T);
     if (PartialOverlap(y, a, bytes) || PartialOverlap(y, b, bytes))
@@ -122,25 +122,23 @@ void Binary(int32_t n, const T *a, const T *b, T *y) {
 
 }  // namespace
 
-#define VML_BIN(sname, dname, Op)                                           \
-    void sname(int32_t n, const float *a, const float *b, float *y) {      \
-        Binary<float, Op>(n, a, b, y); }                                    \
-    void dname(int32_t n, const double *a, const double *b, double *y) {   \
-        Binary<double, Op>(n, a, b, y); }                                   \
-    void sname##_plain(int32_t n, const float *a, const float *b,          \
-                       float *y) { OrderedLoop<float, Op>(n, a, b, y); }    \
-    void dname##_plain(int32_t n, const double *a, const double *b,        \
-                       double *y) { OrderedLoop<double, Op>(n, a, b, y); }
+// Each export's body (no control-word frame, out of line: the framed
+// kernel reaches it by a tail call), the framed kernel and the plain loop.
+#define VML_BIN_ONE(name, T, Op)                                               \
+    __attribute__((noinline)) void name##_body(int32_t n, const T *a, const T *b, T *y) { \
+        Elementwise<T, Op>(n, a, b, y); }                                      \
+    void name(int32_t n, const T *a, const T *b, T *y) {                       \
+        Framed<name##_body>(n, a, b, y); }                                     \
+    void name##_plain(int32_t n, const T *a, const T *b, T *y) {               \
+        OrderedLoop<T, Op>(n, a, b, y); }
+#define VML_BIN(sname, dname, Op) VML_BIN_ONE(sname, float, Op) VML_BIN_ONE(dname, double, Op)
 // One-input kernels run the same loops with the input passed twice.
-#define VML_UN(sname, dname, Op)                                            \
-    void sname(int32_t n, const float *a, float *y) {                      \
-        Binary<float, Op, true>(n, a, a, y); }                              \
-    void dname(int32_t n, const double *a, double *y) {                    \
-        Binary<double, Op, true>(n, a, a, y); }                             \
-    void sname##_plain(int32_t n, const float *a, float *y) {              \
-        OrderedLoop<float, Op>(n, a, a, y); }                               \
-    void dname##_plain(int32_t n, const double *a, double *y) {            \
-        OrderedLoop<double, Op>(n, a, a, y); }
+#define VML_UN_ONE(name, T, Op)                                                \
+    __attribute__((noinline)) void name##_body(int32_t n, const T *a, T *y) {  \
+        Elementwise<T, Op, true>(n, a, a, y); }                                \
+    void name(int32_t n, const T *a, T *y) { Framed<name##_body>(n, a, y); }   \
+    void name##_plain(int32_t n, const T *a, T *y) { OrderedLoop<T, Op>(n, a, a, y); }
+#define VML_UN(sname, dname, Op) VML_UN_ONE(sname, float, Op) VML_UN_ONE(dname, double, Op)
 
 VML_BIN(vsAdd, vdAdd, OpAdd)
 VML_BIN(vsSub, vdSub, OpSub)

@@ -5,6 +5,9 @@
 #define VML_ARITH_TABLE(name, type) \
     const type vml_kernels_##name[VML_TABLE_SIZE] = VML_KERNEL_TABLE(name);
 VML_ARITH_KERNELS(VML_ARITH_TABLE)
+#define VML_ARITH_BODIES(name, type) \
+    const type vml_bodies_##name[VML_TABLE_SIZE] = VML_BODY_TABLE(name);
+VML_ARITH_KERNELS(VML_ARITH_BODIES)
 
 // Relative cost per element (units of the dynamic thread rule): each row
 // holds the measured time of levels 0, 2..8 relative to level 9 of the same

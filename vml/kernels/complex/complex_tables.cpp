@@ -5,6 +5,9 @@
 #define VML_COMPLEX_TABLE(name, type) \
     const type vml_kernels_##name[VML_TABLE_SIZE] = VML_KERNEL_TABLE(name);
 VML_COMPLEX_KERNELS(VML_COMPLEX_TABLE)
+#define VML_COMPLEX_BODIES(name, type) \
+    const type vml_bodies_##name[VML_TABLE_SIZE] = VML_BODY_TABLE(name);
+VML_COMPLEX_ARITH_KERNELS(VML_COMPLEX_BODIES)
 
 // Relative cost per element, measured as for the arithmetic rows.
 const float vml_costs_vcAdd[VML_TABLE_SIZE] =
