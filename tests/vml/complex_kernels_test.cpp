@@ -378,6 +378,43 @@ TEST(VmlComplexKernels, AddEverySlotAndLength) {
     }
 }
 
+// Sums into an output that overlaps the first input, whole elements or
+// one part apart, in either direction: element by element in index order,
+// each element read whole before its result is stored.
+template <class C> void CheckAddOverlap(bool bodies) {
+    using R = decltype(C::real);
+    using Bin = void (*)(int32_t, const C *, const C *, C *);
+    const Bin *table = static_cast<const Bin *>(sizeof(R) == 8 ? ORB_TABLE(vzAdd) : ORB_TABLE(vcAdd));
+    const std::vector<R> d = orb::test::Data<R>(2 * 600 + 16, 31), e = orb::test::Data<R>(2 * 600, 32);
+    for (int slot = 0; slot < 30; ++slot) {
+        if (!SlotRunnable(slot)) continue;
+        for (int32_t n : {5, 37, 600})
+            for (int shift : {6, -6, 1, -1}) {  // in parts
+                std::vector<R> buf(d.begin(), d.begin() + 2 * n + 16), ref = buf;
+                const R *pb = e.data();
+                for (int32_t i = 0; i < n; ++i) {
+                    const R ar = ref[8 + 2 * i], ai = ref[9 + 2 * i];
+                    ref[8 + shift + 2 * i] = R((long double)ar + pb[2 * i]);
+                    ref[9 + shift + 2 * i] = R((long double)ai + pb[2 * i + 1]);
+                }
+                table[slot](n, reinterpret_cast<const C *>(buf.data() + 8), reinterpret_cast<const C *>(pb),
+                            reinterpret_cast<C *>(buf.data() + 8 + shift));
+                for (size_t k = 0; k < buf.size(); ++k)
+                    ASSERT_TRUE(orb::test::SameValue(ref[k], buf[k]))
+                        << "bodies " << bodies << " slot " << slot << " n " << n << " shift " << shift
+                        << " part " << k;
+            }
+    }
+}
+
+TEST(VmlComplexKernels, AddOverlappingArrays) {
+    ModeScope mode(kQuiet);
+    for (bool bodies : {false, true}) {
+        CheckAddOverlap<VmlComplex16>(bodies);
+        CheckAddOverlap<VmlComplex8>(bodies);
+    }
+}
+
 TEST(VmlLinearFrac, ThreeCasesEverySlot) {
     ModeScope mode(kQuiet);
     std::vector<double> a = orb::test::Data<double>(64, 9), b = orb::test::Data<double>(64, 10);

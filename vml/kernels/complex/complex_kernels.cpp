@@ -38,14 +38,28 @@ template <class C, class Op> bool DoneElementwise(int32_t n, const C *a, const C
     return true;
 }
 
-// Complex sums on the flat arrays of parts: the compiler vectorizes the
-// loop (with its own overlap check); partial overlaps keep the ordered
-// element loop.
+// The real sum's body over parts, in pieces: it counts them in int32.
+template <class R> void PartsAdd(int64_t parts, const R *a, const R *b, R *y) {
+    constexpr int64_t kPiece = int64_t(1) << 30;
+    for (; parts > kPiece; parts -= kPiece, a += kPiece, b += kPiece, y += kPiece) {
+        if constexpr (sizeof(R) == 4) vsAdd_body(int32_t(kPiece), a, b, y);
+        else vdAdd_body(int32_t(kPiece), a, b, y);
+    }
+    if constexpr (sizeof(R) == 4) vsAdd_body(int32_t(parts), a, b, y);
+    else vdAdd_body(int32_t(parts), a, b, y);
+}
+
+// Complex sums as real sums over the flat arrays of parts, by the real
+// kernel's body (unrolled loop, alignment peel, tail). That body takes
+// partially overlapping arrays part by part in index order, which gives
+// the element loop's results whenever the arrays lie whole elements
+// apart; arrays that overlap at a part's offset keep the element loop.
 template <class C> void FlatAdd(int32_t n, const C *a, const C *b, C *y) {
-    if (DoneElementwise<C, OpCAdd>(n, a, b, y)) return;
-    const auto *pa = &a->real, *pb = &b->real;
-    auto *py = &y->real;
-    for (int32_t k = 0; k < 2 * n; ++k) py[k] = pa[k] + pb[k];
+    const uintptr_t py = uintptr_t(y);
+    if (((py - uintptr_t(a)) | (py - uintptr_t(b))) % sizeof(C) != 0 &&
+        DoneElementwise<C, OpCAdd>(n, a, b, y))
+        return;
+    PartsAdd(2 * int64_t(n), &a->real, &b->real, &y->real);
 }
 
 // Interleaved-lane kernels (products; the single-precision quotient), kL
