@@ -86,14 +86,20 @@ void VectorLoop(int32_t n, const T *a, const T *b, T *y, int32_t start) {
         }
         store(y + i, Op::Apply(va, vb));
     }
-    if constexpr (!Op::kReports) {
-        // The last few elements as one vector ending at n: the ones it
-        // repeats get the same bits again, which only holds while the
-        // output does not overwrite an input.
-        if (i < n && n >= W && y != a && y != b) {
-            const int32_t last = n - W;
-            const V va = LoadU<V>(a + last);
-            StoreU(y + last, Op::Apply(va, One ? va : LoadU<V>(b + last)));
+    // The last few elements as one vector ending at n: the ones it repeats
+    // get the same bits again, which only holds while the output does not
+    // overwrite an input, and, for an op that reports, while no lane of it
+    // may have to (a report would come twice, or out of order).
+    if (i < n && n >= W && y != a && y != b) {
+        const int32_t last = n - W;
+        const V va = LoadU<V>(a + last);
+        V vb;
+        if constexpr (One) vb = va;
+        else vb = LoadU<V>(b + last);
+        bool clean = true;
+        if constexpr (Op::kReports) clean = !Any(Op::Suspect(vb));
+        if (clean) [[likely]] {
+            StoreU(y + last, Op::Apply(va, vb));
             return;
         }
     }
