@@ -37,6 +37,26 @@ __attribute__((noinline)) void ReportingStep(int32_t first, int32_t last, const 
     OrderedRange<T, Op>(first, last, a, b, y);
 }
 
+// One unaligned vector over [at, at + W) that overlaps elements done by
+// other steps (the peel's first vector, the one ending at n): the ones it
+// repeats get the same bits again, which only holds while the output does
+// not overwrite an input, and, for an op that reports, while no lane of it
+// may have to (a report would come twice, or out of order). False when it
+// did nothing.
+template <class T, class Op, bool One>
+inline bool OverlappedStep(int32_t at, const T *a, const T *b, T *y) {
+    using V = typename Vec<T>::V;
+    if (y == a || y == b) return false;
+    const V va = LoadU<V>(a + at);
+    V vb;
+    if constexpr (One) vb = va;
+    else vb = LoadU<V>(b + at);
+    if constexpr (Op::kReports)
+        if (Any(Op::Suspect(vb))) return false;
+    StoreU(y + at, Op::Apply(va, vb));
+    return true;
+}
+
 // Inputs of a step are loaded before its stores, so y may equal a or b.
 // Elements before `start` are done already (the peel). One-input kernels
 // (One) load their input once: the second load of the same vector would
@@ -86,23 +106,8 @@ void VectorLoop(int32_t n, const T *a, const T *b, T *y, int32_t start) {
         }
         store(y + i, Op::Apply(va, vb));
     }
-    // The last few elements as one vector ending at n: the ones it repeats
-    // get the same bits again, which only holds while the output does not
-    // overwrite an input, and, for an op that reports, while no lane of it
-    // may have to (a report would come twice, or out of order).
-    if (i < n && n >= W && y != a && y != b) {
-        const int32_t last = n - W;
-        const V va = LoadU<V>(a + last);
-        V vb;
-        if constexpr (One) vb = va;
-        else vb = LoadU<V>(b + last);
-        bool clean = true;
-        if constexpr (Op::kReports) clean = !Any(Op::Suspect(vb));
-        if (clean) [[likely]] {
-            StoreU(y + last, Op::Apply(va, vb));
-            return;
-        }
-    }
+    // The last few elements as one vector ending at n.
+    if (i < n && n >= W && OverlappedStep<T, Op, One>(n - W, a, b, y)) [[likely]] return;
     OrderedRange<T, Op>(i, n, a, b, y);
 }
 
@@ -118,8 +123,13 @@ inline void Elementwise(int32_t n, const T *a, const T *b, T *y) {
     else if (off % sizeof(T) == 0 && n >= 4 * Vec<T>::kLanes) {
         // Peel up to the output's vector boundary: no store then splits a
         // cache line, and inputs placed like the output load aligned too.
+        // The division's peel is one unaligned vector where it may be: up
+        // to seven scalar divisions cost more than the call's whole main
+        // loop at n = 100 (for the cheap ops the scalar peel measured no
+        // slower).
         const int32_t peel = int32_t((kVecBytes - off) / sizeof(T));
-        OrderedLoop<T, Op>(peel, a, b, y);
+        if (!(Op::kReports && OverlappedStep<T, Op, One>(0, a, b, y)))
+            OrderedLoop<T, Op>(peel, a, b, y);
         VectorLoop<T, Op, One, true>(n, a, b, y, peel);
     } else {
         VectorLoop<T, Op, One, false>(n, a, b, y, 0);
