@@ -2,6 +2,8 @@
 // and the hand-over to the shape's threader.
 #include <initializer_list>
 #include <string.h>
+#include <type_traits>
+#include <xmmintrin.h>
 
 #include "service/serv.h"
 #include "vml/vml_tables.h"
@@ -44,11 +46,13 @@ template <class... P> inline bool Accepted(int32_t n, const P *...pointers) {
 }
 
 // Table slot for a mode word and level; an accuracy code outside 1..3
-// (only a hand-made mode word can hold one) counts as 2.
+// (only a hand-made mode word can hold one) counts as 2. By a table of
+// the accuracy field: one load where the range test took a branch.
+constexpr int8_t kAccuracyBlock[16] = {10, 0, 10, 20, 10, 10, 10, 10,
+                                       10, 10, 10, 10, 10, 10, 10, 10};
+static_assert(VmlModeAccuracyMask == 0xF);
 inline int32_t SlotOf(uint32_t mode, int32_t level) {
-    int32_t code = int32_t(mode & VmlModeAccuracyMask);
-    if (code < 1 || code > 3) code = 2;
-    return level + 10 * (code - 1);
+    return level + kAccuracyBlock[mode & VmlModeAccuracyMask];
 }
 
 // The kernel of a slot, in this thread when the call is short, else
@@ -75,15 +79,26 @@ __attribute__((noinline)) void DispatchSlow(const K *kernels, const float *costs
 
 // Serial calls with the thread's record, the level and the threading
 // words already known make no call before their kernel's (so save no
-// registers either); the rest go through DispatchSlow.
+// registers either); the rest go through DispatchSlow. Exports with a
+// bodies table run the body straight away when the control bits are what
+// the mode wants: the framed kernel would change nothing then, and would
+// only look the record up and read the control word again.
 template <class K, class Threader, class... A>
-__attribute__((always_inline)) inline void Dispatch(const K *kernels, const float *costs,
-                                                    Threader thr, int32_t n, A... args) {
+__attribute__((always_inline)) inline void Dispatch(const K *kernels,
+                                                    std::type_identity_t<const K *> bodies,
+                                                    const float *costs, Threader thr, int32_t n,
+                                                    A... args) {
     const ServThreadState *record = orb::CachedThreadRecord();
     const int32_t level = orb::g_ext_level.load(std::memory_order_acquire);
     if (record && record->vml_mode != 0 && level != -1) [[likely]] {
-        const int32_t s = SlotOf(record->vml_mode, level);
+        const uint32_t mode = record->vml_mode;
+        const int32_t s = SlotOf(mode, level);
         if (orb::vml::KnownSerial(n, costs[s])) [[likely]] {
+            if (bodies != nullptr &&
+                (_mm_getcsr() & orb::vml::kCsrMask) == orb::vml::WantedCsrBits(mode)) [[likely]] {
+                bodies[s](n, args...);
+                return;
+            }
             kernels[s](n, args...);
             return;
         }
@@ -91,77 +106,81 @@ __attribute__((always_inline)) inline void Dispatch(const K *kernels, const floa
     DispatchSlow(kernels, costs, thr, n, args...);
 }
 
+// The bodies argument of Dispatch: the table, or none.
+#define ORB_BODIED(name) vml_bodies_##name
+#define ORB_FRAMED(name) nullptr
+
 }  // namespace
 
-#define ORB_UNARY(name, T, thr)                                             \
+#define ORB_UNARY(name, T, thr, B)                                          \
     ORB_EXPORT void name(int n, const T *a, T *y) {                         \
         if (!Accepted(n, a, y)) [[unlikely]] {                              \
             Refuse(#name, n, {{a, 2}, {y, 3}});                             \
             return;                                                         \
         }                                                                   \
-        Dispatch(vml_kernels_##name, vml_costs_##name, thr, n, a, y);       \
+        Dispatch(vml_kernels_##name, B(name), vml_costs_##name, thr, n, a, y); \
     }
-#define ORB_BINARY(name, T, thr)                                            \
+#define ORB_BINARY(name, T, thr, B)                                         \
     ORB_EXPORT void name(int n, const T *a, const T *b, T *y) {             \
         if (!Accepted(n, a, b, y)) [[unlikely]] {                           \
             Refuse(#name, n, {{a, 2}, {b, 3}, {y, 4}});                     \
             return;                                                         \
         }                                                                   \
-        Dispatch(vml_kernels_##name, vml_costs_##name, thr, n, a, b, y);    \
+        Dispatch(vml_kernels_##name, B(name), vml_costs_##name, thr, n, a, b, y); \
     }
 
-ORB_BINARY(vsAdd, float, orb_vml_serv_threader_s_2i_1o)
-ORB_BINARY(vdAdd, double, orb_vml_serv_threader_d_2i_1o)
-ORB_BINARY(vsSub, float, orb_vml_serv_threader_s_2i_1o)
-ORB_BINARY(vdSub, double, orb_vml_serv_threader_d_2i_1o)
-ORB_BINARY(vsMul, float, orb_vml_serv_threader_s_2i_1o)
-ORB_BINARY(vdMul, double, orb_vml_serv_threader_d_2i_1o)
-ORB_BINARY(vsDiv, float, orb_vml_serv_threader_s_2i_1o)
-ORB_BINARY(vdDiv, double, orb_vml_serv_threader_d_2i_1o)
-ORB_BINARY(vsAtan2, float, orb_vml_serv_threader_s_2i_1o)
-ORB_BINARY(vdAtan2, double, orb_vml_serv_threader_d_2i_1o)
-ORB_BINARY(vcAdd, VmlComplex8, orb_vml_serv_threader_c_2i_1o)
-ORB_BINARY(vzAdd, VmlComplex16, orb_vml_serv_threader_z_2i_1o)
-ORB_BINARY(vcMul, VmlComplex8, orb_vml_serv_threader_c_2i_1o)
-ORB_BINARY(vzMul, VmlComplex16, orb_vml_serv_threader_z_2i_1o)
-ORB_BINARY(vcMulByConj, VmlComplex8, orb_vml_serv_threader_c_2i_1o)
-ORB_BINARY(vzMulByConj, VmlComplex16, orb_vml_serv_threader_z_2i_1o)
-ORB_BINARY(vcDiv, VmlComplex8, orb_vml_serv_threader_c_2i_1o)
-ORB_BINARY(vzDiv, VmlComplex16, orb_vml_serv_threader_z_2i_1o)
-ORB_UNARY(vsSqr, float, orb_vml_serv_threader_s_1i_1o)
-ORB_UNARY(vdSqr, double, orb_vml_serv_threader_d_1i_1o)
-ORB_UNARY(vsAbs, float, orb_vml_serv_threader_s_1i_1o)
-ORB_UNARY(vdAbs, double, orb_vml_serv_threader_d_1i_1o)
-ORB_UNARY(vsRound, float, orb_vml_serv_threader_s_1i_1o)
-ORB_UNARY(vdRound, double, orb_vml_serv_threader_d_1i_1o)
-ORB_UNARY(vsSqrt, float, orb_vml_serv_threader_s_1i_1o)
-ORB_UNARY(vdSqrt, double, orb_vml_serv_threader_d_1i_1o)
-ORB_UNARY(vsCbrt, float, orb_vml_serv_threader_s_1i_1o)
-ORB_UNARY(vdCbrt, double, orb_vml_serv_threader_d_1i_1o)
-ORB_UNARY(vsInvCbrt, float, orb_vml_serv_threader_s_1i_1o)
-ORB_UNARY(vdInvCbrt, double, orb_vml_serv_threader_d_1i_1o)
+ORB_BINARY(vsAdd, float, orb_vml_serv_threader_s_2i_1o, ORB_BODIED)
+ORB_BINARY(vdAdd, double, orb_vml_serv_threader_d_2i_1o, ORB_BODIED)
+ORB_BINARY(vsSub, float, orb_vml_serv_threader_s_2i_1o, ORB_BODIED)
+ORB_BINARY(vdSub, double, orb_vml_serv_threader_d_2i_1o, ORB_BODIED)
+ORB_BINARY(vsMul, float, orb_vml_serv_threader_s_2i_1o, ORB_BODIED)
+ORB_BINARY(vdMul, double, orb_vml_serv_threader_d_2i_1o, ORB_BODIED)
+ORB_BINARY(vsDiv, float, orb_vml_serv_threader_s_2i_1o, ORB_BODIED)
+ORB_BINARY(vdDiv, double, orb_vml_serv_threader_d_2i_1o, ORB_BODIED)
+ORB_BINARY(vsAtan2, float, orb_vml_serv_threader_s_2i_1o, ORB_FRAMED)
+ORB_BINARY(vdAtan2, double, orb_vml_serv_threader_d_2i_1o, ORB_FRAMED)
+ORB_BINARY(vcAdd, VmlComplex8, orb_vml_serv_threader_c_2i_1o, ORB_BODIED)
+ORB_BINARY(vzAdd, VmlComplex16, orb_vml_serv_threader_z_2i_1o, ORB_BODIED)
+ORB_BINARY(vcMul, VmlComplex8, orb_vml_serv_threader_c_2i_1o, ORB_BODIED)
+ORB_BINARY(vzMul, VmlComplex16, orb_vml_serv_threader_z_2i_1o, ORB_BODIED)
+ORB_BINARY(vcMulByConj, VmlComplex8, orb_vml_serv_threader_c_2i_1o, ORB_BODIED)
+ORB_BINARY(vzMulByConj, VmlComplex16, orb_vml_serv_threader_z_2i_1o, ORB_BODIED)
+ORB_BINARY(vcDiv, VmlComplex8, orb_vml_serv_threader_c_2i_1o, ORB_BODIED)
+ORB_BINARY(vzDiv, VmlComplex16, orb_vml_serv_threader_z_2i_1o, ORB_BODIED)
+ORB_UNARY(vsSqr, float, orb_vml_serv_threader_s_1i_1o, ORB_BODIED)
+ORB_UNARY(vdSqr, double, orb_vml_serv_threader_d_1i_1o, ORB_BODIED)
+ORB_UNARY(vsAbs, float, orb_vml_serv_threader_s_1i_1o, ORB_BODIED)
+ORB_UNARY(vdAbs, double, orb_vml_serv_threader_d_1i_1o, ORB_BODIED)
+ORB_UNARY(vsRound, float, orb_vml_serv_threader_s_1i_1o, ORB_BODIED)
+ORB_UNARY(vdRound, double, orb_vml_serv_threader_d_1i_1o, ORB_BODIED)
+ORB_UNARY(vsSqrt, float, orb_vml_serv_threader_s_1i_1o, ORB_FRAMED)
+ORB_UNARY(vdSqrt, double, orb_vml_serv_threader_d_1i_1o, ORB_FRAMED)
+ORB_UNARY(vsCbrt, float, orb_vml_serv_threader_s_1i_1o, ORB_FRAMED)
+ORB_UNARY(vdCbrt, double, orb_vml_serv_threader_d_1i_1o, ORB_FRAMED)
+ORB_UNARY(vsInvCbrt, float, orb_vml_serv_threader_s_1i_1o, ORB_FRAMED)
+ORB_UNARY(vdInvCbrt, double, orb_vml_serv_threader_d_1i_1o, ORB_FRAMED)
 
-#define ORB_POWX(name, T, thr)                                              \
+#define ORB_POWX(name, T, thr, B)                                           \
     ORB_EXPORT void name(int n, const T *a, T b, T *y) {                    \
         if (!Accepted(n, a, y)) [[unlikely]] {                              \
             Refuse(#name, n, {{a, 2}, {y, 4}});                             \
             return;                                                         \
         }                                                                   \
-        Dispatch(vml_kernels_##name, vml_costs_##name, thr, n, a, b, y);    \
+        Dispatch(vml_kernels_##name, B(name), vml_costs_##name, thr, n, a, b, y); \
     }
-ORB_POWX(vsPowx, float, orb_vml_serv_threader_s_cs_2i_s_1o)
-ORB_POWX(vdPowx, double, orb_vml_serv_threader_d_cd_2i_d_1o)
+ORB_POWX(vsPowx, float, orb_vml_serv_threader_s_cs_2i_s_1o, ORB_FRAMED)
+ORB_POWX(vdPowx, double, orb_vml_serv_threader_d_cd_2i_d_1o, ORB_FRAMED)
 
-#define ORB_CABS(name, C, R, thr)                                           \
+#define ORB_CABS(name, C, R, thr, B)                                        \
     ORB_EXPORT void name(int n, const C *a, R *y) {                         \
         if (!Accepted(n, a, y)) [[unlikely]] {                              \
             Refuse(#name, n, {{a, 2}, {y, 3}});                             \
             return;                                                         \
         }                                                                   \
-        Dispatch(vml_kernels_##name, vml_costs_##name, thr, n, a, y);       \
+        Dispatch(vml_kernels_##name, B(name), vml_costs_##name, thr, n, a, y); \
     }
-ORB_CABS(vcAbs, VmlComplex8, float, orb_vml_serv_threader_c_1i_s_1o)
-ORB_CABS(vzAbs, VmlComplex16, double, orb_vml_serv_threader_z_1i_d_1o)
+ORB_CABS(vcAbs, VmlComplex8, float, orb_vml_serv_threader_c_1i_s_1o, ORB_BODIED)
+ORB_CABS(vzAbs, VmlComplex16, double, orb_vml_serv_threader_z_1i_d_1o, ORB_BODIED)
 
 #define ORB_LINEARFRAC(name, T, thr)                                        \
     ORB_EXPORT void name(int n, const T *a, const T *b, T scalea,           \

@@ -140,6 +140,15 @@ inline uint32_t ThreadMode() {
     const uint32_t mode = orb::ThreadRecord()->vml_mode;
     return mode != 0 ? mode : ServVmlGetMode();
 }
+
+// Control-word bits the kernels own: FTZ, DAZ and rounding control, the
+// first two set only when the mode asks for flushing, rounding to nearest.
+// (Always inline: the kernel sources of every instruction-set level use it.)
+constexpr uint32_t kCsrMask = 0xE040;
+constexpr uint32_t kCsrFlushBits = 0x8040;
+__attribute__((always_inline)) constexpr uint32_t WantedCsrBits(uint32_t mode) {
+    return (mode & VmlModeDenormMask) == VmlModeDenormFlush ? kCsrFlushBits : 0u;
+}
 }  // namespace orb::vml
 #endif
 

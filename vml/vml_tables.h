@@ -39,6 +39,19 @@
     X(vsAbs, VmlUnaryKernelS) X(vdAbs, VmlUnaryKernelD)        \
     X(vsRound, VmlUnaryKernelS) X(vdRound, VmlUnaryKernelD)
 
+/* X-macro of the complex exports but the linear fraction. */
+#define VML_COMPLEX_ARITH_KERNELS(X)                                   \
+    X(vcAdd, VmlBinaryKernelC) X(vzAdd, VmlBinaryKernelZ)              \
+    X(vcMul, VmlBinaryKernelC) X(vzMul, VmlBinaryKernelZ)              \
+    X(vcMulByConj, VmlBinaryKernelC) X(vzMulByConj, VmlBinaryKernelZ)  \
+    X(vcDiv, VmlBinaryKernelC) X(vzDiv, VmlBinaryKernelZ)              \
+    X(vcAbs, VmlAbsKernelC) X(vzAbs, VmlAbsKernelZ)
+
+/* Exports whose kernels also come without the control-word frame, in a
+ * second table vml_bodies_<export> of the same layout: the entries run
+ * those directly when the control bits need no change, so a short call
+ * reads the thread's record and the control word once. */
+#define VML_BODY_KERNELS(X) VML_ARITH_KERNELS(X) VML_COMPLEX_ARITH_KERNELS(X)
 
 /* X-macro of every export: (name, kernel type). */
 #define VML_FOR_EACH_EXPORT(X)                                 \
@@ -62,6 +75,9 @@
     extern const float vml_costs_##name[VML_TABLE_SIZE];
 VML_FOR_EACH_EXPORT(VML_DECLARE_TABLES)
 #undef VML_DECLARE_TABLES
+#define VML_DECLARE_BODIES(name, type) extern const type vml_bodies_##name[VML_TABLE_SIZE];
+VML_BODY_KERNELS(VML_DECLARE_BODIES)
+#undef VML_DECLARE_BODIES
 
 /* The fixed cost values at levels 1 and 9. */
 namespace orb::vml {

@@ -1,6 +1,7 @@
 // The twelve threaders and the dynamic thread count of vector math.
 #include <atomic>
 #include <cmath>
+#include <limits>
 #include <omp.h>
 #include <type_traits>
 
@@ -68,7 +69,7 @@ inline void Run(K kernel, int32_t n, float cost, A... args) {
 
 namespace orb::vml {
 
-std::atomic<float> g_factor{-1.0f};
+std::atomic<float> g_factor{std::numeric_limits<float>::quiet_NaN()};
 
 float FirstProcessFactor() {
     int32_t p = 1, k = 1, s = 0;

@@ -66,7 +66,7 @@ constexpr int32_t kThreadThreshold = 100;
 // Machine factor F of the dynamic rule for given topology counts.
 float MachineFactor(int32_t packages, int32_t cores, int32_t smt_minus_one);
 // This process's machine factor, computed on first use (inline once
-// known: the entries ask on every call of a threadable size).
+// known: the entries ask on every call of a threadable size); NaN before.
 extern std::atomic<float> g_factor;
 float FirstProcessFactor();
 inline float ProcessFactor() {
@@ -85,12 +85,14 @@ inline bool RunsSerial(int32_t n, float cost) {
     return n < kThreadThreshold || SerialUnder(orb::Dynamic(), ProcessFactor(), n, cost);
 }
 // RunsSerial from the words already known, false while any is not: the
-// entries' short path then makes no call before the kernel's.
+// entries' short path then makes no call before the kernel's. The switch
+// reads 1 only once set or read so (the environment never overrides a set
+// value), and a factor not yet known is NaN, which fails the comparison:
+// two loads and no other test on the entries' path.
 inline bool KnownSerial(int32_t n, float cost) {
     if (n < kThreadThreshold) return true;
-    const float f = g_factor.load(std::memory_order_acquire);
-    return orb::g_need_read.load(std::memory_order_acquire) == 0 && f >= 0.0f &&
-           SerialUnder(orb::g_dynamic.load(std::memory_order_relaxed), f, n, cost);
+    return orb::g_dynamic.load(std::memory_order_relaxed) == 1 &&
+           float(n) * cost * g_factor.load(std::memory_order_acquire) < 1.0f;
 }
 // First element and count of team member k of m for n elements.
 inline void ChunkOf(int32_t n, int32_t k, int32_t m, int32_t *first,

@@ -53,14 +53,17 @@ Ops QDiv(Q ar, Q ai, Q br, Q bi) {
 
 // Mul, MulByConj, Div and Abs of every slot on parts of exponent up to
 // +-scale_exp: parts of very different size, near-cancelling products too.
-template <class C, class R> void CheckAccuracy(int scale_exp, uint32_t seed) {
+// With bodies, the kernels without the control-word frame (what the
+// entries run when the bits need no change).
+#define ORB_TABLE(name) (bodies ? (const void *)vml_bodies_##name : (const void *)vml_kernels_##name)
+template <class C, class R> void CheckAccuracy(int scale_exp, uint32_t seed, bool bodies) {
     using BinK = void (*)(int32_t, const C *, const C *, C *);
     using AbsK = void (*)(int32_t, const C *, R *);
     const bool dbl = sizeof(R) == 8;
-    const void *const bin[3] = {dbl ? (const void *)vml_kernels_vzMul : vml_kernels_vcMul,
-                                dbl ? (const void *)vml_kernels_vzMulByConj : vml_kernels_vcMulByConj,
-                                dbl ? (const void *)vml_kernels_vzDiv : vml_kernels_vcDiv};
-    const AbsK *abs = static_cast<const AbsK *>(dbl ? (const void *)vml_kernels_vzAbs : vml_kernels_vcAbs);
+    const void *const bin[3] = {dbl ? ORB_TABLE(vzMul) : ORB_TABLE(vcMul),
+                                dbl ? ORB_TABLE(vzMulByConj) : ORB_TABLE(vcMulByConj),
+                                dbl ? ORB_TABLE(vzDiv) : ORB_TABLE(vcDiv)};
+    const AbsK *abs = static_cast<const AbsK *>(dbl ? ORB_TABLE(vzAbs) : ORB_TABLE(vcAbs));
     std::mt19937_64 rng(seed);
     std::uniform_real_distribution<double> u(-1.0, 1.0);
     std::uniform_int_distribution<int> ex(-scale_exp, scale_exp);
@@ -105,10 +108,12 @@ template <class C, class R> void CheckAccuracy(int scale_exp, uint32_t seed) {
 
 // Moderate exponents and exponents up to the format's limits.
 TEST(VmlComplexKernels, Accuracy) {
-    CheckAccuracy<VmlComplex16, double>(40, 1);
-    CheckAccuracy<VmlComplex16, double>(1020, 2);
-    CheckAccuracy<VmlComplex8, float>(20, 3);
-    CheckAccuracy<VmlComplex8, float>(125, 4);
+    for (bool bodies : {false, true}) {
+        CheckAccuracy<VmlComplex16, double>(40, 1, bodies);
+        CheckAccuracy<VmlComplex16, double>(1020, 2, bodies);
+        CheckAccuracy<VmlComplex8, float>(20, 3, bodies);
+        CheckAccuracy<VmlComplex8, float>(125, 4, bodies);
+    }
 }
 
 TEST(VmlComplexKernels, NoSpuriousOverflowAtTheLimits) {
@@ -344,7 +349,9 @@ TEST(VmlComplexKernels, SpecialsAtEveryPosition) {
 TEST(VmlComplexKernels, AddEverySlotAndLength) {
     ModeScope mode(kQuiet);
     std::vector<double> d = orb::test::Data<double>(80, 21);
-    for (int slot = 0; slot < 30; ++slot) {
+    for (bool bodies : {false, true}) for (int slot = 0; slot < 30; ++slot) {
+        const auto zadd = static_cast<const VmlBinaryKernelZ *>(ORB_TABLE(vzAdd))[slot];
+        const auto cadd = static_cast<const VmlBinaryKernelC *>(ORB_TABLE(vcAdd))[slot];
         if (!SlotRunnable(slot)) continue;
         for (int n = 0; n <= 20; ++n) {
             std::vector<VmlComplex16> a(n), b(n), y(n);
@@ -355,8 +362,8 @@ TEST(VmlComplexKernels, AddEverySlotAndLength) {
                 fa[i] = {float(a[i].real), float(a[i].imag)};
                 fb[i] = {float(b[i].real), float(b[i].imag)};
             }
-            vml_kernels_vzAdd[slot](n, a.data(), b.data(), y.data());
-            vml_kernels_vcAdd[slot](n, fa.data(), fb.data(), fy.data());
+            zadd(n, a.data(), b.data(), y.data());
+            cadd(n, fa.data(), fb.data(), fy.data());
             for (int i = 0; i < n; ++i) {
                 ASSERT_TRUE(orb::test::SameValue(y[i].real, double((long double)a[i].real + b[i].real)) &&
                             orb::test::SameValue(y[i].imag, double((long double)a[i].imag + b[i].imag)))
@@ -365,9 +372,46 @@ TEST(VmlComplexKernels, AddEverySlotAndLength) {
                             orb::test::SameValue(fy[i].imag, float(double(fa[i].imag) + fb[i].imag)))
                     << slot << " " << n << " " << i;
             }
-            vml_kernels_vzAdd[slot](n, a.data(), b.data(), a.data());
+            zadd(n, a.data(), b.data(), a.data());
             for (int i = 0; i < n; ++i) ASSERT_TRUE(orb::test::SameValue(a[i].real, y[i].real)) << slot << " " << i;
         }
+    }
+}
+
+// Sums into an output that overlaps the first input, whole elements or
+// one part apart, in either direction: element by element in index order,
+// each element read whole before its result is stored.
+template <class C> void CheckAddOverlap(bool bodies) {
+    using R = decltype(C::real);
+    using Bin = void (*)(int32_t, const C *, const C *, C *);
+    const Bin *table = static_cast<const Bin *>(sizeof(R) == 8 ? ORB_TABLE(vzAdd) : ORB_TABLE(vcAdd));
+    const std::vector<R> d = orb::test::Data<R>(2 * 600 + 16, 31), e = orb::test::Data<R>(2 * 600, 32);
+    for (int slot = 0; slot < 30; ++slot) {
+        if (!SlotRunnable(slot)) continue;
+        for (int32_t n : {5, 37, 600})
+            for (int shift : {6, -6, 1, -1}) {  // in parts
+                std::vector<R> buf(d.begin(), d.begin() + 2 * n + 16), ref = buf;
+                const R *pb = e.data();
+                for (int32_t i = 0; i < n; ++i) {
+                    const R ar = ref[8 + 2 * i], ai = ref[9 + 2 * i];
+                    ref[8 + shift + 2 * i] = R((long double)ar + pb[2 * i]);
+                    ref[9 + shift + 2 * i] = R((long double)ai + pb[2 * i + 1]);
+                }
+                table[slot](n, reinterpret_cast<const C *>(buf.data() + 8), reinterpret_cast<const C *>(pb),
+                            reinterpret_cast<C *>(buf.data() + 8 + shift));
+                for (size_t k = 0; k < buf.size(); ++k)
+                    ASSERT_TRUE(orb::test::SameValue(ref[k], buf[k]))
+                        << "bodies " << bodies << " slot " << slot << " n " << n << " shift " << shift
+                        << " part " << k;
+            }
+    }
+}
+
+TEST(VmlComplexKernels, AddOverlappingArrays) {
+    ModeScope mode(kQuiet);
+    for (bool bodies : {false, true}) {
+        CheckAddOverlap<VmlComplex16>(bodies);
+        CheckAddOverlap<VmlComplex8>(bodies);
     }
 }
 

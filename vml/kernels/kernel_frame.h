@@ -16,34 +16,34 @@
 namespace ORB_KNS {
 namespace vml {
 
-constexpr uint32_t kCsrMask = 0xE040;     // FTZ, DAZ, rounding control
-constexpr uint32_t kCsrFlushBits = 0x8040;
+using orb::vml::kCsrMask;
+using orb::vml::WantedCsrBits;
 
-inline uint32_t WantedCsrBits(uint32_t mode) {
-    return (mode & VmlModeDenormMask) == VmlModeDenormFlush ? kCsrFlushBits
-                                                            : 0u;
+// The rare call that must change the control bits, out of line so that
+// the usual one saves no registers.
+template <class Body>
+__attribute__((noinline)) void SwitchedControl(uint32_t saved, uint32_t wanted, Body body) {
+    _mm_setcsr((saved & ~kCsrMask) | wanted);
+    body();
+    _mm_setcsr((_mm_getcsr() & ~kCsrMask) | (saved & kCsrMask));
 }
 
-// Sets the control bits the mode asks for; puts the caller's bits back on
-// exit only if they were changed. Exception flags raised inside are kept.
-class ControlGuard {
-public:
-    ControlGuard() {
-        const uint32_t wanted = WantedCsrBits(orb::vml::ThreadMode());
-        saved_ = _mm_getcsr();
-        changed_ = (saved_ & kCsrMask) != wanted;
-        if (changed_) _mm_setcsr((saved_ & ~kCsrMask) | wanted);
-    }
-    ~ControlGuard() {
-        if (changed_) _mm_setcsr((_mm_getcsr() & ~kCsrMask) | (saved_ & kCsrMask));
-    }
-    ControlGuard(const ControlGuard &) = delete;
-    ControlGuard &operator=(const ControlGuard &) = delete;
+// Runs body() under the control bits the mode asks for; puts the caller's
+// bits back on exit only if they were changed. Exception flags raised
+// inside are kept. The usual call finds the bits set already and ends in a
+// tail call of the body: no frame of its own, no second control-word read.
+template <class Body> __attribute__((always_inline)) inline void UnderControl(Body body) {
+    const uint32_t wanted = WantedCsrBits(orb::vml::ThreadMode());
+    const uint32_t saved = _mm_getcsr();
+    if ((saved & kCsrMask) == wanted) [[likely]] return body();
+    SwitchedControl(saved, wanted, body);
+}
 
-private:
-    uint32_t saved_;
-    bool changed_;
-};
+// A framed kernel: Body (out of line, also in the bodies table) under the
+// control bits.
+template <auto Body, class... A> inline void Framed(A... args) {
+    UnderControl([=] { Body(args...); });
+}
 
 // True when [y, y+bytes) and [x, x+bytes) overlap without being identical.
 inline bool PartialOverlap(const void *y, const void *x, size_t bytes) {

@@ -14,6 +14,14 @@
 #define VML_KERNEL_TABLE(N) \
     { VML_LEVEL_ROW(N), VML_LEVEL_ROW(N), VML_LEVEL_ROW(N), nullptr, nullptr }
 
+// The kernels without their control-word frame; the plain loop has none.
+#define VML_BODY_ROW(N)                                                      \
+    k_generic::N##_plain, k_generic::N##_body, k_generic::N##_body,          \
+        k_sse2::N##_body, k_sse2::N##_body, k_sse2::N##_body, k_sse2::N##_body, \
+        k_sse42::N##_body, k_avx::N##_body, k_avx2::N##_body
+#define VML_BODY_TABLE(N) \
+    { VML_BODY_ROW(N), VML_BODY_ROW(N), VML_BODY_ROW(N), nullptr, nullptr }
+
 // Cost rows of levels 0, 2-8 per block; levels 1 and 9 take the fixed
 // values (3.0 and 2.0 / 3.0 / 1.0).
 #define VML_COST_BLOCK(c0, c2, c3, c4, c5, c6, c7, c8, c9) \

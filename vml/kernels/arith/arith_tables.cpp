@@ -5,6 +5,9 @@
 #define VML_ARITH_TABLE(name, type) \
     const type vml_kernels_##name[VML_TABLE_SIZE] = VML_KERNEL_TABLE(name);
 VML_ARITH_KERNELS(VML_ARITH_TABLE)
+#define VML_ARITH_BODIES(name, type) \
+    const type vml_bodies_##name[VML_TABLE_SIZE] = VML_BODY_TABLE(name);
+VML_ARITH_KERNELS(VML_ARITH_BODIES)
 
 // Relative cost per element (units of the dynamic thread rule): each row
 // holds the measured time of levels 0, 2..8 relative to level 9 of the same
@@ -31,9 +34,9 @@ const float vml_costs_vsSqr[VML_TABLE_SIZE] =
 const float vml_costs_vdSqr[VML_TABLE_SIZE] =
     VML_COST_RATIOS(1.31f, 1.47f, 1.47f, 1.47f, 1.47f, 1.48f, 1.92f, 1.10f);
 const float vml_costs_vsAbs[VML_TABLE_SIZE] =
-    VML_COST_RATIOS(1.66f, 1.81f, 1.81f, 1.81f, 1.80f, 1.81f, 2.47f, 1.02f);
+    VML_COST_RATIOS(2.53f, 1.93f, 1.98f, 1.98f, 1.99f, 1.97f, 1.98f, 0.99f);
 const float vml_costs_vdAbs[VML_TABLE_SIZE] =
-    VML_COST_RATIOS(1.50f, 2.67f, 2.66f, 2.66f, 2.65f, 2.66f, 1.80f, 0.71f);
+    VML_COST_RATIOS(1.11f, 1.03f, 1.02f, 1.02f, 1.03f, 1.02f, 1.02f, 1.03f);
 const float vml_costs_vsRound[VML_TABLE_SIZE] =
     VML_COST_RATIOS(7.20f, 6.81f, 6.96f, 5.19f, 5.19f, 6.39f, 1.47f, 0.58f);
 const float vml_costs_vdRound[VML_TABLE_SIZE] =

@@ -51,6 +51,12 @@ template <class V, class T> inline void StoreU(T *p, V v) {
 template <class V, class T> inline void StoreA(T *p, V v) {
     memcpy(__builtin_assume_aligned(p, kVecBytes), &v, sizeof v);
 }
+// Keeps the stores before it ahead of the ones after it. The compiler may
+// otherwise reorder the stores of an unrolled step, and a step of four
+// vectors that starts mid-line then writes its lines in the order 1, 0,
+// 1, 2: from L2 that runs about a third slower than in address order.
+inline void KeepStoreOrder() { asm volatile("" ::: "memory"); }
+
 // Same-size vector casts reinterpret the bits.
 template <class To, class From> inline To BitCast(From v) { return (To)v; }
 

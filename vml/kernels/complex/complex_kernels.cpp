@@ -38,15 +38,28 @@ template <class C, class Op> bool DoneElementwise(int32_t n, const C *a, const C
     return true;
 }
 
-// Complex sums on the flat arrays of parts: the compiler vectorizes the
-// loop (with its own overlap check); partial overlaps keep the ordered
-// element loop.
+// The real sum's body over parts, in pieces: it counts them in int32.
+template <class R> void PartsAdd(int64_t parts, const R *a, const R *b, R *y) {
+    constexpr int64_t kPiece = int64_t(1) << 30;
+    for (; parts > kPiece; parts -= kPiece, a += kPiece, b += kPiece, y += kPiece) {
+        if constexpr (sizeof(R) == 4) vsAdd_body(int32_t(kPiece), a, b, y);
+        else vdAdd_body(int32_t(kPiece), a, b, y);
+    }
+    if constexpr (sizeof(R) == 4) vsAdd_body(int32_t(parts), a, b, y);
+    else vdAdd_body(int32_t(parts), a, b, y);
+}
+
+// Complex sums as real sums over the flat arrays of parts, by the real
+// kernel's body (unrolled loop, alignment peel, tail). That body takes
+// partially overlapping arrays part by part in index order, which gives
+// the element loop's results whenever the arrays lie whole elements
+// apart; arrays that overlap at a part's offset keep the element loop.
 template <class C> void FlatAdd(int32_t n, const C *a, const C *b, C *y) {
-    ControlGuard guard;
-    if (DoneElementwise<C, OpCAdd>(n, a, b, y)) return;
-    const auto *pa = &a->real, *pb = &b->real;
-    auto *py = &y->real;
-    for (int32_t k = 0; k < 2 * n; ++k) py[k] = pa[k] + pb[k];
+    const uintptr_t py = uintptr_t(y);
+    if (((py - uintptr_t(a)) | (py - uintptr_t(b))) % sizeof(C) != 0 &&
+        DoneElementwise<C, OpCAdd>(n, a, b, y))
+        return;
+    PartsAdd(2 * int64_t(n), &a->real, &b->real, &y->real);
 }
 
 // Interleaved-lane kernels (products; the single-precision quotient), kL
@@ -59,7 +72,6 @@ template <class C, class Op, class Lanes> void PairLoop(int32_t n, const C *a, c
     using clanes::V;
     using clanes::VF;
     constexpr int32_t L = clanes::kL;
-    ControlGuard guard;
     if (DoneElementwise<C, Op>(n, a, b, y)) return;
     const auto *pa = &a->real, *pb = &b->real;
     auto *py = &y->real;
@@ -115,7 +127,6 @@ void ZLoop(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, Out *y,
 template <class Op, class VecBody>
 void ZBinary(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y,
              VecBody vec) {
-    ControlGuard guard;
     if (DoneElementwise<VmlComplex16, Op>(n, a, b, y)) return;
     ZLoop(n, a, b, y,
           [vec](cvec::V ar, cvec::V ai, cvec::V br, cvec::V bi, VmlComplex16 *out) {
@@ -132,7 +143,6 @@ void ZDiv(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 
 }
 
 void ZAbs(int32_t n, const VmlComplex16 *a, double *y) {
-    ControlGuard guard;
     if (n <= 0) return;
     if (PartialOverlap(y, a, size_t(n) * sizeof *y)) {
         for (int32_t i = 0; i < n; ++i) y[i] = OpCAbs::Apply(a[i]);
@@ -152,7 +162,6 @@ void ZAbs(int32_t n, const VmlComplex16 *a, double *y) {
 // overflow or underflow a double, so no scaling and no scalar repair; an
 // infinite part wins over a NaN one by a lane select.
 void CAbs(int32_t n, const VmlComplex8 *a, float *y) {
-    ControlGuard guard;
     if (n <= 0) return;
     if (PartialOverlap(y, a, size_t(n) * sizeof *a)) {
         for (int32_t i = 0; i < n; ++i) y[i] = OpCAbs::Apply(a[i]);
@@ -185,8 +194,7 @@ void Abs(int32_t n, const C *a, R *y) {
     if constexpr (Plain) {
         for (int32_t i = 0; i < n; ++i) y[i] = Op::Apply(a[i]);
     } else {
-        ControlGuard guard;
-        if (n > 0) DriveUnary<C, R, Op>(n, a, y);
+        UnderControl([=] { if (n > 0) DriveUnary<C, R, Op>(n, a, y); });
     }
 }
 
@@ -212,8 +220,7 @@ void LinearFrac(int32_t n, const T *a, const T *b, T sa, T ta, T sb, T tb,
     if constexpr (Plain) {
         body();
     } else {
-        ControlGuard guard;
-        if (n > 0) body();
+        UnderControl([&] { if (n > 0) body(); });
     }
 }
 
@@ -227,11 +234,15 @@ void LinearFrac(int32_t n, const T *a, const T *b, T sa, T ta, T sb, T tb,
     void zname##_plain(int32_t n, const VmlComplex16 *a,                     \
                        const VmlComplex16 *b, VmlComplex16 *y) {             \
         PlainBinary<VmlComplex16, Op>(n, a, b, y); }
-#define VML_CVEC(cname, zname, Run)                                           \
-    void cname(int32_t n, const VmlComplex8 *a, const VmlComplex8 *b,        \
-               VmlComplex8 *y) { Run<VmlComplex8>(n, a, b, y); }             \
-    void zname(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b,      \
-               VmlComplex16 *y) { Run<VmlComplex16>(n, a, b, y); }
+// Each export's body (no control-word frame, out of line: the framed
+// kernel reaches it by a tail call) and the framed kernel.
+#define VML_CBODY(name, C, ...)                                               \
+    __attribute__((noinline)) void name##_body(int32_t n, const C *a, const C *b, \
+                                                C *y) { __VA_ARGS__(n, a, b, y); } \
+    void name(int32_t n, const C *a, const C *b, C *y) { Framed<name##_body>(n, a, b, y); }
+#define VML_CVEC(cname, zname, Run)                      \
+    VML_CBODY(cname, VmlComplex8, Run<VmlComplex8>)      \
+    VML_CBODY(zname, VmlComplex16, Run<VmlComplex16>)
 
 template <class C> void Mul(int32_t n, const C *a, const C *b, C *y) {
     PairLoop<C, OpCMul<false>, clanes::MulLanes<false>>(n, a, b, y);
@@ -247,13 +258,13 @@ VML_CVEC(vcMul, vzMul, Mul)
 VML_CPLAIN(vcMulByConj, vzMulByConj, OpCMul<true>)
 VML_CVEC(vcMulByConj, vzMulByConj, MulByConj)
 VML_CPLAIN(vcDiv, vzDiv, OpCDiv)
-void vcDiv(int32_t n, const VmlComplex8 *a, const VmlComplex8 *b, VmlComplex8 *y) {
-    PairLoop<VmlComplex8, OpCDiv, clanes::DivLanes>(n, a, b, y);
-}
-void vzDiv(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 *y) { ZDiv(n, a, b, y); }
+VML_CBODY(vcDiv, VmlComplex8, PairLoop<VmlComplex8, OpCDiv, clanes::DivLanes>)
+VML_CBODY(vzDiv, VmlComplex16, ZDiv)
 
-void vcAbs(int32_t n, const VmlComplex8 *a, float *y) { CAbs(n, a, y); }
-void vzAbs(int32_t n, const VmlComplex16 *a, double *y) { ZAbs(n, a, y); }
+__attribute__((noinline)) void vcAbs_body(int32_t n, const VmlComplex8 *a, float *y) { CAbs(n, a, y); }
+__attribute__((noinline)) void vzAbs_body(int32_t n, const VmlComplex16 *a, double *y) { ZAbs(n, a, y); }
+void vcAbs(int32_t n, const VmlComplex8 *a, float *y) { Framed<vcAbs_body>(n, a, y); }
+void vzAbs(int32_t n, const VmlComplex16 *a, double *y) { Framed<vzAbs_body>(n, a, y); }
 void vcAbs_plain(int32_t n, const VmlComplex8 *a, float *y) { Abs<VmlComplex8, float, AbsC8, true>(n, a, y); }
 void vzAbs_plain(int32_t n, const VmlComplex16 *a, double *y) { Abs<VmlComplex16, double, AbsC16, true>(n, a, y); }
 

@@ -6,11 +6,7 @@
 #include "vml/kernels/arith/arith_kernels.h"
 
 #define VML_COMPLEX_KERNELS(X)                                         \
-    X(vcAdd, VmlBinaryKernelC) X(vzAdd, VmlBinaryKernelZ)              \
-    X(vcMul, VmlBinaryKernelC) X(vzMul, VmlBinaryKernelZ)              \
-    X(vcMulByConj, VmlBinaryKernelC) X(vzMulByConj, VmlBinaryKernelZ)  \
-    X(vcDiv, VmlBinaryKernelC) X(vzDiv, VmlBinaryKernelZ)              \
-    X(vcAbs, VmlAbsKernelC) X(vzAbs, VmlAbsKernelZ)                    \
+    VML_COMPLEX_ARITH_KERNELS(X)                                       \
     X(vsLinearFrac, VmlLinearFracKernelS)                              \
     X(vdLinearFrac, VmlLinearFracKernelD)
 
@@ -19,5 +15,10 @@ VML_DECLARE_LEVEL(k_sse2, VML_COMPLEX_KERNELS)
 VML_DECLARE_LEVEL(k_sse42, VML_COMPLEX_KERNELS)
 VML_DECLARE_LEVEL(k_avx, VML_COMPLEX_KERNELS)
 VML_DECLARE_LEVEL(k_avx2, VML_COMPLEX_KERNELS)
+VML_DECLARE_LEVEL_BODIES(k_generic, VML_COMPLEX_ARITH_KERNELS)
+VML_DECLARE_LEVEL_BODIES(k_sse2, VML_COMPLEX_ARITH_KERNELS)
+VML_DECLARE_LEVEL_BODIES(k_sse42, VML_COMPLEX_ARITH_KERNELS)
+VML_DECLARE_LEVEL_BODIES(k_avx, VML_COMPLEX_ARITH_KERNELS)
+VML_DECLARE_LEVEL_BODIES(k_avx2, VML_COMPLEX_ARITH_KERNELS)
 
 #endif

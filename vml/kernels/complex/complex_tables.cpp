@@ -5,12 +5,15 @@
 #define VML_COMPLEX_TABLE(name, type) \
     const type vml_kernels_##name[VML_TABLE_SIZE] = VML_KERNEL_TABLE(name);
 VML_COMPLEX_KERNELS(VML_COMPLEX_TABLE)
+#define VML_COMPLEX_BODIES(name, type) \
+    const type vml_bodies_##name[VML_TABLE_SIZE] = VML_BODY_TABLE(name);
+VML_COMPLEX_ARITH_KERNELS(VML_COMPLEX_BODIES)
 
 // Relative cost per element, measured as for the arithmetic rows.
 const float vml_costs_vcAdd[VML_TABLE_SIZE] =
-    VML_COST_RATIOS(4.80f, 2.55f, 2.56f, 2.56f, 2.56f, 2.57f, 2.57f, 1.00f);
+    VML_COST_RATIOS(1.35f, 1.18f, 1.19f, 1.19f, 1.19f, 1.18f, 1.18f, 1.02f);
 const float vml_costs_vzAdd[VML_TABLE_SIZE] =
-    VML_COST_RATIOS(2.60f, 1.70f, 1.70f, 1.70f, 1.70f, 1.70f, 1.70f, 1.00f);
+    VML_COST_RATIOS(1.07f, 1.07f, 1.07f, 1.07f, 1.07f, 1.07f, 1.07f, 1.00f);
 const float vml_costs_vcMul[VML_TABLE_SIZE] =
     VML_COST_RATIOS(2.19f, 1.96f, 1.87f, 1.88f, 1.88f, 1.87f, 1.68f, 1.00f);
 const float vml_costs_vzMul[VML_TABLE_SIZE] =
