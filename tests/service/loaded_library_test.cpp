@@ -95,7 +95,11 @@ TEST(LoadedLibrary, ThreadRecordsAcrossThreadExitsAndReloads) {
 #else
     std::atomic<DivFn> current{nullptr};
     std::atomic<int> phase{0}, done{0}, good{0};
-    // Lives through every reload, calling once per phase.
+    std::atomic<bool> unloaded{false};
+    // Lives through every reload, calling once per phase, and exits only
+    // once the library is gone: a thread ending while another unloads the
+    // library would run the library's thread-exit code as it is unmapped
+    // (an application error on POSIX, where nothing serialises the two).
     std::thread survivor([&] {
         for (int seen = 0; seen < 3; ++seen) {
             while (phase.load() == seen * 2) std::this_thread::yield();
@@ -103,6 +107,7 @@ TEST(LoadedLibrary, ThreadRecordsAcrossThreadExitsAndReloads) {
             done.fetch_add(1);
             while (phase.load() == seen * 2 + 1) std::this_thread::yield();
         }
+        while (!unloaded.load()) std::this_thread::yield();
     });
     for (int cycle = 0; cycle < 3; ++cycle) {
         void *lib = orb::plat::LibOpen(ORB_SHARED_LIBRARY);
@@ -125,6 +130,7 @@ TEST(LoadedLibrary, ThreadRecordsAcrossThreadExitsAndReloads) {
         phase.store(cycle * 2 + 2);  // and waits while the library goes
         orb::plat::LibClose(lib);
     }
+    unloaded.store(true);
     survivor.join();
     EXPECT_EQ(good.load(), 3);
 #endif
