@@ -15,6 +15,7 @@
 
 #include "dft/engine/engine_memory.h"
 #include "dft/engine/fft1d.h"
+#include "dft/engine/filter_transform.h"
 #include "dft/engine/power_table.h"
 
 namespace orb::dft {
@@ -66,13 +67,9 @@ bool Fft1D<T>::BuildBluestein() {
     chirp_ = MemArray<Cx<T>>(n);
     filter_ = MemArray<Cx<T>>(m);
     if (!fwd_ || !bwd_ || !chirp_ || !filter_) return false;
-    // The filter is built and transformed in double precision whatever T is.
-    Fft1D<double> *dfwd = Fft1D<double>::Create(m, -1, *kern_);
-    // A four-step FFT wants more than m elements of scratch.
-    Cx<double> *b = dfwd ? MemArray<Cx<double>>(2 * m + dfwd->WorkElems()) : nullptr;
-    PowerTable power;
-    bool ok = dfwd && b && power.Init(2 * n, sign_);
-    if (ok) {
+    return TransformFilter(fwd_, m, *kern_, 1.0 / double(m), filter_, [&](Cx<double> *b) {
+        PowerTable power;
+        if (!power.Init(2 * n, sign_)) return false;
         // Lag l >= 0 at b[l] (l <= m-n), lag -l at b[m-l]; lags beyond
         // n-1 (only when m >= 2n) are never used. j^2 mod 2n by exact
         // integer steps ((j+1)^2 = j^2 + 2j + 1).
@@ -84,12 +81,8 @@ bool Fft1D<T>::BuildBluestein() {
             if (j <= m - n) b[j] = h;
             if (j > 0) b[m - j] = h;
         }
-        dfwd->Exec(b, b + m, b + 2 * m, 1.0 / double(m), 1);
-        for (int64_t j = 0; j < m; ++j) filter_[j] = {T(b[m + j].re), T(b[m + j].im)};
-    }
-    if (dfwd) MemDelete(dfwd);
-    MemFree(b);
-    return ok;
+        return true;
+    });
 }
 
 template <class T>

@@ -7,6 +7,7 @@
 
 #include "dft/engine/engine_memory.h"
 #include "dft/engine/fft1d.h"
+#include "dft/engine/filter_transform.h"
 #include "dft/engine/power_table.h"
 
 namespace orb::dft {
@@ -64,22 +65,12 @@ bool Fft1D<T>::BuildRader() {
     for (int64_t k = 0; k < m; ++k) iperm_[perm_[k] - 1] = int32_t(k == 0 ? 0 : m - k);
     // Kernel b[s] = w^(g^-s), transformed in double precision whatever T is,
     // with the 1/(p-1) of the inverse folded in.
-    Fft1D<double> *dfwd;
-    if constexpr (sizeof(T) == 8) dfwd = fwd_;
-    else dfwd = Fft1D<double>::Create(m, -1, *kern_);
-    Cx<double> *b = dfwd ? MemArray<Cx<double>>(2 * m + dfwd->WorkElems()) : nullptr;
-    PowerTable power;
-    bool ok = dfwd && b && power.Init(p, sign_);
-    if (ok) {
+    return TransformFilter(fwd_, m, *kern_, 1.0 / double(m), filter_, [&](Cx<double> *b) {
+        PowerTable power;
+        if (!power.Init(p, sign_)) return false;
         for (int64_t s = 0; s < m; ++s) b[s] = power.GetReduced<double>(perm_[s == 0 ? 0 : m - s]);
-        dfwd->Exec(b, b + m, b + 2 * m, 1.0 / double(m), 1);
-        for (int64_t s = 0; s < m; ++s) filter_[s] = {T(b[m + s].re), T(b[m + s].im)};
-    }
-    if constexpr (sizeof(T) != 8) {
-        if (dfwd) MemDelete(dfwd);
-    }
-    MemFree(b);
-    return ok;
+        return true;
+    });
 }
 
 template <class T>
