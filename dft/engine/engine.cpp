@@ -246,11 +246,37 @@ bool BuildPasses(PlanT<T> &pl) {
 
 // ---- running ----
 
+// Split storage <-> interleaved pairs, dst[j*dj + c*dc] from the parts at
+// [j*sj + c*sc] (and back), the loop along the unit stride innermost so
+// that contiguous parts move as vectors.
+template <class T>
+void JoinParts(const T *__restrict re, const T *__restrict im, int64_t sj, int64_t sc, Cx<T> *__restrict dst,
+               int64_t dj, int64_t dc, int64_t n, int64_t nb) {
+    if (sj == 1 && dj == 1) {
+        for (int64_t c = 0; c < nb; ++c)
+            for (int64_t j = 0; j < n; ++j) dst[j + c * dc] = {re[j + c * sc], im[j + c * sc]};
+    } else {
+        for (int64_t j = 0; j < n; ++j)
+            for (int64_t c = 0; c < nb; ++c) dst[j * dj + c * dc] = {re[j * sj + c * sc], im[j * sj + c * sc]};
+    }
+}
+template <class T>
+void SplitParts(const Cx<T> *__restrict src, int64_t sj, int64_t sc, T *__restrict re, T *__restrict im, int64_t dj,
+                int64_t dc, int64_t n, int64_t nb) {
+    if (sj == 1 && dj == 1) {
+        for (int64_t c = 0; c < nb; ++c)
+            for (int64_t j = 0; j < n; ++j) re[j + c * dc] = src[j + c * sc].re, im[j + c * dc] = src[j + c * sc].im;
+    } else {
+        for (int64_t j = 0; j < n; ++j)
+            for (int64_t c = 0; c < nb; ++c)
+                re[j * dj + c * dc] = src[j * sj + c * sc].re, im[j * dj + c * dc] = src[j * sj + c * sc].im;
+    }
+}
+
 template <class T>
 void GatherComplex(const Side &s, bool split, int64_t off, int64_t st, int64_t n, Cx<T> *dst) {
     if (split) {
-        const T *re = static_cast<const T *>(s.re) + off, *im = static_cast<const T *>(s.im) + off;
-        for (int64_t j = 0; j < n; ++j) dst[j] = {re[j * st], im[j * st]};
+        JoinParts<T>(static_cast<const T *>(s.re) + off, static_cast<const T *>(s.im) + off, st, 0, dst, 1, 0, n, 1);
     } else {
         const Cx<T> *x = static_cast<const Cx<T> *>(s.re) + off;
         for (int64_t j = 0; j < n; ++j) dst[j] = x[j * st];
@@ -260,8 +286,7 @@ void GatherComplex(const Side &s, bool split, int64_t off, int64_t st, int64_t n
 template <class T>
 void ScatterComplex(const Side &s, bool split, int64_t off, int64_t st, int64_t n, const Cx<T> *src) {
     if (split) {
-        T *re = static_cast<T *>(s.re) + off, *im = static_cast<T *>(s.im) + off;
-        for (int64_t j = 0; j < n; ++j) re[j * st] = src[j].re, im[j * st] = src[j].im;
+        SplitParts<T>(src, 1, 0, static_cast<T *>(s.re) + off, static_cast<T *>(s.im) + off, st, 0, n, 1);
     } else {
         Cx<T> *y = static_cast<Cx<T> *>(s.re) + off;
         for (int64_t j = 0; j < n; ++j) y[j * st] = src[j];
@@ -362,9 +387,8 @@ void RunColumns(const PlanT<T> &pl, int pi, const Side &src, bool ssplit, int64_
     const bool il = f->Interleavable() && !small;
     const int64_t sj = il ? nb : 1, sc = il ? 1 : n + 2;
     if (ssplit) {
-        const T *re = static_cast<const T *>(src.re) + soff, *im = static_cast<const T *>(src.im) + soff;
-        for (int64_t j = 0; j < n; ++j)
-            for (int64_t c = 0; c < nb; ++c) a[j * sj + c * sc] = {re[j * p.is + c * ls], im[j * p.is + c * ls]};
+        JoinParts<T>(static_cast<const T *>(src.re) + soff, static_cast<const T *>(src.im) + soff, p.is, ls, a, sj, sc,
+                     n, nb);
     } else {
         CopyBlock<T>(static_cast<const Cx<T> *>(src.re) + soff, p.is, ls, a, sj, sc, n, nb);
     }
@@ -376,10 +400,7 @@ void RunColumns(const PlanT<T> &pl, int pi, const Side &src, bool ssplit, int64_
         for (int64_t c = 0; c < nb; ++c) f->Exec(a + c * sc, b + c * sc, work, scale, 1);
     }
     if (dsplit) {
-        T *re = static_cast<T *>(dst.re) + doff, *im = static_cast<T *>(dst.im) + doff;
-        for (int64_t j = 0; j < n; ++j)
-            for (int64_t c = 0; c < nb; ++c)
-                re[j * p.os + c * lo] = b[j * sj + c * sc].re, im[j * p.os + c * lo] = b[j * sj + c * sc].im;
+        SplitParts<T>(b, sj, sc, static_cast<T *>(dst.re) + doff, static_cast<T *>(dst.im) + doff, p.os, lo, n, nb);
     } else {
         CopyBlock<T>(b, sj, sc, static_cast<Cx<T> *>(dst.re) + doff, p.os, lo, n, nb);
     }
