@@ -1,6 +1,7 @@
 // Compute entries installed by the planners, the packed real formats'
 // repacking, and the exported DftiCommitDescriptor / DftiCompute* fronts.
 #include <stdarg.h>
+#include <string.h>
 
 #include "dft/dfti_plan.h"
 #include "service/serv.h"
@@ -32,7 +33,12 @@ void Repack(const DftiPackedSide &s, T *packed, T *scratch, bool to_packed) {
     for (int64_t t = 0; t < s.count; ++t) {
         T *arr = packed + t * s.distance;
         T *z = scratch + 2 * t * s.h;
-        if (to_packed) {
+        if (st == 1 && last > 0) {
+            // Contiguous: the pairs between the ends move as one block.
+            const size_t bytes = size_t(2 * last) * sizeof(T);
+            if (to_packed) memcpy(arr + base + 2, z + 2, bytes);
+            else memcpy(z + 2, arr + base + 2, bytes);
+        } else if (to_packed) {
             for (int64_t k = 1; k <= last; ++k) {
                 arr[(base + 2 * k) * st] = z[2 * k];
                 arr[(base + 2 * k + 1) * st] = z[2 * k + 1];
