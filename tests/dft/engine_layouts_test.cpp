@@ -129,9 +129,9 @@ INSTANTIATE_TEST_SUITE_P(Table, EngineLayouts, ::testing::ValuesIn(LayoutCases()
 
 // Every kernel build (SSE2-class, AVX, AVX2+FMA) on lengths that reach each
 // butterfly, both loop shapes, the codelets (single rows and batches) and
-// the two- and three-pass kernels (single rows of 100-2048 and 8192; in
-// place their first pass writes the scratch, out of place the output), with
-// 1000 and 4096 beside them on the stages.
+// the two- and three-pass kernels (single rows of 100-8192; in place their
+// first pass writes the scratch, out of place the output; 1024 and 8192 in
+// place on the stages), with 1000 beside them on the stages.
 class EngineLevels : public ::testing::TestWithParam<int> {};
 
 TEST_P(EngineLevels, KernelVariantMatchesNaiveDft) {
