@@ -7,6 +7,10 @@
 
 #include <string.h>
 
+#if ORB_KLEVEL >= 6
+#include <immintrin.h>
+#endif
+
 #include "dft/engine/stage_plan.h"
 
 namespace orb::dft::pack {
@@ -105,6 +109,34 @@ struct Pack {
     __attribute__((always_inline)) friend Pack MulI(Pack a) { return {Swap(a.v) * AltSign()}; }
     __attribute__((always_inline)) friend Pack MulNegI(Pack a) { return {-(Swap(a.v) * AltSign())}; }
 };
+
+// a * w for table twiddles: on AVX levels the sign flip of the cross
+// products folds into one add-subtract (fused with the multiply when the
+// level has FMA) instead of a multiply by (-1, 1, ...).
+template <class T, int L>
+__attribute__((always_inline)) inline Pack<T, L> TwMul(Pack<T, L> a, Pack<T, L> w) {
+#if ORB_KLEVEL >= 6
+    using P = Pack<T, L>;
+    if constexpr (L > 1 && 2 * L * sizeof(T) == 32) {
+        using V = typename P::V;
+        const V c = P::Swap(a.v) * P::DupIm(w.v), r = P::DupRe(w.v);
+        if constexpr (sizeof(T) == 8) {
+#if defined(__FMA__)
+            return {(V)_mm256_fmaddsub_pd((__m256d)a.v, (__m256d)r, (__m256d)c)};
+#else
+            return {(V)_mm256_addsub_pd((__m256d)(a.v * r), (__m256d)c)};
+#endif
+        } else {
+#if defined(__FMA__)
+            return {(V)_mm256_fmaddsub_ps((__m256)a.v, (__m256)r, (__m256)c)};
+#else
+            return {(V)_mm256_addsub_ps((__m256)(a.v * r), (__m256)c)};
+#endif
+        }
+    }
+#endif
+    return Mul(a, w);
+}
 
 // a * (S i): S = -1 forward, +1 backward.
 template <int S, class P>

@@ -140,20 +140,26 @@ bool RaderFits(int64_t n) {
 // data no longer fits the second-level cache).
 constexpr int64_t kFourStepMin = int64_t(1) << 18;
 
-// Split n = n1 * n2 for the two-pass kernels (two_pass.h), or 0 to keep
-// the stages: n1 >= n2, both even so that pairs of columns share a vector.
-// A level without a kernel for the pair keeps the stages too (the list in
-// two_pass.h says where each measured faster).
-int64_t TwoPassSplit(int64_t n) {
-    switch (n) {
-    case 100: return 10;
-    case 128: return 16;
-    case 256: return 16;
-    case 512: return 32;
-    case 1536: return 48;
-    case 2048: return 64;
-    default: return 0;
-    }
+// Splits n = n1 * n2 for the two-pass kernels (two_pass.h) and the
+// three-pass ones (three_pass.h, n2 split again inside), best first, 0
+// ended: the plan takes the first its level has a kernel for and keeps the
+// stages when there is none (the lists in those headers say where each
+// measured faster). n1 a multiple of the lanes of a vector, so that
+// adjacent columns share one. stages_in_place: in place the stages stay
+// (there the three-pass kernels measured no faster, as their first pass
+// then writes the scratch and the second reads it back).
+struct PassSplit {
+    int64_t n, n1[2];
+    bool stages_in_place;
+};
+
+const PassSplit *TwoPassSplits(int64_t n) {
+    static constexpr PassSplit kSplits[] = {{100, {10, 0}, false},   {128, {16, 0}, false},  {256, {16, 0}, false},
+                                            {512, {32, 0}, false},   {1024, {16, 0}, true},  {1536, {48, 0}, false},
+                                            {2048, {64, 32}, false}, {4096, {8, 0}, false},  {8192, {8, 0}, true}};
+    for (const PassSplit &row : kSplits)
+        if (row.n == n) return &row;
+    return nullptr;
 }
 
 // Columns or rows handled together: 128 bytes of each.
@@ -235,19 +241,27 @@ bool Fft1D<T>::BuildStages() {
 
 template <class T>
 bool Fft1D<T>::BuildTwoPass() {
-    const int64_t n1 = TwoPassSplit(n_);
-    if (n1 == 0) return true;
-    const int64_t n2 = n_ / n1;
-    TwoPassFn<T> fn;
-    if constexpr (sizeof(T) == 8) fn = kern_->two_pass_d(n1, n2, sign_);
-    else fn = kern_->two_pass_f(n1, n2, sign_);
+    const PassSplit *split = TwoPassSplits(n_);
+    if (!split) return true;
+    TwoPassFn<T> fn = nullptr;
+    int64_t n1 = 0;
+    for (int i = 0; i < 2 && split->n1[i] != 0 && !fn; ++i) {
+        n1 = split->n1[i];
+        if constexpr (sizeof(T) == 8) fn = kern_->two_pass_d(n1, n_ / n1, sign_);
+        else fn = kern_->two_pass_f(n1, n_ / n1, sign_);
+    }
     if (!fn) return true;  // the stages stay
-    tw2_ = MemArray<Cx<T>>(n_);
+    const int64_t n2 = n_ / n1;
+    // The three-pass kernels also read w_n2^e = w_n^(n1 e) after the n
+    // entries; two-pass kernels ignore them.
+    tw2_ = MemArray<Cx<T>>(n_ + n2);
     PowerTable power;
     if (!tw2_ || !power.Init(n_, sign_)) return false;
     for (int64_t j1 = 0; j1 < n1; ++j1)
         for (int64_t k2 = 0; k2 < n2; ++k2) tw2_[j1 * n2 + k2] = power.GetReduced<T>(j1 * k2);
+    for (int64_t e = 0; e < n2; ++e) tw2_[n_ + e] = power.GetReduced<T>(n1 * e);
     two_ = fn;
+    two_out_of_place_only_ = split->stages_in_place;
     n1_ = n1, n2_ = n2;
     return true;
 }
@@ -431,7 +445,7 @@ void Fft1D<T>::Exec(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthre
         small_(in, out, scale, 1, 0, 0, 1, 1);
         return;
     }
-    if (two_) {
+    if (two_ && !(in == out && two_out_of_place_only_)) {
         two_(in, out, work, tw2_, scale);
         return;
     }

@@ -1,11 +1,11 @@
 // One-dimensional transforms on contiguous buffers: the complex FFT of any
 // length and the real-to-complex / complex-to-real transforms built on it.
 // Lengths whose prime factors all have butterflies run as mixed-radix
-// Stockham stages (four-step beyond the caches; a few lengths up to 2048 as
-// two passes of codelet bodies, two_pass.h); a prime p too large for a
-// butterfly runs as Rader's cyclic convolution of length p-1 when p-1
-// factors into the butterflies (rader.cpp); any other length as Bluestein's
-// chirp convolution on a smooth length (bluestein.cpp).
+// Stockham stages (four-step beyond the caches; a few lengths up to 8192 as
+// two or three passes of codelet bodies, two_pass.h and three_pass.h); a
+// prime p too large for a butterfly runs as Rader's cyclic convolution of
+// length p-1 when p-1 factors into the butterflies (rader.cpp); any other
+// length as Bluestein's chirp convolution on a smooth length (bluestein.cpp).
 #ifndef ORB_DFT_ENGINE_FFT1D_H
 #define ORB_DFT_ENGINE_FFT1D_H
 
@@ -33,8 +33,9 @@ public:
     SmallFn<T> Small() const { return small_; }
     // Whether ExecInterleaved is available (plain mixed-radix stages).
     bool Interleavable() const { return !four_ && !blue_ && !rader_; }
-    // Whether a single row runs the two-pass kernel.
-    bool HasTwoPass() const { return two_ != nullptr; }
+    // Whether a single row runs a two- or three-pass kernel wherever it
+    // lies (in place included).
+    bool HasTwoPass() const { return two_ != nullptr && !two_out_of_place_only_; }
     // vb sequences interleaved element by element ([j*vb + c]); work holds
     // n*vb elements.
     void ExecInterleaved(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int64_t vb) const;
@@ -76,9 +77,11 @@ private:
     int64_t n1_ = 0, n2_ = 0;
     Fft1D *f1_ = nullptr, *f2_ = nullptr;
     Cx<T> *tw4_ = nullptr;
-    // Two passes of codelet bodies (two_pass.h) for n = n1_ * n2_ when
-    // the rule picks a split: tw2_[j1 n2 + k2] = w_n^(j1 k2).
+    // Two or three passes of codelet bodies (two_pass.h, three_pass.h) for
+    // n = n1_ * n2_ when the rule picks a split: tw2_[j1 n2 + k2] =
+    // w_n^(j1 k2), then tw2_[n + e] = w_n2^e.
     TwoPassFn<T> two_ = nullptr;
+    bool two_out_of_place_only_ = false;  // in place the stages run
     Cx<T> *tw2_ = nullptr;
 };
 

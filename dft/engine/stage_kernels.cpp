@@ -9,10 +9,6 @@
 
 #include <algorithm>
 
-#if ORB_KLEVEL >= 6
-#include <immintrin.h>
-#endif
-
 #include "dft/engine/butterflies.h"
 #include "dft/engine/stage_kernels.h"
 
@@ -64,38 +60,9 @@ struct OnePack<double> {
     using type = CxD1;
 };
 
-// a * w for the stage twiddles: on AVX levels the sign flip of the cross
-// products folds into one add-subtract (fused with the multiply when the
-// level has FMA) instead of a multiply by (-1, 1, ...).
-template <class T>
-__attribute__((always_inline)) inline Pack<T, 1> TwMul(Pack<T, 1> a, Pack<T, 1> w) {
-    return Mul(a, w);
-}
+// a * w for the stage twiddles (pack::TwMul; CxD1 has its own form).
+using pack::TwMul;
 __attribute__((always_inline)) inline CxD1 TwMul(CxD1 a, CxD1 w) { return Mul(a, w); }
-template <class T, int L>
-__attribute__((always_inline)) inline Pack<T, L> TwMul(Pack<T, L> a, Pack<T, L> w) {
-#if ORB_KLEVEL >= 6
-    using P = Pack<T, L>;
-    if constexpr (sizeof(typename P::V) == 32) {
-        using V = typename P::V;
-        const V c = P::Swap(a.v) * P::DupIm(w.v), r = P::DupRe(w.v);
-        if constexpr (sizeof(T) == 8) {
-#if defined(__FMA__)
-            return {(V)_mm256_fmaddsub_pd((__m256d)a.v, (__m256d)r, (__m256d)c)};
-#else
-            return {(V)_mm256_addsub_pd((__m256d)(a.v * r), (__m256d)c)};
-#endif
-        } else {
-#if defined(__FMA__)
-            return {(V)_mm256_fmaddsub_ps((__m256)a.v, (__m256)r, (__m256)c)};
-#else
-            return {(V)_mm256_addsub_ps((__m256)(a.v * r), (__m256)c)};
-#endif
-        }
-    }
-#endif
-    return Mul(a, w);
-}
 
 // What a stage does after its butterflies: twiddle (m > 1), scale (the
 // last stage when scale != 1), or nothing. A template argument, so that the

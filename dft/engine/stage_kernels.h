@@ -15,8 +15,8 @@
 // elements xs / ys apart, is y[r*yd + k*ys] = scale * DFT(x[r*xd + j*xs]);
 // x may equal y when both sides have the same layout.
 // SmallCodelet* returns null for lengths without one.
-// TwoPass* runs n = n1*n2 as two passes of codelet bodies (two_pass.h);
-// null for pairs without a kernel.
+// TwoPass* runs n = n1*n2 as two passes of codelet bodies (two_pass.h, or
+// three_pass.h with n2 split again); null for pairs without a kernel.
 // PointMul* is y[j] = x[j] * w[j] * scale for j < n (y may equal x), the
 // pointwise passes of the convolution algorithms.
 #define ORB_DFT_STAGE_DECLS                                                                 \

@@ -1,8 +1,8 @@
-// Backward single-precision two-pass kernels of a level.
-#include "dft/engine/two_pass.h"
+// Backward single-precision two- and three-pass kernels of a level.
+#include "dft/engine/three_pass.h"
 
 namespace orb::dft::ORB_KNS {
 
-TwoPassFn<float> BackwardTwoPassF(int64_t n1, int64_t n2) { return twopass::Lookup<float, 1>(n1, n2); }
+TwoPassFn<float> BackwardTwoPassF(int64_t n1, int64_t n2) { return threepass::Lookup<float, 1>(n1, n2); }
 
 }  // namespace orb::dft::ORB_KNS

@@ -1,0 +1,88 @@
+// Complex transforms of n = n1 * n2 with n2 = a * b (all three lengths with
+// a codelet) as the two passes of two_pass.h, the first of which runs its
+// length-n2 column transforms as two steps of codelet bodies through a
+// scratch that stays in the first-level cache:
+//  i.  for each j_a < a, the length-b DFT over j_b of the columns'
+//      x[j1 + n1 (j_a + a j_b)] into s[j_a b + k_b];
+//  ii. for each k_b, s[j_a b + k_b] times w_n2^(j_a k_b), the length-a DFT
+//      over j_a, each lane stored straight into its row of Y at k_b + b k_a
+//      (two half-vector stores cost less than transposing through s again).
+// Lanes hold L adjacent columns throughout, so neither step shuffles. Against
+// the stages the data crosses the second-level cache twice instead of three
+// to five times.
+#ifndef ORB_DFT_ENGINE_THREE_PASS_H
+#define ORB_DFT_ENGINE_THREE_PASS_H
+
+#include "dft/engine/two_pass.h"
+
+namespace orb::dft::ORB_KNS::threepass {
+
+using pack::Pack;
+using twopass::CodeletSplit;
+
+// Pass 1 for columns j1 .. j1+LL-1: their length-(A*B) transforms into the
+// rows of y. twb[e] = w_(A B)^e; s holds A*B packs.
+template <int N1, int A, int B, int S, class T, int LL>
+__attribute__((always_inline)) inline void BlockColumns(const Cx<T> *x, Cx<T> *y, const Cx<T> *twb, Pack<T, LL> *s,
+                                                        int64_t j1) {
+    using P = Pack<T, LL>;
+    constexpr int M = A * B;
+    for (int ja = 0; ja < A; ++ja) {
+        const Cx<T> *xa = x + j1 + N1 * ja;
+        P *sa = s + ja * B;
+        codelet::Body<CodeletSplit(B), B / CodeletSplit(B), S, T, P>(
+            [&](int j) __attribute__((always_inline)) { return P::Load(xa + N1 * A * j); },
+            [&](int k, P v) __attribute__((always_inline)) { sa[k] = v; }, T(1));
+    }
+    for (int kb = 0; kb < B; ++kb) {
+        // ja * kb < A * B: the plain power table serves every slot.
+        codelet::Body<CodeletSplit(A), A / CodeletSplit(A), S, T, P>(
+            [&](int ja) __attribute__((always_inline)) {
+                const P v = s[ja * B + kb];
+                return ja == 0 ? v : TwMul(v, P::Bcast(twb[ja * kb]));
+            },
+            [&](int ka, P v) __attribute__((always_inline)) { v.Scatter(y + j1 * M + kb + B * ka, M); }, T(1));
+    }
+}
+
+// out = scale * DFT(x); tw[j1 n2 + k2] = w_n^(j1 k2) (j1 < n1, k2 < n2),
+// then tw[n + e] = w_n2^e (e < n2); work holds n elements (used only when
+// x == out).
+template <int N1, int A, int B, int S, class T>
+void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
+    constexpr int M = A * B;
+    constexpr int LL = codelet::RowLanes<T, N1, M>();
+    Pack<T, LL> s[M];
+    Cx<T> *y = x == out ? work : out;
+    for (int64_t j1 = 0; j1 < N1; j1 += LL) BlockColumns<N1, A, B, S, T, LL>(x, y, tw + N1 * M, s, j1);
+    for (int64_t k2 = 0; k2 < M; k2 += LL) twopass::TwiddledColumns<N1, M, S, T, LL>(y, out, tw, k2, scale);
+}
+
+// (n1, a, b) with a three-pass kernel: the splits TwoPassSplits offers
+// where they measured faster than the stages, complex double with AVX2+FMA
+// only: 1024 (16 x 8 x 8) 10%, 2048 (32 x 8 x 8; 8 x 16 x 8 and 16 x 16 x 8
+// close behind) 30%, 4096 (8 x 32 x 16; 8 x 16 x 32 alike) 8%, 8192
+// (8 x 32 x 32; 32 x 16 x 16 half that) 12% faster out of place; in place
+// 2048 20% and 4096 8% faster, 1024 and 8192 no faster (those two keep the
+// stages in place). 4096 as 16 x 16 x 16 or 32 x 16 x 8 and 8192 as
+// 16 x 32 x 16 were 5-20% slower; single precision 10% slower, also when
+// step ii transposes through s instead (a 4-lane pack stores as four
+// pieces).
+#if ORB_KLEVEL >= 7
+#define ORB_DFT_THREE_PASS(X) X(16, 8, 8) X(32, 8, 8) X(8, 32, 16) X(8, 32, 32)
+#else
+#define ORB_DFT_THREE_PASS(X)
+#endif
+
+template <class T, int S>
+TwoPassFn<T> Lookup(int64_t n1, int64_t n2) {
+#define ORB_DFT_THREE_PASS_CASE(N1, A, B) \
+    if (sizeof(T) == 8 && n1 == N1 && n2 == A * B) return &Run<N1, A, B, S, T>;
+    ORB_DFT_THREE_PASS(ORB_DFT_THREE_PASS_CASE)
+#undef ORB_DFT_THREE_PASS_CASE
+    return twopass::Lookup<T, S>(n1, n2);
+}
+
+}  // namespace orb::dft::ORB_KNS::threepass
+
+#endif
