@@ -156,7 +156,7 @@ struct PassSplit {
 const PassSplit *TwoPassSplits(int64_t n) {
     static constexpr PassSplit kSplits[] = {{100, {10, 0}, false},   {128, {16, 0}, false},  {256, {16, 0}, false},
                                             {512, {32, 0}, false},   {1024, {16, 0}, true},  {1536, {48, 0}, false},
-                                            {2048, {64, 32}, false}, {4096, {8, 0}, false},  {8192, {8, 0}, true}};
+                                            {2048, {64, 32}, false}, {8192, {8, 0}, true}};
     for (const PassSplit &row : kSplits)
         if (row.n == n) return &row;
     return nullptr;

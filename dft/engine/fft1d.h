@@ -33,9 +33,11 @@ public:
     SmallFn<T> Small() const { return small_; }
     // Whether ExecInterleaved is available (plain mixed-radix stages).
     bool Interleavable() const { return !four_ && !blue_ && !rader_; }
-    // Whether a single row runs a two- or three-pass kernel wherever it
-    // lies (in place included).
-    bool HasTwoPass() const { return two_ != nullptr && !two_out_of_place_only_; }
+    // Whether a single row runs a two-pass kernel wherever it lies (in
+    // place included). The three-pass kernels (n2 split again, above the
+    // 64-point codelets) are not counted: their first pass reads the row
+    // scattered, which rows streaming from memory in a batch pay for.
+    bool HasTwoPass() const { return two_ != nullptr && !two_out_of_place_only_ && n2_ <= 64; }
     // vb sequences interleaved element by element ([j*vb + c]); work holds
     // n*vb elements.
     void ExecInterleaved(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int64_t vb) const;

@@ -61,15 +61,17 @@ void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
 // (n1, a, b) with a three-pass kernel: the splits TwoPassSplits offers
 // where they measured faster than the stages, complex double with AVX2+FMA
 // only: 1024 (16 x 8 x 8) 10%, 2048 (32 x 8 x 8; 8 x 16 x 8 and 16 x 16 x 8
-// close behind) 30%, 4096 (8 x 32 x 16; 8 x 16 x 32 alike) 8%, 8192
-// (8 x 32 x 32; 32 x 16 x 16 half that) 12% faster out of place; in place
-// 2048 20% and 4096 8% faster, 1024 and 8192 no faster (those two keep the
-// stages in place). 4096 as 16 x 16 x 16 or 32 x 16 x 8 and 8192 as
-// 16 x 32 x 16 were 5-20% slower; single precision 10% slower, also when
-// step ii transposes through s instead (a 4-lane pack stores as four
-// pieces).
+// close behind) 30%, 8192 (8 x 32 x 32; 32 x 16 x 16 half that) 12%
+// faster out of place; in place 2048 20% faster, 1024 and 8192 no faster
+// (those two keep the stages in place). 4096 (8 x 32 x 16) gained up to 8%
+// alone but lost 20% in a batch of 100 rows, which come from memory rather
+// than cache (its first pass reads 8 rows of 512 points scattered over the
+// whole row), so it keeps the stages; as 16 x 16 x 16 or 32 x 16 x 8 it
+// was 5-20% slower, and so was 8192 as 16 x 32 x 16; single precision
+// 10% slower, also when step ii transposes through s instead (a 4-lane
+// pack stores as four pieces).
 #if ORB_KLEVEL >= 7
-#define ORB_DFT_THREE_PASS(X) X(16, 8, 8) X(32, 8, 8) X(8, 32, 16) X(8, 32, 32)
+#define ORB_DFT_THREE_PASS(X) X(16, 8, 8) X(32, 8, 8) X(8, 32, 32)
 #else
 #define ORB_DFT_THREE_PASS(X)
 #endif
