@@ -59,7 +59,10 @@ template <class C> void FlatAdd(int32_t n, const C *a, const C *b, C *y) {
     if (((py - uintptr_t(a)) | (py - uintptr_t(b))) % sizeof(C) != 0 &&
         DoneElementwise<C, OpCAdd>(n, a, b, y))
         return;
-    PartsAdd(2 * int64_t(n), &a->real, &b->real, &y->real);
+    // Casts rather than &a->real: an empty call may pass null pointers.
+    using R = decltype(C::real);
+    PartsAdd(2 * int64_t(n), reinterpret_cast<const R *>(a), reinterpret_cast<const R *>(b),
+             reinterpret_cast<R *>(y));
 }
 
 // Interleaved-lane kernels (products; the single-precision quotient), kL
