@@ -246,6 +246,25 @@ bool BuildPasses(PlanT<T> &pl) {
 
 // ---- running ----
 
+// dst[j*dj + c*dc] = src[j*sj + c*sc] for j < n, c < nb. Adjacent columns
+// on both sides (the column passes of multi-dimensional transforms) copy a
+// whole block row as vectors: the element-wise loop cost more instructions
+// than the columns' FFT stages.
+template <class T>
+void CopyBlock(const Cx<T> *__restrict src, int64_t sj, int64_t sc, Cx<T> *__restrict dst, int64_t dj, int64_t dc,
+               int64_t n, int64_t nb) {
+    if (sc == 1 && dc == 1 && nb == kColumnBlock) {
+        for (int64_t j = 0; j < n; ++j) {
+            Cx<T> row[kColumnBlock];
+            memcpy(row, src + j * sj, sizeof(row));
+            memcpy(dst + j * dj, row, sizeof(row));
+        }
+        return;
+    }
+    for (int64_t j = 0; j < n; ++j)
+        for (int64_t c = 0; c < nb; ++c) dst[j * dj + c * dc] = src[j * sj + c * sc];
+}
+
 // Split storage <-> interleaved pairs, dst[j*dj + c*dc] from the parts at
 // [j*sj + c*sc] (and back), the loop along the unit stride innermost so
 // that contiguous parts move as vectors.
@@ -278,8 +297,7 @@ void GatherComplex(const Side &s, bool split, int64_t off, int64_t st, int64_t n
     if (split) {
         JoinParts<T>(static_cast<const T *>(s.re) + off, static_cast<const T *>(s.im) + off, st, 0, dst, 1, 0, n, 1);
     } else {
-        const Cx<T> *x = static_cast<const Cx<T> *>(s.re) + off;
-        for (int64_t j = 0; j < n; ++j) dst[j] = x[j * st];
+        CopyBlock<T>(static_cast<const Cx<T> *>(s.re) + off, st, 0, dst, 1, 0, n, 1);
     }
 }
 
@@ -288,8 +306,7 @@ void ScatterComplex(const Side &s, bool split, int64_t off, int64_t st, int64_t 
     if (split) {
         SplitParts<T>(src, 1, 0, static_cast<T *>(s.re) + off, static_cast<T *>(s.im) + off, st, 0, n, 1);
     } else {
-        Cx<T> *y = static_cast<Cx<T> *>(s.re) + off;
-        for (int64_t j = 0; j < n; ++j) y[j * st] = src[j];
+        CopyBlock<T>(src, 1, 0, static_cast<Cx<T> *>(s.re) + off, st, 0, n, 1);
     }
 }
 
@@ -343,25 +360,6 @@ void RunRow(const PlanT<T> &pl, int pi, const Side &src, bool ssplit, int64_t so
             for (int64_t j = 0; j < n; ++j) o[j * p.os] = y[j];
         }
     }
-}
-
-// dst[j*dj + c*dc] = src[j*sj + c*sc] for j < n, c < nb. Adjacent columns
-// on both sides (the column passes of multi-dimensional transforms) copy a
-// whole block row as vectors: the element-wise loop cost more instructions
-// than the columns' FFT stages.
-template <class T>
-void CopyBlock(const Cx<T> *__restrict src, int64_t sj, int64_t sc, Cx<T> *__restrict dst, int64_t dj, int64_t dc,
-               int64_t n, int64_t nb) {
-    if (sc == 1 && dc == 1 && nb == kColumnBlock) {
-        for (int64_t j = 0; j < n; ++j) {
-            Cx<T> row[kColumnBlock];
-            memcpy(row, src + j * sj, sizeof(row));
-            memcpy(dst + j * dj, row, sizeof(row));
-        }
-        return;
-    }
-    for (int64_t j = 0; j < n; ++j)
-        for (int64_t c = 0; c < nb; ++c) dst[j * dj + c * dc] = src[j * sj + c * sc];
 }
 
 // `nb` adjacent columns of a complex pass (neighbours along the innermost
