@@ -59,6 +59,12 @@ ORB_BFLY_INLINE constexpr void StaticFor(F &&f) {
     }(std::make_integer_sequence<int, N>{});
 }
 
+// x * (c + i s) for packs without a form of their own (pack::MulConst).
+template <class P, class T>
+ORB_BFLY_INLINE P MulConst(P x, T c, T s) {
+    return x * c + MulI(x) * s;
+}
+
 // x * exp(S * 2 pi i * t / R), trivial angles without multiplies.
 template <int R, int t, int S, class P, class T>
 ORB_BFLY_INLINE P TwiddleConst(P x) {
@@ -69,18 +75,19 @@ ORB_BFLY_INLINE P TwiddleConst(P x) {
         return MulSI<S>(x);
     } else if constexpr (2 * tt == R) {
         return P{} - x;
-    } else if constexpr (8 * tt == R) {
-        // (1 + S i) / sqrt 2
+    } else if constexpr (8 * tt == R || 8 * tt == 3 * R) {
+        // (+-1 + S i) / sqrt 2: one add and one multiply a part in
+        // scalar code; vector packs take the general form, which fuses.
         constexpr T h = T(0.707106781186547524400844362104849039L);
-        return (x + MulSI<S>(x)) * h;
-    } else if constexpr (8 * tt == 3 * R) {
-        // (-1 + S i) / sqrt 2
-        constexpr T h = T(0.707106781186547524400844362104849039L);
-        return (MulSI<S>(x) - x) * h;
+        if constexpr (!pack::kVectorPack<P>) {
+            if constexpr (8 * tt == R) return (x + MulSI<S>(x)) * h;
+            else return (MulSI<S>(x) - x) * h;
+        } else {
+            return MulConst(x, 8 * tt == R ? h : -h, T(S) * h);
+        }
     } else {
-        constexpr T c = T(CosTurn(tt, R));
-        constexpr T s = T(S * SinTurn(tt, R));
-        return x * c + MulSI<1>(x) * s;
+        constexpr T c = T(CosTurn(tt, R)), s = T(S * SinTurn(tt, R));
+        return MulConst(x, c, s);
     }
 }
 

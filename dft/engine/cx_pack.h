@@ -7,6 +7,9 @@
 
 #include <string.h>
 
+#include <limits>
+#include <type_traits>
+
 #if ORB_KLEVEL >= 6
 #include <immintrin.h>
 #endif
@@ -29,6 +32,21 @@ constexpr int kLanes = kVectorBytes / int(2 * sizeof(T));
 template <class T, int L>
 struct Pack;
 
+// a (a vector of interleaved complex numbers) with the signs of its real
+// (Re) and/or imaginary (Im) parts flipped. An xor: exact, one cycle, and
+// off the multiply ports a multiply by -1 would take.
+template <bool Re, bool Im, class V>
+__attribute__((always_inline)) inline V FlipSigns(V a) {
+    using T = std::remove_cvref_t<decltype(a[0])>;
+    using I = std::conditional_t<sizeof(T) == 8, long long, int>;
+    typedef I IV __attribute__((vector_size(sizeof(V))));
+    constexpr int kParts = int(sizeof(V) / sizeof(T));
+    IV m;
+    for (int i = 0; i < kParts; i += 2)
+        m[i] = Re ? std::numeric_limits<I>::min() : 0, m[i + 1] = Im ? std::numeric_limits<I>::min() : 0;
+    return (V)((IV)a ^ m);
+}
+
 // ---- scalar complex ----
 template <class T>
 struct Pack<T, 1> {
@@ -47,6 +65,7 @@ struct Pack<T, 1> {
     __attribute__((always_inline)) friend Pack MulI(Pack a) { return {-a.im, a.re}; }
     // a * (-i)
     __attribute__((always_inline)) friend Pack MulNegI(Pack a) { return {a.im, -a.re}; }
+    __attribute__((always_inline)) friend Pack Conj(Pack a) { return {a.re, -a.im}; }
 };
 
 // ---- vector of L complex numbers ----
@@ -97,45 +116,60 @@ struct Pack {
         else if constexpr (L == 2) return __builtin_shufflevector(a, a, 1, 1, 3, 3);
         else return __builtin_shufflevector(a, a, 1, 1, 3, 3, 5, 5, 7, 7);
     }
-    // (-1, +1, -1, +1, ...)
-    static V AltSign() {
-        V s;
-        for (int i = 0; i < L; ++i) s[2 * i] = T(-1), s[2 * i + 1] = T(1);
-        return s;
+    static V Splat(T x) {
+        V r;
+        for (int i = 0; i < 2 * L; ++i) r[i] = x;
+        return r;
     }
-    __attribute__((always_inline)) friend Pack Mul(Pack a, Pack w) {
-        return {a.v * DupRe(w.v) + Swap(a.v) * DupIm(w.v) * AltSign()};
+    template <bool Re, bool Im>
+    static V Flip(V a) {
+        return FlipSigns<Re, Im>(a);
     }
-    __attribute__((always_inline)) friend Pack MulI(Pack a) { return {Swap(a.v) * AltSign()}; }
-    __attribute__((always_inline)) friend Pack MulNegI(Pack a) { return {-(Swap(a.v) * AltSign())}; }
+    // a * (c + i s), c and s given in both halves of every lane: on AVX
+    // levels the sign of the cross products folds into one add-subtract,
+    // fused with the multiply when the level has FMA.
+    __attribute__((always_inline)) static Pack MulParts(Pack a, V c, V s) {
+#if ORB_KLEVEL >= 6
+        if constexpr (sizeof(V) == 32) {
+            const V x = Swap(a.v) * s;
+            if constexpr (sizeof(T) == 8) {
+#if defined(__FMA__)
+                return {(V)_mm256_fmaddsub_pd((__m256d)a.v, (__m256d)c, (__m256d)x)};
+#else
+                return {(V)_mm256_addsub_pd((__m256d)(a.v * c), (__m256d)x)};
+#endif
+            } else {
+#if defined(__FMA__)
+                return {(V)_mm256_fmaddsub_ps((__m256)a.v, (__m256)c, (__m256)x)};
+#else
+                return {(V)_mm256_addsub_ps((__m256)(a.v * c), (__m256)x)};
+#endif
+            }
+        }
+#endif
+        return {a.v * c + Flip<true, false>(Swap(a.v) * s)};
+    }
+    __attribute__((always_inline)) friend Pack Mul(Pack a, Pack w) { return MulParts(a, DupRe(w.v), DupIm(w.v)); }
+    __attribute__((always_inline)) friend Pack MulI(Pack a) { return {Flip<true, false>(Swap(a.v))}; }
+    __attribute__((always_inline)) friend Pack MulNegI(Pack a) { return {Flip<false, true>(Swap(a.v))}; }
+    __attribute__((always_inline)) friend Pack Conj(Pack a) { return {Flip<false, true>(a.v)}; }
 };
 
-// a * w for table twiddles: on AVX levels the sign flip of the cross
-// products folds into one add-subtract (fused with the multiply when the
-// level has FMA) instead of a multiply by (-1, 1, ...).
+// Packs of more than one complex number (one vector).
+template <class P>
+constexpr bool kVectorPack = false;
 template <class T, int L>
-__attribute__((always_inline)) inline Pack<T, L> TwMul(Pack<T, L> a, Pack<T, L> w) {
-#if ORB_KLEVEL >= 6
+constexpr bool kVectorPack<Pack<T, L>> = L > 1;
+
+// a * (c + i s) for constants c and s.
+template <class T>
+__attribute__((always_inline)) inline Pack<T, 1> MulConst(Pack<T, 1> a, T c, T s) {
+    return {a.re * c - a.im * s, a.re * s + a.im * c};
+}
+template <class T, int L>
+__attribute__((always_inline)) inline Pack<T, L> MulConst(Pack<T, L> a, T c, T s) {
     using P = Pack<T, L>;
-    if constexpr (L > 1 && 2 * L * sizeof(T) == 32) {
-        using V = typename P::V;
-        const V c = P::Swap(a.v) * P::DupIm(w.v), r = P::DupRe(w.v);
-        if constexpr (sizeof(T) == 8) {
-#if defined(__FMA__)
-            return {(V)_mm256_fmaddsub_pd((__m256d)a.v, (__m256d)r, (__m256d)c)};
-#else
-            return {(V)_mm256_addsub_pd((__m256d)(a.v * r), (__m256d)c)};
-#endif
-        } else {
-#if defined(__FMA__)
-            return {(V)_mm256_fmaddsub_ps((__m256)a.v, (__m256)r, (__m256)c)};
-#else
-            return {(V)_mm256_addsub_ps((__m256)(a.v * r), (__m256)c)};
-#endif
-        }
-    }
-#endif
-    return Mul(a, w);
+    return P::MulParts(a, P::Splat(c), P::Splat(s));
 }
 
 // a * (S i): S = -1 forward, +1 backward.

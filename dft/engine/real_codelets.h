@@ -27,15 +27,6 @@ struct Lanes<Pack<T, L>> {
     static constexpr int value = L;
 };
 
-template <class T>
-ORB_BFLY_INLINE Pack<T, 1> Conj(Pack<T, 1> a) {
-    return {a.re, -a.im};
-}
-template <class T, int L>
-ORB_BFLY_INLINE Pack<T, L> Conj(Pack<T, L> a) {
-    return {-(a.v * Pack<T, L>::AltSign())};
-}
-
 // The imaginary parts dropped (they do not enter a real signal at the
 // bins 0 and n/2).
 template <class T>

@@ -8,7 +8,6 @@ namespace {
 using pack::kLanes;
 using pack::MulSI;
 using pack::Pack;
-using rcodelet::Conj;
 
 // Lanes in reverse order (the mirrored index block h-k-L+1 .. h-k).
 template <class T, int L>

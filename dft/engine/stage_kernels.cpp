@@ -39,14 +39,9 @@ struct CxD1 {
         const V re = {w.v[0], w.v[0]}, im = {-w.v[1], w.v[1]};
         return {a.v * re + Swap(a.v) * im};
     }
-    __attribute__((always_inline)) friend CxD1 MulI(CxD1 a) {
-        const V sg = {-1.0, 1.0};
-        return {Swap(a.v) * sg};
-    }
-    __attribute__((always_inline)) friend CxD1 MulNegI(CxD1 a) {
-        const V sg = {1.0, -1.0};
-        return {Swap(a.v) * sg};
-    }
+    // Sign flips by xor, as the vector packs do.
+    __attribute__((always_inline)) friend CxD1 MulI(CxD1 a) { return {pack::FlipSigns<true, false>(Swap(a.v))}; }
+    __attribute__((always_inline)) friend CxD1 MulNegI(CxD1 a) { return {pack::FlipSigns<false, true>(Swap(a.v))}; }
 };
 
 // Single-element pack of the stage loops' remainders (and of every loop
@@ -60,9 +55,6 @@ struct OnePack<double> {
     using type = CxD1;
 };
 
-// a * w for the stage twiddles (pack::TwMul; CxD1 has its own form).
-using pack::TwMul;
-__attribute__((always_inline)) inline CxD1 TwMul(CxD1 a, CxD1 w) { return Mul(a, w); }
 
 // What a stage does after its butterflies: twiddle (m > 1), scale (the
 // last stage when scale != 1), or nothing. A template argument, so that the
@@ -76,7 +68,7 @@ __attribute__((always_inline)) inline void Column(LoadF load, StoreF store_all, 
     bfly::StaticFor<R>([&](auto k) __attribute__((always_inline)) { a[k] = load(k); });
     bfly::Butterfly<R, S, T>(a);
     if constexpr (PO == Post::kTwiddle) {
-        bfly::StaticFor<R - 1>([&](auto t) __attribute__((always_inline)) { a[t + 1] = TwMul(a[t + 1], w[t]); });
+        bfly::StaticFor<R - 1>([&](auto t) __attribute__((always_inline)) { a[t + 1] = Mul(a[t + 1], w[t]); });
     } else if constexpr (PO == Post::kScale) {
         bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { a[t] = a[t] * scale; });
     }

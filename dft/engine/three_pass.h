@@ -39,7 +39,7 @@ __attribute__((always_inline)) inline void BlockColumns(const Cx<T> *x, Cx<T> *y
         codelet::Body<CodeletSplit(A), A / CodeletSplit(A), S, T, P>(
             [&](int ja) __attribute__((always_inline)) {
                 const P v = s[ja * B + kb];
-                return ja == 0 ? v : TwMul(v, P::Bcast(twb[ja * kb]));
+                return ja == 0 ? v : Mul(v, P::Bcast(twb[ja * kb]));
             },
             [&](int ka, P v) __attribute__((always_inline)) { v.Scatter(y + j1 * M + kb + B * ka, M); }, T(1));
     }

@@ -63,7 +63,7 @@ __attribute__((always_inline)) inline void TwiddledColumns(const Cx<T> *y, Cx<T>
     codelet::Body<A, N1 / A, S, T, P>(
         [&](int j) __attribute__((always_inline)) {
             const P v = P::Load(y + j * N2 + k2);
-            return j == 0 ? v : TwMul(v, P::Load(tw + j * N2 + k2));
+            return j == 0 ? v : Mul(v, P::Load(tw + j * N2 + k2));
         },
         [&](int k, P v) __attribute__((always_inline)) { v.Store(out + k2 + N2 * k); }, scale);
 }
