@@ -150,32 +150,68 @@ constexpr int SmallestFactor(int r) {
         if (r % f == 0) return f;
     return r;
 }
+constexpr int Gcd(int a, int b) { return b ? Gcd(b, a % b) : a; }
+constexpr int InverseMod(int a, int m) {
+    for (int x = 1; x < m; ++x)
+        if (a * x % m == 1) return x;
+    return 0;
+}
+// First factor of a composite radix: the whole power of its smallest prime
+// when the rest is coprime to it (12 = 4 x 3), else the prime (9 = 3 x 3).
+constexpr int CompositeSplit(int r) {
+    const int p = SmallestFactor(r);
+    int a = p;
+    while (r % (a * p) == 0) a *= p;
+    return a < r ? a : p;
+}
 
 template <int R, int S, class T, class P>
 ORB_BFLY_INLINE void Butterfly(P *a);
 
-// In-place DFT of a[0..R-1] for composite R = A*B that is not a power of
-// two: B butterflies of radix A, constant twiddles, A of radix B (the
-// symmetric form costs (R-1)^2/2 multiplies, which a split R = 15 or 9
-// cuts by a factor of three or so).
-template <int R, int S, class T, class P>
-ORB_BFLY_INLINE void Composite(P *a) {
-    constexpr int A = SmallestFactor(R), B = R / A;
-    P u[R];
+// The DFT of N = A B points as B butterflies of radix A, then A of radix
+// B; load(j) gives input j, store(k, v) takes output k, and every load
+// comes before the first store. Coprime A and B take the prime-factor
+// index maps (j = B j1 + A j2, k = k1 B (B^-1 mod A) + k2 A (A^-1 mod B),
+// mod N), under which the DFT is a plain A x B two-dimensional one: no
+// twiddles between the butterflies. Otherwise j = B j1 + j2, k = k1 + A k2
+// with the constant twiddles w_N^(j2 k1).
+template <int A, int B, int S, class T, class P, class LoadF, class StoreF>
+ORB_BFLY_INLINE void TwoFactor(LoadF load, StoreF store) {
+    constexpr int N = A * B;
+    constexpr bool kPrimeFactor = A > 1 && B > 1 && Gcd(A, B) == 1;
+    P u[N];
     StaticFor<B>([&](auto j2) __attribute__((always_inline)) {
-        P t[A];
-        StaticFor<A>([&](auto j1) __attribute__((always_inline)) { t[j1] = a[B * j1 + j2]; });
-        Butterfly<A, S, T>(t);
+        P a[A];
+        StaticFor<A>([&](auto j1) __attribute__((always_inline)) {
+            a[j1] = load(kPrimeFactor ? (B * j1 + A * j2) % N : B * j1 + j2);
+        });
+        Butterfly<A, S, T>(a);
         StaticFor<A>([&](auto k1) __attribute__((always_inline)) {
-            u[j2 * A + k1] = TwiddleConst<R, j2 * k1, S, P, T>(t[k1]);
+            if constexpr (kPrimeFactor) u[j2 * A + k1] = a[k1];
+            else u[j2 * A + k1] = TwiddleConst<N, j2 * k1, S, P, T>(a[k1]);
         });
     });
     StaticFor<A>([&](auto k1) __attribute__((always_inline)) {
         P b[B];
         StaticFor<B>([&](auto j2) __attribute__((always_inline)) { b[j2] = u[j2 * A + k1]; });
         Butterfly<B, S, T>(b);
-        StaticFor<B>([&](auto k2) __attribute__((always_inline)) { a[k1 + A * k2] = b[k2]; });
+        StaticFor<B>([&](auto k2) __attribute__((always_inline)) {
+            if constexpr (kPrimeFactor)
+                store((k1 * B * InverseMod(B % A, A) + k2 * A * InverseMod(A % B, B)) % N, b[k2]);
+            else
+                store(k1 + A * k2, b[k2]);
+        });
     });
+}
+
+// In-place DFT of a[0..R-1] for composite R that is not a power of two (the
+// symmetric form costs (R-1)^2/2 multiplies, which a split R = 15 or 9
+// cuts by a factor of three or so).
+template <int R, int S, class T, class P>
+ORB_BFLY_INLINE void Composite(P *a) {
+    constexpr int A = CompositeSplit(R);
+    TwoFactor<A, R / A, S, T, P>([&](int j) __attribute__((always_inline)) { return a[j]; },
+                                 [&](int k, P v) __attribute__((always_inline)) { a[k] = v; });
 }
 
 template <int R, int S, class T, class P>

@@ -32,26 +32,12 @@ namespace codelet {
 using pack::kLanes;
 using pack::Pack;
 
-// out[k1 + A k2] = scale * sum_j in[j] w_N^(jk), with j = B j1 + j2.
-// Everything is loaded before anything is stored, so in may equal out.
+// out[k] = scale * sum_j in[j] w_N^(jk) through bfly::TwoFactor's split
+// N = A B. Everything is loaded before anything is stored, so in may equal
+// out.
 template <int A, int B, int S, class T, class P, class LoadF, class StoreF>
 __attribute__((always_inline)) inline void Body(LoadF load, StoreF store, T scale) {
-    constexpr int N = A * B;
-    P u[N];
-    bfly::StaticFor<B>([&](auto j2) __attribute__((always_inline)) {
-        P a[A];
-        bfly::StaticFor<A>([&](auto j1) __attribute__((always_inline)) { a[j1] = load(B * j1 + j2); });
-        bfly::Butterfly<A, S, T>(a);
-        bfly::StaticFor<A>([&](auto k1) __attribute__((always_inline)) {
-            u[j2 * A + k1] = bfly::TwiddleConst<N, j2 * k1, S, P, T>(a[k1]);
-        });
-    });
-    bfly::StaticFor<A>([&](auto k1) __attribute__((always_inline)) {
-        P b[B];
-        bfly::StaticFor<B>([&](auto j2) __attribute__((always_inline)) { b[j2] = u[j2 * A + k1]; });
-        bfly::Butterfly<B, S, T>(b);
-        bfly::StaticFor<B>([&](auto k2) __attribute__((always_inline)) { store(k1 + A * k2, b[k2] * scale); });
-    });
+    bfly::TwoFactor<A, B, S, T, P>(load, [&](int k, P v) __attribute__((always_inline)) { store(k, v * scale); });
 }
 
 // Lanes (a power of two up to the vector's) that divide both A and B.

@@ -91,9 +91,9 @@ struct PlanT {
     // The same for a lone real pass with a codelet (any strides).
     R2CFn<T> solo_r2c = nullptr;
     C2RFn<T> solo_c2r = nullptr;
-    // A lone contiguous real row without a codelet: Execute calls its
-    // RealFft1D directly (no pass loop).
-    bool solo_real = false;
+    // A lone contiguous row without a codelet for the whole call: Execute
+    // calls its Fft1D or RealFft1D directly (no pass loop).
+    bool solo_row = false;
     // Workspace kept with the plan for large problems, lent to one Execute
     // at a time (a concurrent caller allocates its own).
     void *cache = nullptr;
@@ -518,7 +518,7 @@ __attribute__((noinline)) int Execute(const PlanT<T> &pl, const void *in_re, con
     bool split[3] = {cin && pl.pb.split_in, cout && pl.pb.split_out, false};
     // Workspace: the stack for small problems, else the plan's own buffer
     // when no other call holds it, else a fresh allocation.
-    const int64_t bytes = WorkspaceBytes(pl);
+    const int64_t bytes = pl.cache_bytes;
     alignas(64) unsigned char local[16384];
     void *heap = nullptr, *ws = nullptr;
     bool borrowed = false;
@@ -535,10 +535,12 @@ __attribute__((noinline)) int Execute(const PlanT<T> &pl, const void *in_re, con
     }
     Cx<T> *temp = static_cast<Cx<T> *>(ws);
     bufs[kTemp].re = temp;
-    if (pl.solo_real) {
+    if (pl.solo_row) {
         const T scale = T(pl.pb.scale);
         Cx<T> *work = temp + 2 * (pl.pass[0].n + 2);
-        if (pl.pb.kind == EngineKind::R2C)
+        if (pl.pb.kind == EngineKind::C2C)
+            pl.c[0]->Exec(static_cast<const Cx<T> *>(in_re), static_cast<Cx<T> *>(out_re), temp, scale, 1);
+        else if (pl.pb.kind == EngineKind::R2C)
             pl.r[0]->Forward(static_cast<const T *>(in_re), static_cast<Cx<T> *>(out_re), work, scale, 1);
         else
             pl.r[0]->Backward(static_cast<const Cx<T> *>(in_re), static_cast<T *>(out_re), work, scale, 1);
@@ -591,8 +593,8 @@ EnginePlan *Create(const EngineProblem &pb, int level, int *status) {
         pl->solo = pl->c[0]->Small();
         if (p0.nloop == 1) pl->solo_rows = p0.ln[0], pl->solo_is = p0.lis[0], pl->solo_os = p0.los[0];
     }
-    pl->solo_real = pl->npass == 1 && pl->r[0] && p0.nloop == 0 && p0.is == 1 && p0.os == 1 && !pb.split_in &&
-                    !pb.split_out && (pb.nthreads == 1 || p0.n < kThreadedRowMin);
+    pl->solo_row = pl->npass == 1 && (pl->r[0] || pl->c[0]) && p0.nloop == 0 && p0.is == 1 && p0.os == 1 &&
+                   !pb.split_in && !pb.split_out && (pb.nthreads == 1 || p0.n < kThreadedRowMin);
     if (pl->npass == 1 && p0.real_codelet && p0.nloop <= 1 && (pb.nthreads == 1 || p0.nloop == 0)) {
         // One call of the codelet is the whole transform.
         pl->solo_r2c = pl->r2c[0], pl->solo_c2r = pl->c2r[0];
