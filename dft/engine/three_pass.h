@@ -45,8 +45,8 @@ __attribute__((always_inline)) inline void BlockColumns(const Cx<T> *x, Cx<T> *y
     }
 }
 
-// out = scale * DFT(x); tw[j1 n2 + k2] = w_n^(j1 k2) (j1 < n1, k2 < n2),
-// then tw[n + e] = w_n2^e (e < n2); work holds n elements (used only when
+// out = scale * DFT(x); tw holds w_n^(j1 k2) as two_pass.h's Run reads it,
+// then tw[2 n + e] = w_n2^e (e < n2); work holds n elements (used only when
 // x == out).
 template <int N1, int A, int B, int S, class T>
 void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
@@ -54,8 +54,8 @@ void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
     constexpr int LL = codelet::RowLanes<T, N1, M>();
     Pack<T, LL> s[M];
     Cx<T> *y = x == out ? work : out;
-    for (int64_t j1 = 0; j1 < N1; j1 += LL) BlockColumns<N1, A, B, S, T, LL>(x, y, tw + N1 * M, s, j1);
-    for (int64_t k2 = 0; k2 < M; k2 += LL) twopass::TwiddledColumns<N1, M, S, T, LL>(y, out, tw, k2, scale);
+    for (int64_t j1 = 0; j1 < N1; j1 += LL) BlockColumns<N1, A, B, S, T, LL>(x, y, tw + 2 * N1 * M, s, j1);
+    twopass::TwiddledPass<N1, M, S, T>(y, out, tw, scale);
 }
 
 // (n1, a, b) with a three-pass kernel: the splits TwoPassSplits offers

@@ -54,6 +54,15 @@ __attribute__((always_inline)) inline void Columns(const Cx<T> *x, Cx<T> *y, int
     });
 }
 
+// v times the twiddle whose real part fills `re` and imaginary part `im`
+// ({c, c} and {s, s} in each complex slot): the tables' duplicated form
+// spares the two shuffles a multiply by an interleaved twiddle takes.
+template <class P, class T>
+__attribute__((always_inline)) inline P DupTableMul(P v, const Cx<T> *re, const Cx<T> *im) {
+    if constexpr (pack::kVectorPack<P>) return P::MulParts(v, P::Load(re).v, P::Load(im).v);
+    else return pack::MulConst(v, re->re, im->re);
+}
+
 // Pass 2 for outputs k2 .. k2+LL-1 (of every k1).
 template <int N1, int N2, int S, class T, int LL>
 __attribute__((always_inline)) inline void TwiddledColumns(const Cx<T> *y, Cx<T> *out, const Cx<T> *tw, int64_t k2,
@@ -63,19 +72,32 @@ __attribute__((always_inline)) inline void TwiddledColumns(const Cx<T> *y, Cx<T>
     codelet::Body<A, N1 / A, S, T, P>(
         [&](int j) __attribute__((always_inline)) {
             const P v = P::Load(y + j * N2 + k2);
-            return j == 0 ? v : Mul(v, P::Load(tw + j * N2 + k2));
+            return j == 0 ? v : DupTableMul(v, tw + j * N2 + k2, tw + N1 * N2 + j * N2 + k2);
         },
         [&](int k, P v) __attribute__((always_inline)) { v.Store(out + k2 + N2 * k); }, scale);
 }
 
-// out = scale * DFT(x); tw[j1 n2 + k2] = w_n^(j1 k2); work holds n elements
-// (used only when x == out).
+// Pass 2 over every k2. A scale of 1 (the usual forward transform) is a
+// loop of its own that multiplies nothing.
+template <int N1, int N2, int S, class T>
+void TwiddledPass(const Cx<T> *y, Cx<T> *out, const Cx<T> *tw, T scale) {
+    constexpr int LL = codelet::RowLanes<T, N1, N2>();
+    if (scale == T(1)) {
+        for (int64_t k2 = 0; k2 < N2; k2 += LL) TwiddledColumns<N1, N2, S, T, LL>(y, out, tw, k2, T(1));
+    } else {
+        for (int64_t k2 = 0; k2 < N2; k2 += LL) TwiddledColumns<N1, N2, S, T, LL>(y, out, tw, k2, scale);
+    }
+}
+
+// out = scale * DFT(x); w_n^(j1 k2) = c + i s is {c, c} at tw[j1 n2 + k2]
+// and {s, s} at tw[n + j1 n2 + k2]; work holds n elements (used only when
+// x == out).
 template <int N1, int N2, int S, class T>
 void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
     constexpr int LL = codelet::RowLanes<T, N1, N2>();
     Cx<T> *y = x == out ? work : out;
     for (int64_t j1 = 0; j1 < N1; j1 += LL) Columns<N1, N2, S, T, LL>(x, y, j1);
-    for (int64_t k2 = 0; k2 < N2; k2 += LL) TwiddledColumns<N1, N2, S, T, LL>(y, out, tw, k2, scale);
+    TwiddledPass<N1, N2, S, T>(y, out, tw, scale);
 }
 
 // (n1, n2) pairs with a two-pass kernel: the splits TwoPassSplit picks
