@@ -61,14 +61,15 @@ struct OnePack<double> {
 // inner loops carry no test.
 enum class Post { kNone, kTwiddle, kScale };
 
-// One butterfly column: a[k] loaded, transformed, twiddled, stored.
-template <int R, int S, Post PO, class T, class P, class LoadF, class StoreF>
-__attribute__((always_inline)) inline void Column(LoadF load, StoreF store_all, const P *w, T scale) {
+// One butterfly column: a[k] loaded, transformed, twiddled (a[t + 1]
+// becomes twiddle(t, a[t + 1])), stored.
+template <int R, int S, Post PO, class T, class P, class LoadF, class StoreF, class TwiddleF>
+__attribute__((always_inline)) inline void Column(LoadF load, StoreF store_all, TwiddleF twiddle, T scale) {
     P a[R];
     bfly::StaticFor<R>([&](auto k) __attribute__((always_inline)) { a[k] = load(k); });
     bfly::Butterfly<R, S, T>(a);
     if constexpr (PO == Post::kTwiddle) {
-        bfly::StaticFor<R - 1>([&](auto t) __attribute__((always_inline)) { a[t + 1] = Mul(a[t + 1], w[t]); });
+        bfly::StaticFor<R - 1>([&](auto t) __attribute__((always_inline)) { a[t + 1] = twiddle(t, a[t + 1]); });
     } else if constexpr (PO == Post::kScale) {
         bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { a[t] = a[t] * scale; });
     }
@@ -143,7 +144,7 @@ void StageBody(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw, 
                             bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { a[t].Scatter(yp + t, R); });
                         }
                     },
-                    w, scale);
+                    [&](int t, PV a) __attribute__((always_inline)) { return Mul(a, w[t]); }, scale);
             }
             p0 = p;
         }
@@ -154,9 +155,14 @@ void StageBody(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw, 
         int64_t q = q0;
         if constexpr (L > 1) {
             if (s >= L) {
-                PV w[R > 1 ? R - 1 : 1];
+                // One twiddle for every lane: its parts splatted once per p,
+                // so the multiplies in the q loop shuffle only the data.
+                typename PV::V wr[R > 1 ? R - 1 : 1], wi[R > 1 ? R - 1 : 1];
                 if constexpr (twiddled)
-                    for (int t = 0; t < R - 1; ++t) w[t] = PV::Bcast(tw[TwIndex(p, t, m, R, tmajor)]);
+                    for (int t = 0; t < R - 1; ++t) {
+                        const Cx<T> w = tw[TwIndex(p, t, m, R, tmajor)];
+                        wr[t] = PV::Splat(w.re), wi[t] = PV::Splat(w.im);
+                    }
                 for (; q + L <= q1; q += L) {
                     ORB_OPAQUE_INDEX(q);
                     Column<R, S, PO, T, PV>(
@@ -164,7 +170,8 @@ void StageBody(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw, 
                         [&](PV *a) __attribute__((always_inline)) {
                             bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { a[t].Store(yp + q + t * s); });
                         },
-                        w, scale);
+                        [&](int t, PV a) __attribute__((always_inline)) { return PV::MulParts(a, wr[t], wi[t]); },
+                        scale);
                 }
             }
         }
@@ -178,7 +185,7 @@ void StageBody(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw, 
                     [&](P1 *a) __attribute__((always_inline)) {
                         bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { a[t].Store(yp + q + t * s); });
                     },
-                    w, scale);
+                    [&](int t, P1 a) __attribute__((always_inline)) { return Mul(a, w[t]); }, scale);
         }
     }
 }
