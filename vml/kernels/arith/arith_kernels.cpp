@@ -73,8 +73,10 @@ int32_t VectorSteps(int32_t n, const T *a, const T *b, T *y, int32_t start) {
         else StoreU(p, v);
     };
     constexpr int32_t U = 4;  // vectors per step: loop overhead off the store port
-    int32_t i = start;
-    for (; i + U * W <= n; i += U * W) {
+    // Pointer-width index and bound: no sign extension in the loops.
+    const intptr_t m = n;
+    intptr_t i = start;
+    for (; i <= m - U * W; i += U * W) {
         V va[U], vb[U];
         for (int32_t j = 0; j < U; ++j) {
             va[j] = LoadU<V>(a + i + j * W);
@@ -85,7 +87,7 @@ int32_t VectorSteps(int32_t n, const T *a, const T *b, T *y, int32_t start) {
             auto suspect = Op::Suspect(vb[0]);
             for (int32_t j = 1; j < U; ++j) suspect = suspect | Op::Suspect(vb[j]);
             if (Any(suspect)) [[unlikely]] {
-                ReportingStep<T, Op>(i, i + U * W, a, b, y);
+                ReportingStep<T, Op>(int32_t(i), int32_t(i + U * W), a, b, y);
                 continue;
             }
         }
@@ -96,20 +98,20 @@ int32_t VectorSteps(int32_t n, const T *a, const T *b, T *y, int32_t start) {
             KeepStoreOrder();
         }
     }
-    for (; i + W <= n; i += W) {
+    for (; i <= m - W; i += W) {
         const V va = LoadU<V>(a + i);
         V vb;
         if constexpr (One) vb = va;
         else vb = LoadU<V>(b + i);
         if constexpr (Op::kReports) {
             if (Any(Op::Suspect(vb))) [[unlikely]] {
-                ReportingStep<T, Op>(i, i + W, a, b, y);
+                ReportingStep<T, Op>(int32_t(i), int32_t(i + W), a, b, y);
                 continue;
             }
         }
         store(y + i, Op::Apply(va, vb));
     }
-    return i;
+    return int32_t(i);
 }
 
 // Whole vector steps, then the last few elements as one vector ending at n.
@@ -139,8 +141,9 @@ void Bracketed(int32_t n, const T *a, const T *b, T *y) {
     // Peel up to the output's vector boundary (the head covers it): no
     // store then splits a cache line, and inputs placed like the output
     // load aligned too.
-    if (const uintptr_t off = uintptr_t(y) & (kVecBytes - 1); off % sizeof(T) == 0)
-        VectorSteps<T, Op, One, true>(n, a, b, y, off == 0 ? 0 : int32_t((kVecBytes - off) / sizeof(T)));
+    if (uintptr_t(y) % sizeof(T) == 0)
+        VectorSteps<T, Op, One, true>(
+            n, a, b, y, int32_t((0 - uintptr_t(y)) % kVecBytes / sizeof(T)));
     else
         VectorSteps<T, Op, One, false>(n, a, b, y, 0);
     StoreU(y + n - W, tail);
