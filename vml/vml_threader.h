@@ -67,7 +67,7 @@ constexpr int32_t kThreadThreshold = 100;
 float MachineFactor(int32_t packages, int32_t cores, int32_t smt_minus_one);
 // This process's machine factor, computed on first use (inline once
 // known: the entries ask on every call of a threadable size); NaN before.
-extern std::atomic<float> g_factor;
+extern std::atomic<float> g_factor ORB_HIDDEN;
 float FirstProcessFactor();
 inline float ProcessFactor() {
     const float f = g_factor.load(std::memory_order_acquire);
@@ -76,7 +76,7 @@ inline float ProcessFactor() {
 // Elements below which the dynamic rule keeps a call of any export in the
 // calling thread, once the machine factor is known (0 before): the entries
 // compare with it before they would form the rule's float product.
-extern std::atomic<int32_t> g_serial_below;
+extern std::atomic<int32_t> g_serial_below ORB_HIDDEN;
 // That bound for a factor and the largest cost of any kernel table: every
 // n below it passes SerialUnder's product for every cost up to max_cost,
 // whatever the caller's rounding mode (0 for a NaN, the int32 maximum for

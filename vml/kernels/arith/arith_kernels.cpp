@@ -17,9 +17,13 @@ namespace {
 using namespace vml;
 
 // Element by element in index order: the meaning of partially overlapping
-// arrays, the level-0 loop, the peel and the tail.
+// arrays, the level-0 loop, calls shorter than a vector, and the division's
+// peel and tail. Never vectorized: the vector loops serve every case
+// without overlap already, and a second copy behind run-time overlap tests
+// would only cost registers at the head of every kernel.
 template <class T, class Op>
 void OrderedRange(int32_t first, int32_t last, const T *a, const T *b, T *y) {
+#pragma clang loop vectorize(disable)
     for (int32_t i = first; i < last; ++i) {
         const T x = a[i], z = b[i];
         y[i] = Op::Apply(x, z);
