@@ -17,6 +17,15 @@
 #define ORB_INITIAL_EXEC
 #endif
 
+// Variables the vector-math entries read on every call, which no other
+// module may replace: hidden on ELF, so position-independent code loads
+// them directly instead of through the global offset table.
+#if defined(__ELF__)
+#define ORB_HIDDEN __attribute__((visibility("hidden")))
+#else
+#define ORB_HIDDEN
+#endif
+
 namespace orb::plat {
 
 // Environment, with the semantics of GetEnvironmentVariableA: 0 when the

@@ -84,10 +84,12 @@ void ServTerminate(int exit_code);
 
 #include <atomic>
 
+#include "service/platform.h"
+
 namespace orb {
 // Every vector-math call asks for the level: the cached word inline, the
 // first reading out of line.
-extern std::atomic<int32_t> g_ext_level;
+extern std::atomic<int32_t> g_ext_level ORB_HIDDEN;
 inline int32_t ExtCpuLevel() {
     const int32_t cached = g_ext_level.load(std::memory_order_acquire);
     return cached != -1 ? cached : ServGetExtCpuLevel();

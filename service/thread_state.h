@@ -55,7 +55,7 @@ struct CachedRecord {
     uint32_t generation;
 };
 extern thread_local constinit CachedRecord t_cached ORB_INITIAL_EXEC;
-extern std::atomic<uint32_t> g_generation;
+extern std::atomic<uint32_t> g_generation ORB_HIDDEN;
 #endif
 
 // The calling thread's record if this thread has looked it up since the

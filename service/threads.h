@@ -57,7 +57,7 @@ namespace orb {
 /* ServGetDynamic with its fast path inline (the vector-math entries ask on
  * every call of a threadable size); the first call reads the environment. */
 extern std::atomic<int32_t> g_need_read;
-extern std::atomic<int32_t> g_dynamic;
+extern std::atomic<int32_t> g_dynamic ORB_HIDDEN;
 inline int32_t Dynamic() {
     if (g_need_read.load(std::memory_order_acquire)) [[unlikely]]
         return ServGetDynamic();

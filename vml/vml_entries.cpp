@@ -1,8 +1,6 @@
 // The 36 exported vector-math entry points: argument checks, slot choice,
 // and the hand-over to the shape's threader.
-#include <initializer_list>
 #include <string.h>
-#include <type_traits>
 #include <xmmintrin.h>
 
 #include "service/serv.h"
@@ -13,16 +11,16 @@
 
 namespace {
 
-struct Required {
-    const void *pointer;
-    int32_t position;  // 1-based parameter position
-};
-
 // Reports the first bad argument (n < 0, or a null pointer in parameter
-// order); n = 0 reports nothing. Kept out of line: the accepted call must
-// not pay for building this list.
-__attribute__((noinline, cold)) void Refuse(const char *name, int32_t n,
-                                            std::initializer_list<Required> required) {
+// order); n = 0 reports nothing. The 1-based parameter positions of the
+// pointers p0..p2 come packed, one per nibble from the lowest (a zero
+// nibble ends the list). Every argument travels in a register, the
+// pointers in the ones the export received them in: a list built in
+// memory would give each accepted call a stack frame, and arguments moved
+// for this call would be moved back for the kernel's.
+__attribute__((noinline, cold)) void Refuse(int32_t n, const void *p0, const void *p1,
+                                            const void *p2, const char *name,
+                                            uint32_t positions) {
     if (n < 0) {
         const int32_t info = 1;
         ServReportParameterError(name, &info, int32_t(strlen(name)));
@@ -30,9 +28,11 @@ __attribute__((noinline, cold)) void Refuse(const char *name, int32_t n,
         return;
     }
     if (n == 0) return;
-    for (const Required &r : required) {
-        if (r.pointer == nullptr) {
-            ServReportParameterError(name, &r.position, int32_t(strlen(name)));
+    const void *const pointers[] = {p0, p1, p2};
+    for (int k = 0; k < 3 && (positions >> (4 * k) & 0xF) != 0; ++k) {
+        if (pointers[k] == nullptr) {
+            const int32_t position = int32_t(positions >> (4 * k) & 0xF);
+            ServReportParameterError(name, &position, int32_t(strlen(name)));
             ServVmlSetStatus(VmlStatusBadMem);
             return;
         }
@@ -55,27 +55,33 @@ inline int32_t SlotOf(uint32_t mode, int32_t level) {
     return level + kAccuracyBlock[mode & VmlModeAccuracyMask];
 }
 
-// The kernel of a slot, in this thread when the call is short, else
-// through the shape's threader.
-template <class K, class Threader, class... A>
-inline void RunSlot(int32_t s, const K *kernels, const float *costs, Threader thr,
-                    int32_t n, A... args) {
-    const float cost = costs[s];
-    if (orb::vml::RunsSerial(n, cost))
-        kernels[s](n, args...);
-    else
-        thr(kernels[s], n, args..., cost, 0);
-}
-
 // Any call that cannot take the short path below: the thread's first call,
 // the first call of the process, a store without cached records, or a call
-// the threader may split.
-template <class K, class Threader, class... A>
-__attribute__((noinline)) void DispatchSlow(const K *kernels, const float *costs,
-                                            Threader thr, int32_t n, A... args) {
-    RunSlot(SlotOf(orb::vml::ThreadMode(), orb::ExtCpuLevel()), kernels, costs, thr, n,
-            args...);
+// the threader may split. It takes the kernel's arguments in the kernel's
+// registers, so the entries reach it by a jump with nothing moved.
+template <auto &Kernels, auto &Costs, auto Threader, class... A>
+__attribute__((noinline)) void DispatchSlow(int32_t n, A... args) {
+    const int32_t s = SlotOf(orb::vml::ThreadMode(), orb::ExtCpuLevel());
+    const float cost = Costs[s];
+    if (orb::vml::RunsSerial(n, cost))
+        Kernels[s](n, args...);
+    else
+        Threader(Kernels[s], n, args..., cost, 0);
 }
+
+// The control word through a per-thread word instead of the stack: an
+// entry with a stack object would keep a frame, and could not end in a
+// jump to its kernel. (Windows thread-locals of this toolchain are
+// emulated: there the stack it is.)
+#if defined(__ELF__)
+thread_local constinit uint32_t t_control_word ORB_INITIAL_EXEC = 0;
+inline uint32_t ControlWord() {
+    asm volatile("stmxcsr %0" : "=m"(t_control_word));
+    return t_control_word;
+}
+#else
+inline uint32_t ControlWord() { return _mm_getcsr(); }
+#endif
 
 // Serial calls with the thread's record, the level and the threading
 // words already known make no call before their kernel's (so save no
@@ -83,27 +89,26 @@ __attribute__((noinline)) void DispatchSlow(const K *kernels, const float *costs
 // bodies table run the body straight away when the control bits are what
 // the mode wants: the framed kernel would change nothing then, and would
 // only look the record up and read the control word again.
-template <class K, class Threader, class... A>
-__attribute__((always_inline)) inline void Dispatch(const K *kernels,
-                                                    std::type_identity_t<const K *> bodies,
-                                                    const float *costs, Threader thr, int32_t n,
-                                                    A... args) {
+template <auto &Kernels, auto Bodies, auto &Costs, auto Threader, class... A>
+__attribute__((always_inline)) inline void Dispatch(int32_t n, A... args) {
     const ServThreadState *record = orb::CachedThreadRecord();
     const int32_t level = orb::g_ext_level.load(std::memory_order_acquire);
     if (record && record->vml_mode != 0 && level != -1) [[likely]] {
         const uint32_t mode = record->vml_mode;
         const int32_t s = SlotOf(mode, level);
-        if (orb::vml::KnownSerial(n, costs[s])) [[likely]] {
-            if (bodies != nullptr &&
-                (_mm_getcsr() & orb::vml::kCsrMask) == orb::vml::WantedCsrBits(mode)) [[likely]] {
-                bodies[s](n, args...);
-                return;
+        if (orb::vml::KnownSerial(n, Costs[s])) [[likely]] {
+            if constexpr (Bodies != nullptr) {
+                if ((ControlWord() & orb::vml::kCsrMask) == orb::vml::WantedCsrBits(mode))
+                    [[likely]] {
+                    Bodies[s](n, args...);
+                    return;
+                }
             }
-            kernels[s](n, args...);
+            Kernels[s](n, args...);
             return;
         }
     }
-    DispatchSlow(kernels, costs, thr, n, args...);
+    DispatchSlow<Kernels, Costs, Threader>(n, args...);
 }
 
 // The bodies argument of Dispatch: the table, or none.
@@ -115,18 +120,18 @@ __attribute__((always_inline)) inline void Dispatch(const K *kernels,
 #define ORB_UNARY(name, T, thr, B)                                          \
     ORB_EXPORT void name(int n, const T *a, T *y) {                         \
         if (!Accepted(n, a, y)) [[unlikely]] {                              \
-            Refuse(#name, n, {{a, 2}, {y, 3}});                             \
+            Refuse(n, a, y, nullptr, #name, 0x32);                             \
             return;                                                         \
         }                                                                   \
-        Dispatch(vml_kernels_##name, B(name), vml_costs_##name, thr, n, a, y); \
+        Dispatch<vml_kernels_##name, B(name), vml_costs_##name, thr>(n, a, y); \
     }
 #define ORB_BINARY(name, T, thr, B)                                         \
     ORB_EXPORT void name(int n, const T *a, const T *b, T *y) {             \
         if (!Accepted(n, a, b, y)) [[unlikely]] {                           \
-            Refuse(#name, n, {{a, 2}, {b, 3}, {y, 4}});                     \
+            Refuse(n, a, b, y, #name, 0x432);                     \
             return;                                                         \
         }                                                                   \
-        Dispatch(vml_kernels_##name, B(name), vml_costs_##name, thr, n, a, b, y); \
+        Dispatch<vml_kernels_##name, B(name), vml_costs_##name, thr>(n, a, b, y); \
     }
 
 ORB_BINARY(vsAdd, float, orb_vml_serv_threader_s_2i_1o, ORB_BODIED)
@@ -163,10 +168,10 @@ ORB_UNARY(vdInvCbrt, double, orb_vml_serv_threader_d_1i_1o, ORB_FRAMED)
 #define ORB_POWX(name, T, thr, B)                                           \
     ORB_EXPORT void name(int n, const T *a, T b, T *y) {                    \
         if (!Accepted(n, a, y)) [[unlikely]] {                              \
-            Refuse(#name, n, {{a, 2}, {y, 4}});                             \
+            Refuse(n, a, y, nullptr, #name, 0x42);                             \
             return;                                                         \
         }                                                                   \
-        Dispatch(vml_kernels_##name, B(name), vml_costs_##name, thr, n, a, b, y); \
+        Dispatch<vml_kernels_##name, B(name), vml_costs_##name, thr>(n, a, b, y); \
     }
 ORB_POWX(vsPowx, float, orb_vml_serv_threader_s_cs_2i_s_1o, ORB_FRAMED)
 ORB_POWX(vdPowx, double, orb_vml_serv_threader_d_cd_2i_d_1o, ORB_FRAMED)
@@ -174,10 +179,10 @@ ORB_POWX(vdPowx, double, orb_vml_serv_threader_d_cd_2i_d_1o, ORB_FRAMED)
 #define ORB_CABS(name, C, R, thr, B)                                        \
     ORB_EXPORT void name(int n, const C *a, R *y) {                         \
         if (!Accepted(n, a, y)) [[unlikely]] {                              \
-            Refuse(#name, n, {{a, 2}, {y, 3}});                             \
+            Refuse(n, a, y, nullptr, #name, 0x32);                             \
             return;                                                         \
         }                                                                   \
-        Dispatch(vml_kernels_##name, B(name), vml_costs_##name, thr, n, a, y); \
+        Dispatch<vml_kernels_##name, B(name), vml_costs_##name, thr>(n, a, y); \
     }
 ORB_CABS(vcAbs, VmlComplex8, float, orb_vml_serv_threader_c_1i_s_1o, ORB_BODIED)
 ORB_CABS(vzAbs, VmlComplex16, double, orb_vml_serv_threader_z_1i_d_1o, ORB_BODIED)
@@ -186,7 +191,7 @@ ORB_CABS(vzAbs, VmlComplex16, double, orb_vml_serv_threader_z_1i_d_1o, ORB_BODIE
     ORB_EXPORT void name(int n, const T *a, const T *b, T scalea,           \
                          T shifta, T scaleb, T shiftb, T *y) {              \
         if (!Accepted(n, a, b, y)) [[unlikely]] {                           \
-            Refuse(#name, n, {{a, 2}, {b, 3}, {y, 8}});                     \
+            Refuse(n, a, b, y, #name, 0x832);                     \
             return;                                                         \
         }                                                                   \
         const int32_t s = SlotOf(orb::vml::ThreadMode(), orb::ExtCpuLevel()); \

@@ -70,12 +70,13 @@
     X(vcDiv, VmlBinaryKernelC) X(vzDiv, VmlBinaryKernelZ)      \
     X(vcAbs, VmlAbsKernelC) X(vzAbs, VmlAbsKernelZ)
 
-#define VML_DECLARE_TABLES(name, type)                      \
-    extern const type vml_kernels_##name[VML_TABLE_SIZE];   \
-    extern const float vml_costs_##name[VML_TABLE_SIZE];
+#define VML_DECLARE_TABLES(name, type)                                  \
+    extern const type vml_kernels_##name[VML_TABLE_SIZE] ORB_HIDDEN;    \
+    extern const float vml_costs_##name[VML_TABLE_SIZE] ORB_HIDDEN;
 VML_FOR_EACH_EXPORT(VML_DECLARE_TABLES)
 #undef VML_DECLARE_TABLES
-#define VML_DECLARE_BODIES(name, type) extern const type vml_bodies_##name[VML_TABLE_SIZE];
+#define VML_DECLARE_BODIES(name, type) \
+    extern const type vml_bodies_##name[VML_TABLE_SIZE] ORB_HIDDEN;
 VML_BODY_KERNELS(VML_DECLARE_BODIES)
 #undef VML_DECLARE_BODIES
 

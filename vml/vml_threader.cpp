@@ -1,4 +1,5 @@
 // The twelve threaders and the dynamic thread count of vector math.
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <limits>
@@ -7,6 +8,7 @@
 
 #include "service/serv.h"
 #include "service/threads.h"
+#include "vml/vml_tables.h"
 #include "vml/vml_threader.h"
 
 namespace {
@@ -70,13 +72,35 @@ inline void Run(K kernel, int32_t n, float cost, A... args) {
 namespace orb::vml {
 
 std::atomic<float> g_factor{std::numeric_limits<float>::quiet_NaN()};
+std::atomic<int32_t> g_serial_below{0};
 
 float FirstProcessFactor() {
     int32_t p = 1, k = 1, s = 0;
     ServTopologyCounts(&p, &k, &s);
     const float f = MachineFactor(p, k, s);
+    g_serial_below.store(SerialBound(f, MaxTableCost()), std::memory_order_relaxed);
     g_factor.store(f, std::memory_order_release);
     return f;
+}
+
+float MaxTableCost() {
+    float m = 0.0f;
+#define ORB_MAX_COST(name, type) \
+    for (float c : vml_costs_##name) m = std::max(m, c);
+    VML_FOR_EACH_EXPORT(ORB_MAX_COST)
+#undef ORB_MAX_COST
+    return m;
+}
+
+int32_t SerialBound(float factor, float max_cost) {
+    const double w = double(factor) * double(max_cost);
+    if (!(w >= 0.0)) return 0;
+    constexpr double kLimit = double(std::numeric_limits<int32_t>::max());
+    // The rule's product rounds three times (n to float, two products), by
+    // under 2^-23 each in any rounding mode: a 2^-18 margin covers them and
+    // this division's rounding.
+    const double bound = (1.0 - 0x1p-18) / w;
+    return w == 0.0 || bound >= kLimit ? int32_t(kLimit) : int32_t(bound);
 }
 
 float MachineFactor(int32_t p, int32_t k, int32_t t) {

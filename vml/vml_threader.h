@@ -67,12 +67,23 @@ constexpr int32_t kThreadThreshold = 100;
 float MachineFactor(int32_t packages, int32_t cores, int32_t smt_minus_one);
 // This process's machine factor, computed on first use (inline once
 // known: the entries ask on every call of a threadable size); NaN before.
-extern std::atomic<float> g_factor;
+extern std::atomic<float> g_factor ORB_HIDDEN;
 float FirstProcessFactor();
 inline float ProcessFactor() {
     const float f = g_factor.load(std::memory_order_acquire);
     return f >= 0.0f ? f : FirstProcessFactor();
 }
+// Elements below which the dynamic rule keeps a call of any export in the
+// calling thread, once the machine factor is known (0 before): the entries
+// compare with it before they would form the rule's float product.
+extern std::atomic<int32_t> g_serial_below ORB_HIDDEN;
+// That bound for a factor and the largest cost of any kernel table: every
+// n below it passes SerialUnder's product for every cost up to max_cost,
+// whatever the caller's rounding mode (0 for a NaN, the int32 maximum for
+// a zero product).
+int32_t SerialBound(float factor, float max_cost);
+// The largest cost of any kernel table.
+float MaxTableCost();
 // The dynamic rule's answer "below one thread" for n elements of a cost.
 inline bool SerialUnder(int32_t dynamic, float factor, int32_t n, float cost) {
     return dynamic != 0 && float(n) * cost * factor < 1.0f;
@@ -88,10 +99,12 @@ inline bool RunsSerial(int32_t n, float cost) {
 // entries' short path then makes no call before the kernel's. The switch
 // reads 1 only once set or read so (the environment never overrides a set
 // value), and a factor not yet known is NaN, which fails the comparison:
-// two loads and no other test on the entries' path.
+// two loads and no other test on the entries' path; below the serial
+// bound, one more load and no float product.
 inline bool KnownSerial(int32_t n, float cost) {
     if (n < kThreadThreshold) return true;
-    return orb::g_dynamic.load(std::memory_order_relaxed) == 1 &&
+    if (orb::g_dynamic.load(std::memory_order_relaxed) != 1) return false;
+    return n < g_serial_below.load(std::memory_order_relaxed) ||
            float(n) * cost * g_factor.load(std::memory_order_acquire) < 1.0f;
 }
 // First element and count of team member k of m for n elements.

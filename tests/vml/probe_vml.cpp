@@ -36,6 +36,8 @@ ORB_PROBE_SCENARIO(vml_param_errors) {
     double x[2] = {1, 2};
     vdAdd(-5, x, x, x);
     vdAdd(5, x, nullptr, x);
+    vdAdd(5, nullptr, nullptr, nullptr);
+    vsSqr(3, reinterpret_cast<float *>(x), nullptr);
     vdPowx(2, x, 2.0, nullptr);
     vdLinearFrac(2, x, x, 1, 1, 1, 1, nullptr);
     std::printf("status=%d\n", int(ServVmlGetStatus()));

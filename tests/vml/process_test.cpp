@@ -61,6 +61,8 @@ TEST(VmlProcess, ParameterErrorsNameTheirPosition) {
     ExpectProbe(0,
                 "\nORB ERROR: Parameter 1 was incorrect on entry to vdAdd.\n"
                 "\nORB ERROR: Parameter 3 was incorrect on entry to vdAdd.\n"
+                "\nORB ERROR: Parameter 2 was incorrect on entry to vdAdd.\n"
+                "\nORB ERROR: Parameter 3 was incorrect on entry to vsSqr.\n"
                 "\nORB ERROR: Parameter 4 was incorrect on entry to vdPowx.\n"
                 "\nORB ERROR: Parameter 8 was incorrect on entry to vdLinearFrac.\n"
                 "status=-2\n",

@@ -1,11 +1,14 @@
 // Threaded calls: chunking (3 members, n = 100 -> 33/33/34), the threshold,
 // global element index in reports, status rules (serial keeps, threaded
-// overwrites), the dynamic thread count and the machine factor.
+// overwrites), the dynamic thread count, the machine factor and the serial
+// bound of the entries.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
 #include <mutex>
+#include <random>
+#include <xmmintrin.h>
 #include <omp.h>
 #include <vector>
 
@@ -146,6 +149,66 @@ TEST(VmlThreader, MachineFactorAndDynamicCount) {
         EXPECT_EQ(got, want) << c.n;
         EXPECT_EQ(t, got);
     }
+}
+
+// The rule's product as the entries form it, under a rounding mode.
+bool RuleSerial(int32_t n, float cost, float factor, uint32_t rounding) {
+    const unsigned saved = _mm_getcsr();
+    _mm_setcsr((saved & ~0x6000u) | rounding);
+    volatile float vn = float(n), vc = cost, vf = factor;  // formed here, under the mode
+    const bool serial = vn * vc * vf < 1.0f;
+    _mm_setcsr(saved);
+    return serial;
+}
+
+// Below the bound the rule says serial for every cost up to the largest,
+// in every rounding mode; the bound stays within 2^-17 of the exact
+// boundary; NaN and zero products have their fixed answers.
+TEST(VmlThreader, SerialBound) {
+    using orb::vml::SerialBound;
+    constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
+    std::mt19937 rng(7);
+    std::uniform_real_distribution<double> expo(-9.0, -1.0), unit(0.0, 1.0);
+    for (int i = 0; i < 20000; ++i) {
+        const float factor = float(std::pow(10.0, expo(rng)));
+        const float max_cost = float(0.05 + 60.0 * unit(rng));
+        const int32_t bound = SerialBound(factor, max_cost);
+        const double exact = 1.0 / (double(factor) * double(max_cost));
+        if (exact >= kMax) {
+            EXPECT_EQ(bound, kMax);
+            continue;
+        }
+        ASSERT_GE(double(bound), exact * (1.0 - 0x1p-17) - 1.0) << factor << " " << max_cost;
+        if (bound == 0) continue;
+        for (uint32_t rounding : {0x0000u, 0x2000u, 0x4000u, 0x6000u}) {
+            ASSERT_TRUE(RuleSerial(bound - 1, max_cost, factor, rounding))
+                << factor << " " << max_cost << " rounding " << rounding;
+            ASSERT_TRUE(RuleSerial(bound - 1, max_cost * 0.5f, factor, rounding));
+        }
+    }
+    EXPECT_EQ(SerialBound(0.0f, 3.0f), kMax);
+    EXPECT_EQ(SerialBound(std::numeric_limits<float>::quiet_NaN(), 3.0f), 0);
+    EXPECT_EQ(SerialBound(1e-5f, std::numeric_limits<float>::quiet_NaN()), 0);
+}
+
+// The process's bound holds for every slot of every export table.
+TEST(VmlThreader, SerialBoundCoversEveryTable) {
+    const double a = 1.0, b = 2.0;
+    double y;
+    vdAdd(1, &a, &b, &y);
+    const float factor = orb::vml::ProcessFactor();
+    const int32_t bound = orb::vml::g_serial_below.load();
+    EXPECT_EQ(bound, orb::vml::SerialBound(factor, orb::vml::MaxTableCost()));
+    if (bound <= 0) return;
+    float largest = 0.0f;
+#define ORB_CHECK_TABLE(name, type)                                                  \
+    for (float c : vml_costs_##name) {                                               \
+        largest = std::max(largest, c);                                              \
+        EXPECT_TRUE(orb::vml::SerialUnder(1, factor, bound - 1, c)) << #name << " " << c; \
+    }
+    VML_FOR_EACH_EXPORT(ORB_CHECK_TABLE)
+#undef ORB_CHECK_TABLE
+    EXPECT_EQ(largest, orb::vml::MaxTableCost());
 }
 
 }  // namespace

@@ -1,9 +1,11 @@
 // Real arithmetic kernels, compiled once per instruction-set level: the
-// level's vector type carries the main loop (two vectors per step, aligned
-// or unaligned stores by the output's alignment), scalar code the tail and
-// partially overlapping arrays. The *_plain kernels (table entry 0,
-// reachable only by the level override) are single loops without
-// control-state handling.
+// level's vector type carries the work (four vectors per step; for ops that
+// never report, the first and the last vector of a call also cover the
+// elements before the output's vector boundary and after the last whole
+// step), scalar code calls shorter than one vector, partially overlapping
+// arrays, and the division's elements where a repeated vector may not run.
+// The *_plain kernels (table entry 0, reachable only by the level
+// override) are single loops without control-state handling.
 #include "vml/kernels/arith/arith_kernels.h"
 #include "vml/kernels/arith/arith_ops.h"
 #include "vml/kernels/arith/simd.h"
@@ -15,9 +17,13 @@ namespace {
 using namespace vml;
 
 // Element by element in index order: the meaning of partially overlapping
-// arrays, the level-0 loop, the peel and the tail.
+// arrays, the level-0 loop, calls shorter than a vector, and the division's
+// peel and tail. Never vectorized: the vector loops serve every case
+// without overlap already, and a second copy behind run-time overlap tests
+// would only cost registers at the head of every kernel.
 template <class T, class Op>
 void OrderedRange(int32_t first, int32_t last, const T *a, const T *b, T *y) {
+#pragma clang loop vectorize(disable)
     for (int32_t i = first; i < last; ++i) {
         const T x = a[i], z = b[i];
         y[i] = Op::Apply(x, z);
@@ -57,12 +63,13 @@ inline bool OverlappedStep(int32_t at, const T *a, const T *b, T *y) {
     return true;
 }
 
+// The whole vector steps from `start` on (elements before it are done
+// already); returns the first element not done, less than W from n.
 // Inputs of a step are loaded before its stores, so y may equal a or b.
-// Elements before `start` are done already (the peel). One-input kernels
-// (One) load their input once: the second load of the same vector would
-// make an L1-resident call bound by the load ports.
+// One-input kernels (One) load their input once: the second load of the
+// same vector would make an L1-resident call bound by the load ports.
 template <class T, class Op, bool One, bool Aligned>
-void VectorLoop(int32_t n, const T *a, const T *b, T *y, int32_t start) {
+int32_t VectorSteps(int32_t n, const T *a, const T *b, T *y, int32_t start) {
     using V = typename Vec<T>::V;
     constexpr int32_t W = Vec<T>::kLanes;
     auto store = [](T *p, V v) {
@@ -70,8 +77,10 @@ void VectorLoop(int32_t n, const T *a, const T *b, T *y, int32_t start) {
         else StoreU(p, v);
     };
     constexpr int32_t U = 4;  // vectors per step: loop overhead off the store port
-    int32_t i = start;
-    for (; i + U * W <= n; i += U * W) {
+    // Pointer-width index and bound: no sign extension in the loops.
+    const intptr_t m = n;
+    intptr_t i = start;
+    for (; i <= m - U * W; i += U * W) {
         V va[U], vb[U];
         for (int32_t j = 0; j < U; ++j) {
             va[j] = LoadU<V>(a + i + j * W);
@@ -82,7 +91,7 @@ void VectorLoop(int32_t n, const T *a, const T *b, T *y, int32_t start) {
             auto suspect = Op::Suspect(vb[0]);
             for (int32_t j = 1; j < U; ++j) suspect = suspect | Op::Suspect(vb[j]);
             if (Any(suspect)) [[unlikely]] {
-                ReportingStep<T, Op>(i, i + U * W, a, b, y);
+                ReportingStep<T, Op>(int32_t(i), int32_t(i + U * W), a, b, y);
                 continue;
             }
         }
@@ -93,22 +102,56 @@ void VectorLoop(int32_t n, const T *a, const T *b, T *y, int32_t start) {
             KeepStoreOrder();
         }
     }
-    for (; i + W <= n; i += W) {
+    for (; i <= m - W; i += W) {
         const V va = LoadU<V>(a + i);
         V vb;
         if constexpr (One) vb = va;
         else vb = LoadU<V>(b + i);
         if constexpr (Op::kReports) {
             if (Any(Op::Suspect(vb))) [[unlikely]] {
-                ReportingStep<T, Op>(i, i + W, a, b, y);
+                ReportingStep<T, Op>(int32_t(i), int32_t(i + W), a, b, y);
                 continue;
             }
         }
         store(y + i, Op::Apply(va, vb));
     }
-    // The last few elements as one vector ending at n.
+    return int32_t(i);
+}
+
+// Whole vector steps, then the last few elements as one vector ending at n.
+template <class T, class Op, bool One, bool Aligned>
+void VectorLoop(int32_t n, const T *a, const T *b, T *y, int32_t start) {
+    constexpr int32_t W = Vec<T>::kLanes;
+    const int32_t i = VectorSteps<T, Op, One, Aligned>(n, a, b, y, start);
     if (i < n && n >= W && OverlappedStep<T, Op, One>(n - W, a, b, y)) [[likely]] return;
     OrderedRange<T, Op>(i, n, a, b, y);
+}
+
+// An op that never reports, n >= W: the call's first and last vectors are
+// computed before anything is stored, so they see the original inputs even
+// in place, and stored after the aligned steps, which gives the elements
+// those did too the same bits again. No scalar peel or tail is left: at
+// n = 100 those cost more than the vector work.
+template <class T, class Op, bool One>
+void Bracketed(int32_t n, const T *a, const T *b, T *y) {
+    using V = typename Vec<T>::V;
+    constexpr int32_t W = Vec<T>::kLanes;
+    auto at = [=](int32_t k) {
+        const V va = LoadU<V>(a + k);
+        if constexpr (One) return Op::Apply(va, va);
+        else return Op::Apply(va, LoadU<V>(b + k));
+    };
+    const V head = at(0), tail = at(n - W);
+    // Peel up to the output's vector boundary (the head covers it): no
+    // store then splits a cache line, and inputs placed like the output
+    // load aligned too.
+    if (uintptr_t(y) % sizeof(T) == 0)
+        VectorSteps<T, Op, One, true>(
+            n, a, b, y, int32_t((0 - uintptr_t(y)) % kVecBytes / sizeof(T)));
+    else
+        VectorSteps<T, Op, One, false>(n, a, b, y, 0);
+    StoreU(y + n - W, tail);
+    StoreU(y, head);
 }
 
 // The call's work once the control bits are set.
@@ -116,20 +159,26 @@ template <class T, class Op, bool One = false>
 inline void Elementwise(int32_t n, const T *a, const T *b, T *y) {
     if (n <= 0) return;
     const size_t bytes = size_t(n) * sizeof(T);
-    if (PartialOverlap(y, a, bytes) || PartialOverlap(y, b, bytes))
+    if (PartialOverlap(y, a, bytes) || PartialOverlap(y, b, bytes)) {
         OrderedLoop<T, Op>(n, a, b, y);
-    else if (const uintptr_t off = uintptr_t(y) & (kVecBytes - 1); off == 0)
+        return;
+    }
+    if constexpr (!Op::kReports) {
+        if (n >= Vec<T>::kLanes) Bracketed<T, Op, One>(n, a, b, y);
+        else OrderedLoop<T, Op>(n, a, b, y);
+        return;
+    }
+    // An op that reports: elements are stored in index order up to each
+    // report, so the vectors that repeat elements only where no lane can
+    // report and the output overwrites no input.
+    if (const uintptr_t off = uintptr_t(y) & (kVecBytes - 1); off == 0) {
         VectorLoop<T, Op, One, true>(n, a, b, y, 0);
-    else if (off % sizeof(T) == 0 && n >= 4 * Vec<T>::kLanes) {
-        // Peel up to the output's vector boundary: no store then splits a
-        // cache line, and inputs placed like the output load aligned too.
-        // The division's peel is one unaligned vector where it may be: up
-        // to seven scalar divisions cost more than the call's whole main
-        // loop at n = 100 (for the cheap ops the scalar peel measured no
-        // slower).
+    } else if (off % sizeof(T) == 0 && n >= 4 * Vec<T>::kLanes) {
+        // The peel is one unaligned vector where it may be: up to seven
+        // scalar divisions cost more than the call's whole main loop at
+        // n = 100.
         const int32_t peel = int32_t((kVecBytes - off) / sizeof(T));
-        if (!(Op::kReports && OverlappedStep<T, Op, One>(0, a, b, y)))
-            OrderedLoop<T, Op>(peel, a, b, y);
+        if (!OverlappedStep<T, Op, One>(0, a, b, y)) OrderedLoop<T, Op>(peel, a, b, y);
         VectorLoop<T, Op, One, true>(n, a, b, y, peel);
     } else {
         VectorLoop<T, Op, One, false>(n, a, b, y, 0);

@@ -125,7 +125,7 @@ struct OpRound {
     static constexpr bool kReports = false;
     template <class X> static X Apply(X a, X) {
         using T = typename Lanes<X>::T;
-        if constexpr (kHasTrunc && sizeof(X) > sizeof(T)) {
+        if constexpr (kHasTrunc) {
             // Truncation of a + (0.5 - ulp/2) with a's sign: exact, and
             // equal to the form below for every input.
             const X half = FromBitsAs<X>((ToBits(a) & ToBits(Splat<X>(T(-0.0)))) |

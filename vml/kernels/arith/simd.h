@@ -88,6 +88,8 @@ template <class U> inline bool Any(U mask) {
 // Rounding toward zero in one instruction where the level has it.
 #if ORB_KLEVEL >= 5
 constexpr bool kHasTrunc = true;
+inline float Trunc(float x) { return __builtin_truncf(x); }
+inline double Trunc(double x) { return __builtin_trunc(x); }
 template <class V> inline V Trunc(V x) {
     constexpr int kMode = _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC;
     if constexpr (sizeof(V) == 32 && sizeof(x[0]) == 8)
