@@ -84,7 +84,7 @@ struct PlanT {
     R2CFn<T> r2c[8] = {};  // real passes with a codelet (no RealFft1D then)
     C2RFn<T> c2r[8] = {};
     SplitFn<T> sc[8] = {};  // split passes with a split codelet
-    SplitPassFn<T> sp[8] = {};        // split rows with a split two- or three-pass kernel
+    SplitPassFn<T> sp[8] = {};        // split rows with a split three-pass kernel
     const Cx<T> *sp_tw[8] = {};       // and its twiddles
     int64_t temp_elems = 0;  // complex scratch array for C2R with rank > 1
     int64_t row_elems = 0;   // per-thread row scratch (complex elements)
@@ -238,8 +238,8 @@ bool BuildPasses(PlanT<T> &pl) {
                 need = 0;
             } else {
                 need = pm.direct ? pl.c[i]->WorkElems() : 2 * pm.block * (p.n + 2) + pm.block * pl.c[i]->WorkElems();
-                // Contiguous split rows of a two- or three-pass length: the
-                // passes read and write the parts (no join and split copies).
+                // Contiguous split rows of a three-pass length: the passes
+                // read and write the parts (no join and split copies).
                 int64_t n1, n2;
                 if (ssplit && dsplit && pm.block == 1 && pm.is == 1 && pm.os == 1 &&
                     pl.c[i]->TwoPassFactors(&n1, &n2, &pl.sp_tw[i]))

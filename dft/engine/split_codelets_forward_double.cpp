@@ -1,7 +1,7 @@
-// Forward double-precision split-storage codelets and two- and
-// three-pass kernels of a level.
+// Forward double-precision split-storage codelets and three-pass
+// kernels of a level.
 #include "dft/engine/split_codelet_rows.h"
-#include "dft/engine/split_two_pass.h"
+#include "dft/engine/split_three_pass.h"
 
 namespace orb::dft::ORB_KNS {
 

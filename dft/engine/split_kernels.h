@@ -18,8 +18,8 @@ template <class T>
 using SplitFn = void (*)(const T *xr, const T *xi, T *yr, T *yi, T scale, int64_t rows, int64_t xd, int64_t yd,
                          int64_t xs, int64_t ys);
 
-// n = n1 * n2 as the two- or three-pass kernels run it, reading and
-// writing split parts (contiguous); tw as two_pass.h says, work n elements.
+// n = n1 * n2 as the three-pass kernels run it, reading and writing split
+// parts (contiguous); tw as three_pass.h says, work n elements.
 template <class T>
 using SplitPassFn = void (*)(const T *xr, const T *xi, T *yr, T *yi, Cx<T> *work, const Cx<T> *tw, T scale);
 
@@ -61,7 +61,7 @@ struct SplitKernels {
         else return nullptr;
     }
 
-    // Two- or three-pass kernel for n1 x n2 (null when the pair has none).
+    // Three-pass kernel for n1 x n2 (null when the pair has none).
     template <class T>
     SplitPassFn<T> Pass(int64_t n1, int64_t n2, int sign) const {
         if constexpr (sizeof(T) == 8) return sign < 0 ? forward_pass_d(n1, n2) : backward_pass_d(n1, n2);

@@ -1,11 +1,13 @@
-// The two- and three-pass kernels of two_pass.h and three_pass.h on split
-// storage: the first pass loads W adjacent columns of each part as they lie
-// (SoaPack lanes) and writes interleaved rows of the scratch Y; the second
-// pass runs as before on Y and stores each vector's real and imaginary
-// halves straight into the two output arrays. Y is always the caller's
-// work array (n elements), so in place needs nothing else.
-#ifndef ORB_DFT_ENGINE_SPLIT_TWO_PASS_H
-#define ORB_DFT_ENGINE_SPLIT_TWO_PASS_H
+// The three-pass kernels of three_pass.h on split storage: the first pass
+// loads W adjacent columns of each part as they lie (SoaPack lanes) and
+// writes interleaved rows of the scratch Y; the second pass runs as before
+// on Y and stores each vector's real and imaginary halves straight into the
+// two output arrays. Y is always the caller's work array (n elements), so
+// in place needs nothing else. The two-pass lengths keep the join and split
+// copies: on the parts their first pass (lanes stored pair by pair) measured
+// slower at 256 (0.78-0.83 of FFTW against 0.83-0.92).
+#ifndef ORB_DFT_ENGINE_SPLIT_THREE_PASS_H
+#define ORB_DFT_ENGINE_SPLIT_THREE_PASS_H
 
 #include "dft/engine/soa_pack.h"
 #include "dft/engine/split_kernels.h"
@@ -20,16 +22,8 @@ using twopass::CodeletSplit;
 template <class T>
 constexpr int kW = pack::kVectorBytes / int(sizeof(T));
 
-// y[c*ys + k] = lane c of v[k] for c < W, k < K (W rows of interleaved pairs).
-template <int K, class T, int W>
-__attribute__((always_inline)) inline void StoreRows(const SoaPack<T, W> *v, Cx<T> *y, int64_t ys) {
-    bfly::StaticFor<K>([&](auto k) __attribute__((always_inline)) {
-        bfly::StaticFor<W>([&](auto c) __attribute__((always_inline)) {
-            y[c * ys + k] = Cx<T>{v[k].re[int(c)], v[k].im[int(c)]};
-        });
-    });
-}
-
+// Second pass for outputs k2 .. k2+LL-1 (of every k1), as
+// twopass::TwiddledColumns but stored into the two parts.
 template <int N1, int N2, int S, class T, int LL>
 __attribute__((always_inline)) inline void SplitSecond(const Cx<T> *y, T *out_re, T *out_im, const Cx<T> *tw,
                                                        int64_t k2, T scale) {
@@ -52,25 +46,6 @@ __attribute__((always_inline)) inline void SplitSecond(const Cx<T> *y, T *out_re
             }
         },
         scale);
-}
-
-// Two passes, n = N1 * N2.
-template <int N1, int N2, int S, class T>
-void TwoPass(const T *xr, const T *xi, T *out_re, T *out_im, Cx<T> *work, const Cx<T> *tw, T scale) {
-    constexpr int W = kW<T>;
-    using P = SoaPack<T, W>;
-    constexpr int A = CodeletSplit(N2);
-    for (int64_t j1 = 0; j1 < N1; j1 += W) {
-        P o[N2];
-        codelet::Body<A, N2 / A, S, T, P>(
-            [&](int j) __attribute__((always_inline)) {
-                return P{P::Load(xr + j1 + N1 * j), P::Load(xi + j1 + N1 * j)};
-            },
-            [&](int k, P v) __attribute__((always_inline)) { o[k] = v; }, T(1));
-        StoreRows<N2>(o, work + j1 * N2, N2);
-    }
-    constexpr int LL = codelet::RowLanes<T, N1, N2>();
-    for (int64_t k2 = 0; k2 < N2; k2 += LL) SplitSecond<N1, N2, S, T, LL>(work, out_re, out_im, tw, k2, scale);
 }
 
 // Three passes, n = N1 * A * B; twb = tw + n holds w_(A B)^e.
@@ -116,22 +91,17 @@ void ThreePass(const T *xr, const T *xi, T *out_re, T *out_im, Cx<T> *work, cons
 // the first-level cache (8192's 1024 would take 64 KiB of stack).
 constexpr int kMaxSplitM = 64;
 
-// The pairs of this level's two- and three-pass lists whose first factor
-// holds whole vectors of columns (null for the others).
+// The splits of this level's three-pass list whose first factor holds
+// whole vectors of columns (null for the others; levels below AVX2 have
+// none).
 template <class T, int S>
-SplitPassFn<T> Lookup(int64_t n1, int64_t n2) {
+SplitPassFn<T> Lookup([[maybe_unused]] int64_t n1, [[maybe_unused]] int64_t n2) {
 #define ORB_DFT_SPLIT_THREE_CASE(N1, A, B)                      \
     if constexpr (N1 % kW<T> == 0 && A * B <= kMaxSplitM) {     \
         if (n1 == N1 && n2 == A * B) return &ThreePass<N1, A, B, S, T>; \
     }
     ORB_DFT_THREE_PASS(ORB_DFT_SPLIT_THREE_CASE)
 #undef ORB_DFT_SPLIT_THREE_CASE
-#define ORB_DFT_SPLIT_TWO_CASE(N1, N2)                                    \
-    if constexpr (N1 % kW<T> == 0) {                                      \
-        if (n1 == N1 && n2 == N2) return &TwoPass<N1, N2, S, T>;          \
-    }
-    ORB_DFT_TWO_PASS(ORB_DFT_SPLIT_TWO_CASE)
-#undef ORB_DFT_SPLIT_TWO_CASE
     return nullptr;
 }
 
