@@ -16,6 +16,7 @@
 #include "dft/engine/engine_memory.h"
 #include "dft/engine/fft1d.h"
 #include "dft/engine/real_kernels.h"
+#include "dft/engine/split_kernels.h"
 
 namespace orb::dft {
 namespace {
@@ -36,6 +37,7 @@ struct Pass {
     bool direct = false;  // complex rows read and written in place: no row buffers
     bool codelet_direct = false;  // a codelet runs the rows or columns where they lie
     bool real_codelet = false;    // a real pass whose codelet runs its rows where they lie
+    bool split_codelet = false;   // a split codelet runs the rows or columns on the caller's parts
 };
 
 // Columns spanning more than this whose stride is a multiple of 4 KiB run
@@ -74,12 +76,16 @@ struct PlanT {
     EngineProblem pb;
     const StageKernels *kern;
     const RealKernels *rkern;
+    const SplitKernels *skern;
     int npass = 0;
     Pass pass[8];
     Fft1D<T> *c[8] = {};
     RealFft1D<T> *r[8] = {};
     R2CFn<T> r2c[8] = {};  // real passes with a codelet (no RealFft1D then)
     C2RFn<T> c2r[8] = {};
+    SplitFn<T> sc[8] = {};  // split passes with a split codelet
+    SplitPassFn<T> sp[8] = {};        // split rows with a split three-pass kernel
+    const Cx<T> *sp_tw[8] = {};       // and its twiddles
     int64_t temp_elems = 0;  // complex scratch array for C2R with rank > 1
     int64_t row_elems = 0;   // per-thread row scratch (complex elements)
     int team = 1;            // threads that run rows at once
@@ -213,12 +219,31 @@ bool BuildPasses(PlanT<T> &pl) {
             const int64_t ob = (pm.os < 0 ? -pm.os : pm.os) * int64_t(sizeof(Cx<T>));
             const bool aliased = std::max(ib, ob) * pm.n > kCodeletDirectSpan && (ib % 4096 == 0 || ob % 4096 == 0);
             pm.codelet_direct = pm.nloop > 0 && pl.c[i]->Small() && !ssplit && !dsplit && !aliased;
-            if (pm.codelet_direct) {
+            // Split on both sides with at least a vector's worth of rows: the
+            // split codelet reads and writes the parts where they lie (a join
+            // to pairs and a split back cost more than the transform).
+            // Same cache-set rule with the parts' element size.
+            const int64_t pib = ib / 2, pob = ob / 2;
+            const bool part_aliased =
+                std::max(pib, pob) * pm.n > kCodeletDirectSpan && (pib % 4096 == 0 || pob % 4096 == 0);
+            if (ssplit && dsplit && pm.nloop > 0 && pm.ln[pm.nloop - 1] >= pl.skern->lanes_d && !part_aliased)
+                pl.sc[i] = pl.skern->template Codelet<T>(p.n, sign);
+            if (pl.sc[i]) {
+                pm.split_codelet = true;
+                pm.block = int(std::min<int64_t>(pm.ln[pm.nloop - 1], 1 << 20));
+                need = 0;
+            } else if (pm.codelet_direct) {
                 // A codelet takes the whole innermost loop in one call, in place.
                 pm.block = int(std::min<int64_t>(pm.ln[pm.nloop - 1], 1 << 20));
                 need = 0;
             } else {
                 need = pm.direct ? pl.c[i]->WorkElems() : 2 * pm.block * (p.n + 2) + pm.block * pl.c[i]->WorkElems();
+                // Contiguous split rows of a three-pass length: the passes
+                // read and write the parts (no join and split copies).
+                int64_t n1, n2;
+                if (ssplit && dsplit && pm.block == 1 && pm.is == 1 && pm.os == 1 &&
+                    pl.c[i]->TwoPassFactors(&n1, &n2, &pl.sp_tw[i]))
+                    pl.sp[i] = pl.skern->template Pass<T>(n1, n2, sign);
             }
         } else {
             Pass &pm = pl.pass[i];
@@ -266,25 +291,23 @@ void CopyBlock(const Cx<T> *__restrict src, int64_t sj, int64_t sc, Cx<T> *__res
 }
 
 // Split storage <-> interleaved pairs, dst[j*dj + c*dc] from the parts at
-// [j*sj + c*sc] (and back), the loop along the unit stride innermost so
-// that contiguous parts move as vectors.
+// [j*sj + c*sc] (and back); contiguous columns go through the level's
+// vector join and split.
 template <class T>
-void JoinParts(const T *__restrict re, const T *__restrict im, int64_t sj, int64_t sc, Cx<T> *__restrict dst,
-               int64_t dj, int64_t dc, int64_t n, int64_t nb) {
+void JoinParts(const SplitKernels &sk, const T *__restrict re, const T *__restrict im, int64_t sj, int64_t sc,
+               Cx<T> *__restrict dst, int64_t dj, int64_t dc, int64_t n, int64_t nb) {
     if (sj == 1 && dj == 1) {
-        for (int64_t c = 0; c < nb; ++c)
-            for (int64_t j = 0; j < n; ++j) dst[j + c * dc] = {re[j + c * sc], im[j + c * sc]};
+        for (int64_t c = 0; c < nb; ++c) sk.Join<T>(re + c * sc, im + c * sc, dst + c * dc, n);
     } else {
         for (int64_t j = 0; j < n; ++j)
             for (int64_t c = 0; c < nb; ++c) dst[j * dj + c * dc] = {re[j * sj + c * sc], im[j * sj + c * sc]};
     }
 }
 template <class T>
-void SplitParts(const Cx<T> *__restrict src, int64_t sj, int64_t sc, T *__restrict re, T *__restrict im, int64_t dj,
-                int64_t dc, int64_t n, int64_t nb) {
+void SplitParts(const SplitKernels &sk, const Cx<T> *__restrict src, int64_t sj, int64_t sc, T *__restrict re,
+                T *__restrict im, int64_t dj, int64_t dc, int64_t n, int64_t nb) {
     if (sj == 1 && dj == 1) {
-        for (int64_t c = 0; c < nb; ++c)
-            for (int64_t j = 0; j < n; ++j) re[j + c * dc] = src[j + c * sc].re, im[j + c * dc] = src[j + c * sc].im;
+        for (int64_t c = 0; c < nb; ++c) sk.Split<T>(src + c * sc, re + c * dc, im + c * dc, n);
     } else {
         for (int64_t j = 0; j < n; ++j)
             for (int64_t c = 0; c < nb; ++c)
@@ -293,18 +316,20 @@ void SplitParts(const Cx<T> *__restrict src, int64_t sj, int64_t sc, T *__restri
 }
 
 template <class T>
-void GatherComplex(const Side &s, bool split, int64_t off, int64_t st, int64_t n, Cx<T> *dst) {
+void GatherComplex(const SplitKernels &sk, const Side &s, bool split, int64_t off, int64_t st, int64_t n, Cx<T> *dst) {
     if (split) {
-        JoinParts<T>(static_cast<const T *>(s.re) + off, static_cast<const T *>(s.im) + off, st, 0, dst, 1, 0, n, 1);
+        JoinParts<T>(sk, static_cast<const T *>(s.re) + off, static_cast<const T *>(s.im) + off, st, 0, dst, 1, 0, n,
+                     1);
     } else {
         CopyBlock<T>(static_cast<const Cx<T> *>(s.re) + off, st, 0, dst, 1, 0, n, 1);
     }
 }
 
 template <class T>
-void ScatterComplex(const Side &s, bool split, int64_t off, int64_t st, int64_t n, const Cx<T> *src) {
+void ScatterComplex(const SplitKernels &sk, const Side &s, bool split, int64_t off, int64_t st, int64_t n,
+                    const Cx<T> *src) {
     if (split) {
-        SplitParts<T>(src, 1, 0, static_cast<T *>(s.re) + off, static_cast<T *>(s.im) + off, st, 0, n, 1);
+        SplitParts<T>(sk, src, 1, 0, static_cast<T *>(s.re) + off, static_cast<T *>(s.im) + off, st, 0, n, 1);
     } else {
         CopyBlock<T>(src, 1, 0, static_cast<Cx<T> *>(s.re) + off, st, 0, n, 1);
     }
@@ -317,19 +342,23 @@ void RunRow(const PlanT<T> &pl, int pi, const Side &src, bool ssplit, int64_t so
     const int64_t n = p.n, h = n / 2 + 1;
     const T scale = p.scaled ? T(pl.pb.scale) : T(1);
     Cx<T> *a = scratch, *b = scratch + (n + 2), *work = p.direct ? scratch : scratch + 2 * (n + 2);
-    if (p.kind == EngineKind::C2C) {
+    if (p.kind == EngineKind::C2C && pl.sp[pi]) {
+        // Its work is the row scratch: the second pass reads it back.
+        pl.sp[pi](static_cast<const T *>(src.re) + soff, static_cast<const T *>(src.im) + soff,
+                  static_cast<T *>(dst.re) + doff, static_cast<T *>(dst.im) + doff, scratch, pl.sp_tw[pi], scale);
+    } else if (p.kind == EngineKind::C2C) {
         const Cx<T> *x;
         if (!ssplit && p.is == 1) {
             x = static_cast<const Cx<T> *>(src.re) + soff;
         } else {
-            GatherComplex<T>(src, ssplit, soff, p.is, n, a);
+            GatherComplex<T>(*pl.skern, src, ssplit, soff, p.is, n, a);
             x = a;
         }
         const bool direct = !dsplit && p.os == 1;
         Cx<T> *y = direct ? static_cast<Cx<T> *>(dst.re) + doff : b;
         const Fft1D<T> *f = pl.c[pi];
         f->Exec(x, y, work, scale, nthreads);
-        if (!direct) ScatterComplex<T>(dst, dsplit, doff, p.os, n, b);
+        if (!direct) ScatterComplex<T>(*pl.skern, dst, dsplit, doff, p.os, n, b);
     } else if (p.kind == EngineKind::R2C) {
         const T *x;
         if (p.is == 1) {
@@ -343,13 +372,13 @@ void RunRow(const PlanT<T> &pl, int pi, const Side &src, bool ssplit, int64_t so
         const bool direct = !dsplit && p.os == 1;
         Cx<T> *y = direct ? static_cast<Cx<T> *>(dst.re) + doff : b;
         pl.r[pi]->Forward(x, y, work, scale, nthreads);
-        if (!direct) ScatterComplex<T>(dst, dsplit, doff, p.os, h, b);
+        if (!direct) ScatterComplex<T>(*pl.skern, dst, dsplit, doff, p.os, h, b);
     } else {
         const Cx<T> *x;
         if (!ssplit && p.is == 1) {
             x = static_cast<const Cx<T> *>(src.re) + soff;
         } else {
-            GatherComplex<T>(src, ssplit, soff, p.is, h, a);
+            GatherComplex<T>(*pl.skern, src, ssplit, soff, p.is, h, a);
             x = a;
         }
         const bool direct = p.os == 1;
@@ -385,8 +414,8 @@ void RunColumns(const PlanT<T> &pl, int pi, const Side &src, bool ssplit, int64_
     const bool il = f->Interleavable() && !small;
     const int64_t sj = il ? nb : 1, sc = il ? 1 : n + 2;
     if (ssplit) {
-        JoinParts<T>(static_cast<const T *>(src.re) + soff, static_cast<const T *>(src.im) + soff, p.is, ls, a, sj, sc,
-                     n, nb);
+        JoinParts<T>(*pl.skern, static_cast<const T *>(src.re) + soff, static_cast<const T *>(src.im) + soff, p.is,
+                     ls, a, sj, sc, n, nb);
     } else {
         CopyBlock<T>(static_cast<const Cx<T> *>(src.re) + soff, p.is, ls, a, sj, sc, n, nb);
     }
@@ -398,7 +427,8 @@ void RunColumns(const PlanT<T> &pl, int pi, const Side &src, bool ssplit, int64_
         for (int64_t c = 0; c < nb; ++c) f->Exec(a + c * sc, b + c * sc, work, scale, 1);
     }
     if (dsplit) {
-        SplitParts<T>(b, sj, sc, static_cast<T *>(dst.re) + doff, static_cast<T *>(dst.im) + doff, p.os, lo, n, nb);
+        SplitParts<T>(*pl.skern, b, sj, sc, static_cast<T *>(dst.re) + doff, static_cast<T *>(dst.im) + doff, p.os,
+                      lo, n, nb);
     } else {
         CopyBlock<T>(b, sj, sc, static_cast<Cx<T> *>(dst.re) + doff, p.os, lo, n, nb);
     }
@@ -425,7 +455,13 @@ void RunRowRange(const PlanT<T> &pl, int pi, const Side *bufs, const bool *split
         }
         // A blocked pass stays blocked for a lone remaining row: its
         // workspace may be sized for the block path only.
-        if (p.real_codelet) {
+        if (p.split_codelet) {
+            const T scale = p.scaled ? T(pl.pb.scale) : T(1);
+            const Side &s = bufs[p.src], &d = bufs[p.dst];
+            pl.sc[pi](static_cast<const T *>(s.re) + so, static_cast<const T *>(s.im) + so,
+                      static_cast<T *>(d.re) + dof, static_cast<T *>(d.im) + dof, scale, nb, p.lis[p.nloop - 1],
+                      p.los[p.nloop - 1], p.is, p.os);
+        } else if (p.real_codelet) {
             const T scale = p.scaled ? T(pl.pb.scale) : T(1);
             const int64_t ld = p.nloop > 0 ? p.lis[p.nloop - 1] : 0, lo = p.nloop > 0 ? p.los[p.nloop - 1] : 0;
             if (pl.r2c[pi])
@@ -578,6 +614,7 @@ EnginePlan *Create(const EngineProblem &pb, int level, int *status) {
     pl->pb = pb;
     pl->kern = &KernelsForLevel(level);
     pl->rkern = &RealKernelsForLevel(level);
+    pl->skern = &SplitKernelsForEngine(level);
     if (!BuildPasses<T>(*pl)) {
         MemDelete(pl);
         MemDelete(plan);

@@ -38,6 +38,14 @@ public:
     // 64-point codelets) are not counted: their first pass reads the row
     // scattered, which rows streaming from memory in a batch pay for.
     bool HasTwoPass() const { return two_ != nullptr && !two_out_of_place_only_ && n2_ <= 64; }
+    // The two- or three-pass factors n = n1 * n2 and their twiddle table,
+    // when the plan has such a kernel (false otherwise): the split-storage
+    // kernels run the same passes.
+    bool TwoPassFactors(int64_t *n1, int64_t *n2, const Cx<T> **tw) const {
+        if (!two_) return false;
+        *n1 = n1_, *n2 = n2_, *tw = tw2_;
+        return true;
+    }
     // vb sequences interleaved element by element ([j*vb + c]); work holds
     // n*vb elements.
     void ExecInterleaved(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int64_t vb) const;

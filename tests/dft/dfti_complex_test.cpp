@@ -56,6 +56,17 @@ TEST(DftiComplex, LayoutTable) {
         {.name = "1d split batch 2 threads", .lengths = {40}, .count = 820, .in_place = false,
          .split = true, .unit_out = 2, .thread_limit = 2},
         {.name = "1d split single transform", .lengths = {64}, .in_place = false, .split = true},
+        // Split batches of lengths without straight-line kernels run as one
+        // engine plan: counts off the vector width, strides, in place.
+        {.name = "1d split engine batch odd count", .lengths = {64}, .count = 13, .in_place = false,
+         .split = true, .pad = 3, .scale = 0.5},
+        {.name = "1d split engine batch in place strided", .lengths = {32}, .count = 9, .split = true,
+         .backward = true, .unit_in = -2},
+        {.name = "1d split engine batch 2 threads", .lengths = {64}, .count = 1000, .split = true,
+         .thread_limit = 2},
+        {.name = "1d split long rows", .lengths = {1024}, .count = 3, .in_place = false, .split = true},
+        {.name = "1d split long row in place", .lengths = {1024}, .split = true, .backward = true},
+        {.name = "2d split codelet rows and columns", .lengths = {64, 64}, .split = true, .scale = 0.25},
         {.name = "1d split straight-line in place strided", .lengths = {7}, .split = true,
          .unit_in = -2, .scale = 0.25},
         {.name = "1d split straight-line oop", .lengths = {10}, .in_place = false, .split = true,

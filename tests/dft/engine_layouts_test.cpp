@@ -58,6 +58,24 @@ std::vector<Case> LayoutCases() {
          .split_out = true},
         {.name = "split_strided_neg", .dims = {30}, .batch = {3}, .in_unit = -2, .negate_outer = true, .split_in = true,
          .split_out = true},
+        // Split codelets on the parts where they lie: rows a vector's worth
+        // at a time plus leftovers (13 rows), strided rows in place, columns
+        // of a 2-D pass; and rows of two- and three-pass lengths.
+        {.name = "split_codelet_rows_batch", .dims = {64}, .batch = {13}, .split_in = true, .split_out = true,
+         .scale = 0.5},
+        {.name = "split_codelet_strided_batch_inplace", .sign = 1, .dims = {12}, .batch = {7}, .in_unit = 3,
+         .in_place = true, .split_in = true, .split_out = true},
+        {.name = "split_codelet_columns_2d", .sign = 1, .dims = {9, 10}, .batch = {3}, .pad = 1, .split_in = true,
+         .split_out = true},
+        {.name = "split_codelet_threads_2d", .dims = {16, 20}, .batch = {3}, .split_in = true, .split_out = true,
+         .nthreads = 2},
+        {.name = "split_two_pass_rows_batch", .dims = {256}, .batch = {3}, .split_in = true, .split_out = true,
+         .scale = 0.25},
+        // Lone 1024-point rows have a three-pass kernel at the AVX2 level only.
+        {.name = "split_three_pass_row_inplace", .sign = 1, .dims = {1024}, .in_place = true, .split_in = true,
+         .split_out = true, .level = 7},
+        {.name = "split_three_pass_row", .dims = {1024}, .split_in = true, .split_out = true, .scale = 2.0,
+         .level = 7},
         // Real transforms.
         {.name = "r2c_batch", .kind = R2C, .dims = {64}, .batch = {5}},
         {.name = "c2r_batch", .kind = C2R, .sign = 1, .dims = {63}, .batch = {5}, .scale = 1.0 / 63},

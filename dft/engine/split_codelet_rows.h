@@ -1,0 +1,75 @@
+// The codelet bodies of codelet_rows.h run on split storage: a vector holds
+// one part of W rows (lane c = row c, gathered) or of W adjacent columns
+// (lane c = column c, loaded as it lies); leftover rows run one at a time.
+#ifndef ORB_DFT_ENGINE_SPLIT_CODELET_ROWS_H
+#define ORB_DFT_ENGINE_SPLIT_CODELET_ROWS_H
+
+#include "dft/engine/codelet_rows.h"
+#include "dft/engine/soa_pack.h"
+#include "dft/engine/split_kernels.h"
+
+namespace orb::dft::ORB_KNS::codelet {
+
+template <class T>
+constexpr int kSplitLanes = pack::kVectorBytes / int(sizeof(T));
+
+template <int A, int B, int S, class T>
+void SplitRows(const T *xr, const T *xi, T *yr, T *yi, T scale, int64_t rows, int64_t xd, int64_t yd, int64_t xs,
+               int64_t ys) {
+    constexpr int W = kSplitLanes<T>;
+    using PV = pack::SoaPack<T, W>;
+    int64_t r = 0;
+    if (xd == 1 && yd == 1) {
+        for (; r + W <= rows; r += W) {
+            Body<A, B, S, T, PV>(
+                [&](int j) __attribute__((always_inline)) {
+                    return PV{PV::Load(xr + r + j * xs), PV::Load(xi + r + j * xs)};
+                },
+                [&](int k, PV v) __attribute__((always_inline)) {
+                    PV::Store(yr + r + k * ys, v.re);
+                    PV::Store(yi + r + k * ys, v.im);
+                },
+                scale);
+        }
+    } else {
+        for (; r + W <= rows; r += W) {
+            const T *ar = xr + r * xd, *ai = xi + r * xd;
+            T *br = yr + r * yd, *bi = yi + r * yd;
+            Body<A, B, S, T, PV>(
+                [&](int j) __attribute__((always_inline)) {
+                    return PV{PV::Gather(ar + j * xs, xd), PV::Gather(ai + j * xs, xd)};
+                },
+                [&](int k, PV v) __attribute__((always_inline)) {
+                    PV::Scatter(br + k * ys, yd, v.re);
+                    PV::Scatter(bi + k * ys, yd, v.im);
+                },
+                scale);
+        }
+    }
+    using P1 = pack::Pack<T, 1>;
+    for (; r < rows; ++r) {
+        const T *ar = xr + r * xd, *ai = xi + r * xd;
+        T *br = yr + r * yd, *bi = yi + r * yd;
+        Body<A, B, S, T, P1>([&](int j) __attribute__((always_inline)) { return P1{ar[j * xs], ai[j * xs]}; },
+                             [&](int k, P1 v) __attribute__((always_inline)) {
+                                 br[k * ys] = v.re;
+                                 bi[k * ys] = v.im;
+                             },
+                             scale);
+    }
+}
+
+template <class T, int S>
+SplitFn<T> SplitLookup(int64_t n) {
+    switch (n) {
+#define ORB_DFT_SPLIT_CODELET_CASE(N, A, B) \
+    case N: return &SplitRows<A, B, S, T>;
+        ORB_DFT_CODELETS(ORB_DFT_SPLIT_CODELET_CASE)
+#undef ORB_DFT_SPLIT_CODELET_CASE
+    default: return nullptr;
+    }
+}
+
+}  // namespace orb::dft::ORB_KNS::codelet
+
+#endif
