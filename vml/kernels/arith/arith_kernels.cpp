@@ -21,9 +21,14 @@ using namespace vml;
 // peel and tail. Never vectorized: the vector loops serve every case
 // without overlap already, and a second copy behind run-time overlap tests
 // would only cost registers at the head of every kernel.
+#if defined(__clang__)
+#define ORB_NO_VECTORIZE _Pragma("clang loop vectorize(disable)")
+#else
+#define ORB_NO_VECTORIZE
+#endif
 template <class T, class Op>
 void OrderedRange(int32_t first, int32_t last, const T *a, const T *b, T *y) {
-#pragma clang loop vectorize(disable)
+    ORB_NO_VECTORIZE
     for (int32_t i = first; i < last; ++i) {
         const T x = a[i], z = b[i];
         y[i] = Op::Apply(x, z);
