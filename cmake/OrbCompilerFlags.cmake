@@ -28,6 +28,11 @@ if(ORB_SANITIZE)
     add_compile_options(-fno-sanitize=alignment)
   endif()
   add_link_options(-fsanitize=${ORB_SANITIZE})
+  # Reports need file and line only: line tables, not full debug
+  # information (less to compile and link).
+  if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    add_compile_options(-gline-tables-only)
+  endif()
   # Address-sanitized clang builds also carry libFuzzer's coverage counters,
   # so fuzz targets built next to the suite are guided by the library's own
   # branches, not only by their harness. Plain test programs link them with
