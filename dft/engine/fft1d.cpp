@@ -86,7 +86,15 @@ struct StageOrder {
     int count, radix[3];
 };
 constexpr StageOrder kStageOrders[] = {{1536, 3, {12, 8, 16}}};
-static_assert(12 * 8 * 16 == 1536, "a stage order multiplies out to its length");
+constexpr bool StageOrdersMultiplyOut() {
+    for (const StageOrder &o : kStageOrders) {
+        int64_t product = 1;
+        for (int i = 0; i < o.count; ++i) product *= o.radix[i];
+        if (product != o.n) return false;
+    }
+    return true;
+}
+static_assert(StageOrdersMultiplyOut(), "a stage order multiplies out to its length");
 
 // Radices for n in stage order (elements of elem_bytes), or false if a
 // prime factor exceeds the largest butterfly (then Bluestein takes the
