@@ -115,7 +115,7 @@ public:
 private:
     int64_t n_ = 0;
     Fft1D<T> *fft_ = nullptr;  // length n/2 (even n) or n (odd n)
-    Cx<T> *w_ = nullptr;       // exp(sign 2 pi i k / n), k <= n/2 (even n)
+    Cx<T> *w_ = nullptr;       // the pair step's table of sign i exp(sign 2 pi i k / n) (even n)
     RealSplitFn<T> split_ = nullptr;  // the pair step over w_ (even n)
     SmallFn<T> half_ = nullptr;       // the length-n/2 codelet, when there is one
 };

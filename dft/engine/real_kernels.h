@@ -22,9 +22,13 @@ using C2RFn = void (*)(const Cx<T> *x, T *y, T scale, int64_t rows, int64_t xd, 
 // The pair step of an even-length real transform on the half-length
 // complex spectrum (R2C after the FFT, S = -1; C2R before it, S = +1): for
 // 1 <= k < h-k, with a = src[k], b = conj src[h-k], e = a + b and
-// t = w[k] (S i)(a - b): dst[k] = (e + t) f, dst[h-k] = conj(e - t) f.
+// t = u[k] (a - b), u[k] = S i w^k: dst[k] = (e + t) f, dst[h-k] =
+// conj(e - t) f. Each pair is read before it is written, so dst may be src.
 template <class T>
-using RealSplitFn = void (*)(const Cx<T> *src, Cx<T> *dst, const Cx<T> *w, int64_t h, T f);
+using RealSplitFn = void (*)(const Cx<T> *src, Cx<T> *dst, const Cx<T> *u, int64_t h, T f);
+
+// Entries of the pair step's table u (every k with 2k < h).
+constexpr int64_t RealSplitEntries(int64_t h) { return (h + 1) / 2; }
 
 // Codelets: null for lengths without one.
 #define ORB_DFT_REAL_DECLS                             \
@@ -32,8 +36,8 @@ using RealSplitFn = void (*)(const Cx<T> *src, Cx<T> *dst, const Cx<T> *w, int64
     C2RFn<double> C2RCodeletD(int64_t n);             \
     R2CFn<float> R2CCodeletF(int64_t n);              \
     C2RFn<float> C2RCodeletF(int64_t n);              \
-    RealSplitFn<double> RealSplitD(int sign);         \
-    RealSplitFn<float> RealSplitF(int sign);
+    RealSplitFn<double> RealSplitD();                 \
+    RealSplitFn<float> RealSplitF();
 
 #define ORB_DFT_DECLARE_REAL_LEVEL(lvl) \
     namespace k_##lvl {                 \
@@ -61,9 +65,9 @@ struct RealKernels {
         else return c2r_f(n);
     }
     template <class T>
-    RealSplitFn<T> Split(int sign) const {
-        if constexpr (sizeof(T) == 8) return split_d(sign);
-        else return split_f(sign);
+    RealSplitFn<T> Split() const {
+        if constexpr (sizeof(T) == 8) return split_d();
+        else return split_f();
     }
 };
 
