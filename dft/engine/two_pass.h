@@ -114,18 +114,22 @@ void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
 #else
 #define ORB_DFT_TWO_PASS(X) X(10, 10) X(16, 8) X(16, 16) X(32, 16) X(48, 32) X(64, 32)
 #endif
-// Single precision only, AVX2+FMA: 1024 (64 x 16), 2048 (64 x 32) and 4096
-// (64 x 64), where four complex floats a vector keep the 64-point bodies'
-// spills cheaper than the stages' extra passes: against the stages in the
-// same process (FFTW_MEASURE / ours) 1024 0.69-0.76 -> 0.85-0.87 out of
-// place and 0.80-0.83 -> 0.98-1.12 in place, 2048 0.63-0.65 -> 0.74-0.79,
-// 4096 0.70-0.78 -> 0.80-0.89 (in place 0.77-0.86 -> 0.97-1.04), batches of
-// 100 rows 0.30-0.43 -> 0.66-1.02. 32 x 32 and 16 x 64 ran close behind
-// 64 x 16.
+// Single precision only: 1024 (64 x 16), 2048 (64 x 32) and 4096 (64 x 64),
+// where four complex floats a vector keep the 64-point bodies' spills
+// cheaper than the stages' extra passes. Against the stages in the same
+// process (FFTW_MEASURE / ours), AVX2+FMA: 1024 0.69-0.76 -> 0.85-0.87 out
+// of place and 0.80-0.83 -> 0.98-1.12 in place, 2048 0.63-0.65 ->
+// 0.74-0.79, 4096 0.70-0.78 -> 0.80-0.89 (in place 0.77-0.86 -> 0.97-1.04),
+// batches of 100 rows 0.30-0.43 -> 0.66-1.02; 32 x 32 and 16 x 64 ran close
+// behind 64 x 16. AVX: 1024 and 2048 10-17% faster, 4096 10% faster out of
+// place but 10% slower in place, so it keeps the stages there. SSE2-class
+// (two complex floats a vector): 1024 and 2048 14-15% faster, 4096 0-12%.
 #if ORB_KLEVEL >= 7
 #define ORB_DFT_TWO_PASS_SINGLE(X) X(64, 16) X(64, 32) X(64, 64)
+#elif ORB_KLEVEL == 6
+#define ORB_DFT_TWO_PASS_SINGLE(X) X(64, 16) X(64, 32)
 #else
-#define ORB_DFT_TWO_PASS_SINGLE(X)
+#define ORB_DFT_TWO_PASS_SINGLE(X) X(64, 16) X(64, 64)
 #endif
 
 template <class T, int S>
