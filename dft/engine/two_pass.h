@@ -107,12 +107,22 @@ void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
 // faster with FMA; one complex double a vector (the SSE2-class build) they
 // gained 5-15%. 4096 (64 x 64) and 1000 (40 x 25, scalar: 25 takes no
 // lanes) were slower at every level.
+//
+// 500 (10 x 50) and 1000 (20 x 50) against the stages in the same process,
+// ns a transform, AVX2+FMA: double 1380-1450 -> 910-1000 and 2630-2750 ->
+// 2170-2390, single 930-960 -> 880-890 but 1350-1420 -> 1950-1980 at 1000,
+// which keeps its stages; AVX alike (double 1000 2180-2750 -> 2390-3210
+// measured both ways, single 1000 30-40% slower). SSE2-class: double equal
+// within noise, single 1470 -> 900 and 2570 -> 2010.
 #if ORB_KLEVEL >= 7
-#define ORB_DFT_TWO_PASS(X) X(10, 10) X(16, 8) X(16, 16) X(32, 16)
+#define ORB_DFT_TWO_PASS(X) X(10, 10) X(16, 8) X(16, 16) X(32, 16) X(10, 50)
+#define ORB_DFT_TWO_PASS_DOUBLE(X) X(20, 50)
 #elif ORB_KLEVEL == 6
-#define ORB_DFT_TWO_PASS(X) X(10, 10) X(16, 8) X(16, 16)
+#define ORB_DFT_TWO_PASS(X) X(10, 10) X(16, 8) X(16, 16) X(10, 50)
+#define ORB_DFT_TWO_PASS_DOUBLE(X) X(20, 50)
 #else
-#define ORB_DFT_TWO_PASS(X) X(10, 10) X(16, 8) X(16, 16) X(32, 16) X(48, 32) X(64, 32)
+#define ORB_DFT_TWO_PASS(X) X(10, 10) X(16, 8) X(16, 16) X(32, 16) X(48, 32) X(64, 32) X(10, 50) X(20, 50)
+#define ORB_DFT_TWO_PASS_DOUBLE(X)
 #endif
 // Single precision only: 1024 (64 x 16), 2048 (64 x 32) and 4096 (64 x 64),
 // where four complex floats a vector keep the 64-point bodies' spills
@@ -139,6 +149,8 @@ TwoPassFn<T> Lookup(int64_t n1, int64_t n2) {
     ORB_DFT_TWO_PASS(ORB_DFT_TWO_PASS_CASE)
     if constexpr (sizeof(T) == 4) {
         ORB_DFT_TWO_PASS_SINGLE(ORB_DFT_TWO_PASS_CASE)
+    } else {
+        ORB_DFT_TWO_PASS_DOUBLE(ORB_DFT_TWO_PASS_CASE)
     }
 #undef ORB_DFT_TWO_PASS_CASE
     return nullptr;

@@ -150,18 +150,20 @@ INSTANTIATE_TEST_SUITE_P(Table, EngineLayouts, ::testing::ValuesIn(LayoutCases()
                          [](const auto &info) { return info.param.name; });
 
 // Every kernel build (SSE2-class, AVX, AVX2+FMA) on lengths that reach each
-// butterfly, both loop shapes, the codelets (single rows and batches) and
-// the two- and three-pass kernels (single rows of 100-8192; in place their
-// first pass writes the scratch, out of place the output; 1024 and 8192 in
-// place on the stages), with 1000 beside them on the stages, and 2376 and
-// 3000 on the radix-6, 10 and 12 stages of double data beyond the
-// first-level cache.
+// butterfly, both loop shapes, the codelets (single rows and batches; 6-50
+// with an odd factor, whose lone rows run their last butterflies on
+// scalars) and the two- and three-pass kernels (single rows of 100-8192; in
+// place their first pass writes the scratch, out of place the output; 1024
+// and 8192 in place on the stages; single 1000 on the stages but at the
+// SSE2 class), and 2376 and 3000 on the radix-6, 10 and 12 stages of double
+// data beyond the first-level cache.
 class EngineLevels : public ::testing::TestWithParam<int> {};
 
 TEST_P(EngineLevels, KernelVariantMatchesNaiveDft) {
-    const int64_t lengths[] = {2,   3,   4,   5,   7,   8,   11,  12,  13,  16,  17,   32,       48,     60,
-                               64,  96,  128, 169, 210, 256, 289, 343, 384, 512, 625, 2 * 11 * 13, 3 * 61, 4 * 67,
-                               1024, 2048, 257, 1009, 4096, 8192, 100, 1000, 1536, 2376, 3000};
+    const int64_t lengths[] = {2,   3,   4,   5,   6,   7,   8,   10,  11,  12,  13,  14,  16,  17,  18,  30,
+                               32,  48,  50,  60,  64,  96,  128, 169, 210, 256, 289, 343, 384, 512, 625,
+                               2 * 11 * 13, 3 * 61, 4 * 67, 1024, 2048, 257, 1009, 4096, 8192, 100, 500, 1000,
+                               1536, 2376, 3000};
     for (bool dbl : {true, false})
         for (int sign : {-1, 1})
             for (int64_t n : lengths) {
