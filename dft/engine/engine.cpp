@@ -205,7 +205,9 @@ bool BuildPasses(PlanT<T> &pl) {
         for (int k = 0; k < pb.howmany_rank; ++k) slabs *= pb.howmany[k].n;
         for (int j = 0; j < r - 2; ++j) slabs *= d[j].n;
         const int64_t slab_bytes = clen(r - 1) * d[r - 2].n * int64_t(pb.is_double ? 16 : 8);
-        if (slabs > 1 && slab_bytes <= kSlabMaxBytes) pl.slabs = slabs;
+        // An array that fits the cache whole gains nothing and pays a call
+        // per slab.
+        if (slabs > 1 && slab_bytes <= kSlabMaxBytes && slabs * slab_bytes > kSlabMaxBytes) pl.slabs = slabs;
     }
     for (int i = 0; i < pl.npass; ++i) {
         const Pass &p = pl.pass[i];

@@ -98,16 +98,17 @@ std::vector<Case> LayoutCases() {
         {.name = "c2r_inplace_1d", .kind = C2R, .sign = 1, .dims = {90}, .batch = {2}, .in_place = true},
         {.name = "r2c_inplace_2d", .kind = R2C, .dims = {10, 14}, .in_place = true},
         {.name = "c2r_inplace_3d", .kind = C2R, .sign = 1, .dims = {6, 4, 10}, .in_place = true},
-        {.name = "r2c_inplace_3d", .kind = R2C, .dims = {5, 6, 10}, .batch = {2}, .in_place = true},
+        // Past 1 MiB of double data the last two dimensions run slab by slab.
+        {.name = "r2c_inplace_3d_slabs", .kind = R2C, .dims = {16, 64, 130}, .in_place = true},
         {.name = "r2c_bluestein", .kind = R2C, .dims = {2 * 101}},
         {.name = "c2r_bluestein_odd", .kind = C2R, .sign = 1, .dims = {103}},
         // Threads: rows, batches and a long single row.
         {.name = "threads_batch", .dims = {64}, .batch = {37}, .nthreads = 2},
         {.name = "threads_2d", .sign = 1, .dims = {32, 48}, .nthreads = 3},
         {.name = "threads_c2r_3d", .kind = C2R, .sign = 1, .dims = {8, 6, 10}, .nthreads = 2},
-        // The last two dimensions slab by slab, the slabs shared out.
-        {.name = "threads_c2c_3d_inplace", .dims = {7, 12, 10}, .pad = 1, .in_place = true, .nthreads = 2},
-        {.name = "threads_c2c_4d_batch", .sign = 1, .dims = {3, 2, 6, 5}, .batch = {2}, .nthreads = 3},
+        // Slab by slab, the slabs shared out.
+        {.name = "threads_c2c_3d_slabs_inplace", .dims = {16, 64, 80}, .pad = 1, .in_place = true, .nthreads = 2},
+        {.name = "threads_c2c_4d_slabs_batch", .sign = 1, .dims = {3, 4, 60, 64}, .batch = {2}, .nthreads = 3},
         // Single rows of the two-pass kernels reached through a gathered
         // copy (strides, split storage) and with a thread count.
         {.name = "two_pass_strided", .dims = {256}, .in_unit = -2, .out_unit = 3},
