@@ -111,9 +111,9 @@ void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
 // 500 (10 x 50) and 1000 (20 x 50) against the stages in the same process,
 // ns a transform, AVX2+FMA: double 1380-1450 -> 910-1000 and 2630-2750 ->
 // 2170-2390, single 930-960 -> 880-890 but 1350-1420 -> 1950-1980 at 1000,
-// which keeps its stages; AVX alike (double 1000 2180-2750 -> 2390-3210
-// measured both ways, single 1000 30-40% slower). SSE2-class: double equal
-// within noise, single 1470 -> 900 and 2570 -> 2010.
+// which keeps its stages; AVX alike (double 1000 2750-3760 -> 2390-3210,
+// single 1000 30-40% slower). SSE2-class: double 500 2-16% faster, 1000
+// equal within noise; single 1470 -> 900 and 2570 -> 2010.
 #if ORB_KLEVEL >= 7
 #define ORB_DFT_TWO_PASS(X) X(10, 10) X(16, 8) X(16, 16) X(32, 16) X(10, 50)
 #define ORB_DFT_TWO_PASS_DOUBLE(X) X(20, 50)
