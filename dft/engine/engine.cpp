@@ -498,14 +498,15 @@ void RunRowRange(const PlanT<T> &pl, int pi, const Side *bufs, const bool *split
     }
 }
 
-template <class T>
-__attribute__((noinline)) void RunRowsParallel(const PlanT<T> &pl, int pi, const Side *bufs, const bool *split,
-                                               int64_t rows, Cx<T> *scratch) {
-    const int team = int(rows < pl.team ? rows : pl.team);
+// Items 0 .. count-1 (rows or slabs) shared over up to pl.team threads:
+// run(i0, i1, scratch) per member, each with its own row workspace.
+template <class T, class Run>
+__attribute__((noinline)) void ShareOut(const PlanT<T> &pl, int64_t count, Cx<T> *scratch, Run run) {
+    const int team = int(count < pl.team ? count : pl.team);
 #pragma omp parallel num_threads(team)
     {
         const int id = omp_get_thread_num(), nth = omp_get_num_threads();
-        RunRowRange<T>(pl, pi, bufs, split, rows * id / nth, rows * (id + 1) / nth, scratch + id * pl.row_elems);
+        run(count * id / nth, count * (id + 1) / nth, scratch + id * pl.row_elems);
     }
 }
 
@@ -530,7 +531,9 @@ void RunPass(const PlanT<T> &pl, int pi, const Side *bufs, const bool *split, Cx
         RunRow<T>(pl, pi, bufs[p.src], split[p.src], 0, bufs[p.dst], split[p.dst], 0, scratch, nth);
         return;
     }
-    RunRowsParallel<T>(pl, pi, bufs, split, rows, scratch);
+    ShareOut<T>(pl, rows, scratch, [&](int64_t r0, int64_t r1, Cx<T> *own) {
+        RunRowRange<T>(pl, pi, bufs, split, r0, r1, own);
+    });
 }
 
 // Slabs s0 .. s1-1: each slab's rows of pass 0, then its rows of pass 1
@@ -545,17 +548,14 @@ void RunSlabRange(const PlanT<T> &pl, const Side *bufs, const bool *split, int64
 }
 
 template <class T>
-__attribute__((noinline)) void RunSlabs(const PlanT<T> &pl, const Side *bufs, const bool *split, Cx<T> *scratch) {
-    const int team = int(pl.slabs < pl.team ? pl.slabs : pl.team);
-    if (team <= 1) {
+void RunSlabs(const PlanT<T> &pl, const Side *bufs, const bool *split, Cx<T> *scratch) {
+    if (pl.team <= 1) {
         RunSlabRange<T>(pl, bufs, split, 0, pl.slabs, scratch);
         return;
     }
-#pragma omp parallel num_threads(team)
-    {
-        const int id = omp_get_thread_num(), nth = omp_get_num_threads();
-        RunSlabRange<T>(pl, bufs, split, pl.slabs * id / nth, pl.slabs * (id + 1) / nth, scratch + id * pl.row_elems);
-    }
+    ShareOut<T>(pl, pl.slabs, scratch, [&](int64_t s0, int64_t s1, Cx<T> *own) {
+        RunSlabRange<T>(pl, bufs, split, s0, s1, own);
+    });
 }
 
 template <class T>
