@@ -480,7 +480,9 @@ template <class T>
 int64_t Fft1D<T>::WorkElems() const {
     if (four_) return n_ + FourStepBuffer();  // the middle array, then one member's buffers
     if (!blue_ && !rader_) return n_;
-    return 2 * m_ + std::max(fwd_->WorkElems(), bwd_->WorkElems());
+    // Bluestein's convolution runs out of place over two arrays, Rader's in
+    // place in one.
+    return (rader_ ? 1 : 2) * m_ + std::max(fwd_->WorkElems(), bwd_->WorkElems());
 }
 
 template <class T>

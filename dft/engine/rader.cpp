@@ -77,17 +77,18 @@ template <class T>
 void Fft1D<T>::ExecRader(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const {
     const int64_t m = m_;
     const int32_t *perm = perm_;
-    Cx<T> *a = work, *b = work + m, *w = work + 2 * m;
+    // Both FFTs run in place in `a`: one array less for the caches to hold.
+    Cx<T> *a = work, *w = work + m;
     // Everything is read from `in` before `out` is written (they may alias).
     const Cx<T> x0 = in[0];
     for (int64_t k = 0; k < m; ++k) a[k] = in[perm[k]];
-    fwd_->Exec(a, b, w, T(1), nthreads);
-    // b[0] is the sum of x[1..p-1]. Adding x[0] to every output of the
+    fwd_->Exec(a, a, w, T(1), nthreads);
+    // a[0] is the sum of x[1..p-1]. Adding x[0] to every output of the
     // unnormalised inverse is adding it to bin 0 of its input.
-    const Cx<T> sum = b[0];
-    kern_->PointMul(b, filter_, b, m, T(1));
-    b[0].re += x0.re, b[0].im += x0.im;
-    bwd_->Exec(b, a, w, scale, nthreads);
+    const Cx<T> sum = a[0];
+    kern_->PointMul(a, filter_, a, m, T(1));
+    a[0].re += x0.re, a[0].im += x0.im;
+    bwd_->Exec(a, a, w, scale, nthreads);
     out[0] = {(x0.re + sum.re) * scale, (x0.im + sum.im) * scale};
     const int32_t *iperm = iperm_;
     for (int64_t j = 0; j < m; ++j) out[j + 1] = a[iperm[j]];
