@@ -60,8 +60,8 @@ void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
 
 // (n1, a, b) with a three-pass kernel: the splits TwoPassSplits offers
 // where they measured faster than the stages, complex double with AVX2+FMA
-// only: 1024 (16 x 8 x 8) 10%, 2048 (32 x 8 x 8; 8 x 16 x 8 and 16 x 16 x 8
-// close behind) 30%, 8192 (8 x 32 x 32; 32 x 16 x 16 half that) 12%
+// (and AVX for 768 and 1536, below): 1024 (16 x 8 x 8) 10%, 2048 (32 x 8 x
+// 8; 8 x 16 x 8 and 16 x 16 x 8 close behind) 30%, 8192 (8 x 32 x 32; 32 x 16 x 16 half that) 12%
 // faster out of place; in place 2048 20% faster, 1024 and 8192 no faster
 // (those two keep the stages in place). 4096 (8 x 32 x 16) gained up to 8%
 // alone but lost 20% in a batch of 100 rows, which come from memory rather
@@ -70,8 +70,19 @@ void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
 // was 5-20% slower, and so was 8192 as 16 x 32 x 16; single precision
 // 10% slower, also when step ii transposes through s instead (a 4-lane
 // pack stores as four pieces).
+//
+// 1536 (24 x 8 x 8) and 768 (12 x 8 x 8, the half of a real 1536), with
+// AVX as well, against the stages (12, 8, 16 and 12, 8, 8) in the same
+// process, microseconds a transform: AVX2+FMA 1536 4.3-5.2 -> 3.1-3.8 (in
+// place 4.3-5.1 -> 3.3-4.4), 768 1.8-2.5 -> 1.2-1.6 (in place 1.8 -> 1.3);
+// AVX 1536 3.7-5.5 -> 3.3, 768 2.3-2.4 -> 1.6-1.7. 1536 as 12 x 16 x 8 ran
+// close behind; as 6 x 16 x 16, and 768 as 6 x 16 x 8, 10-20% slower. At
+// 16384 none of 16 x 32 x 32, 32 x 16 x 32 and 32 x 32 x 16 beat the
+// stages.
 #if ORB_KLEVEL >= 7
-#define ORB_DFT_THREE_PASS(X) X(16, 8, 8) X(32, 8, 8) X(8, 32, 32)
+#define ORB_DFT_THREE_PASS(X) X(16, 8, 8) X(32, 8, 8) X(8, 32, 32) X(24, 8, 8) X(12, 8, 8)
+#elif ORB_KLEVEL == 6
+#define ORB_DFT_THREE_PASS(X) X(24, 8, 8) X(12, 8, 8)
 #else
 #define ORB_DFT_THREE_PASS(X)
 #endif

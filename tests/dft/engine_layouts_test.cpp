@@ -76,6 +76,14 @@ std::vector<Case> LayoutCases() {
          .split_out = true, .level = 7},
         {.name = "split_three_pass_row", .dims = {1024}, .split_in = true, .split_out = true, .scale = 2.0,
          .level = 7},
+        // 1536 and 768 (24 x 8 x 8, 12 x 8 x 8) also with AVX; real 1536 on
+        // its 768-point half.
+        {.name = "split_three_pass_1536_avx_inplace", .dims = {1536}, .in_place = true, .split_in = true,
+         .split_out = true, .level = 6},
+        {.name = "split_three_pass_768", .sign = 1, .dims = {768}, .split_in = true, .split_out = true,
+         .scale = 0.5, .level = 7},
+        {.name = "r2c_three_pass_half_avx", .kind = R2C, .dims = {1536}, .level = 6},
+        {.name = "c2r_three_pass_half", .kind = C2R, .sign = 1, .dims = {1536}, .scale = 0.25, .level = 7},
         // Real transforms.
         {.name = "r2c_batch", .kind = R2C, .dims = {64}, .batch = {5}},
         {.name = "c2r_batch", .kind = C2R, .sign = 1, .dims = {63}, .batch = {5}, .scale = 1.0 / 63},
@@ -157,7 +165,8 @@ INSTANTIATE_TEST_SUITE_P(Table, EngineLayouts, ::testing::ValuesIn(LayoutCases()
 // Every kernel build (SSE2-class, AVX, AVX2+FMA) on lengths that reach each
 // butterfly, both loop shapes, the codelets (single rows and batches; 6-50
 // with an odd factor, whose lone rows run their last butterflies on
-// scalars) and the two- and three-pass kernels (single rows of 100-8192; in
+// scalars) and the two- and three-pass kernels (single rows of 100-8192,
+// three passes at 768 and 1536 with AVX and AVX2+FMA; in
 // place their first pass writes the scratch, out of place the output; 1024
 // and 8192 in place on the stages; single 1000 on the stages but at the
 // SSE2 class), and 2376 and 3000 on the radix-6, 10 and 12 stages of double
@@ -168,7 +177,7 @@ TEST_P(EngineLevels, KernelVariantMatchesNaiveDft) {
     const int64_t lengths[] = {2,   3,   4,   5,   6,   7,   8,   10,  11,  12,  13,  14,  16,  17,  18,  30,
                                32,  48,  50,  60,  64,  96,  128, 169, 210, 256, 289, 343, 384, 512, 625,
                                2 * 11 * 13, 3 * 61, 4 * 67, 1024, 2048, 257, 1009, 4096, 8192, 100, 500, 1000,
-                               1536, 2376, 3000};
+                               768, 1536, 2376, 3000};
     for (bool dbl : {true, false})
         for (int sign : {-1, 1})
             for (int64_t n : lengths) {
