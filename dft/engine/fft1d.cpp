@@ -167,13 +167,6 @@ bool RaderFits(int64_t n) {
 // data no longer fits the second-level cache).
 constexpr int64_t kFourStepMin = int64_t(1) << 18;
 
-// First-stage twiddle tables from this size up are mostly multiplied out
-// rather than read (StageInfo::derive_tw): with the data they outgrow the
-// second-level cache. Measured in-process against the full table, AVX2+FMA:
-// double 32768 3-5%, 65536 8-10%, 131072 6-8% and single 65536 4-6% faster;
-// below it (double 4096-16384, single up to 32768) no change.
-constexpr int64_t kDeriveTwiddleBytes = 384 * 1024;
-
 // Splits n = n1 * n2 for the two-pass kernels (two_pass.h) and the
 // three-pass ones (three_pass.h, n2 split again inside), best first, 0
 // ended: the plan takes the first its level has a kernel for and keeps the
@@ -257,7 +250,6 @@ bool Fft1D<T>::BuildStages() {
         st.m = n_ / (s * radix[i]);
         st.tw = total;
         total += st.m > 1 ? st.m * (radix[i] - 1) : 0;
-        st.derive_tw = i == 0 && st.m * (radix[i] - 1) * int64_t(sizeof(Cx<T>)) >= kDeriveTwiddleBytes;
         st.rtab = total;
         if (!HasFixedButterfly(radix[i])) total += radix[i];
         s *= radix[i];

@@ -104,8 +104,8 @@ inline int64_t TwIndex(int64_t p, int t, int64_t m, int r, bool tmajor) {
 }
 
 template <int R, int S, Post PO, class T>
-void StageBody(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw, bool tmajor, bool derive_tw,
-               T scale, int64_t p0, int64_t p1, int64_t q0, int64_t q1) {
+void StageBody(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw, bool tmajor, T scale,
+               int64_t p0, int64_t p1, int64_t q0, int64_t q1) {
     constexpr int L = kLanes<T>;
     using PV = Pack<T, L>;
     using P1 = typename OnePack<T>::type;
@@ -119,18 +119,8 @@ void StageBody(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw, 
             for (; p + L <= p1; p += L) {
                 ORB_OPAQUE_INDEX(p);
                 PV w[R > 1 ? R - 1 : 1];
-                if constexpr (twiddled) {
-                    if (derive_tw) {
-                        // w^e = w^h w^(e-h), h the highest power of two in e.
-                        bfly::StaticFor<R - 1>([&](auto t) __attribute__((always_inline)) {
-                            constexpr int e = t + 1, h = 1 << (31 - __builtin_clz(e));
-                            if constexpr (e == h) w[t] = PV::Load(tw + t * m + p);
-                            else w[t] = Mul(w[h - 1], w[e - h - 1]);
-                        });
-                    } else {
-                        for (int t = 0; t < R - 1; ++t) w[t] = PV::Load(tw + t * m + p);
-                    }
-                }
+                if constexpr (twiddled)
+                    for (int t = 0; t < R - 1; ++t) w[t] = PV::Load(tw + t * m + p);
                 Column<R, S, PO, T, PV>(
                     [&](int k) __attribute__((always_inline)) { return PV::Load(x + p + k * ks); },
                     [&](PV *a) __attribute__((always_inline)) {
@@ -201,11 +191,11 @@ void StageBody(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw, 
 }
 
 template <int R, int S, class T>
-void StageFixed(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw, bool tmajor, bool derive_tw,
-                T scale, int64_t p0, int64_t p1, int64_t q0, int64_t q1) {
-    if (m > 1) StageBody<R, S, Post::kTwiddle, T>(x, y, m, s, tw, tmajor, derive_tw, scale, p0, p1, q0, q1);
-    else if (scale != T(1)) StageBody<R, S, Post::kScale, T>(x, y, m, s, tw, tmajor, false, scale, p0, p1, q0, q1);
-    else StageBody<R, S, Post::kNone, T>(x, y, m, s, tw, tmajor, false, scale, p0, p1, q0, q1);
+void StageFixed(const Cx<T> *x, Cx<T> *y, int64_t m, int64_t s, const Cx<T> *tw, bool tmajor, T scale,
+                int64_t p0, int64_t p1, int64_t q0, int64_t q1) {
+    if (m > 1) StageBody<R, S, Post::kTwiddle, T>(x, y, m, s, tw, tmajor, scale, p0, p1, q0, q1);
+    else if (scale != T(1)) StageBody<R, S, Post::kScale, T>(x, y, m, s, tw, tmajor, scale, p0, p1, q0, q1);
+    else StageBody<R, S, Post::kNone, T>(x, y, m, s, tw, tmajor, scale, p0, p1, q0, q1);
 }
 
 // Run-time odd radix r (scalar packs; these radices are rare).
@@ -238,7 +228,7 @@ void RunStage(const StagePlan<T> &pl, int i, int64_t vb, const Cx<T> *x, Cx<T> *
     const bool tmajor = i == 0;
     switch (st.radix) {
 #define ORB_RADIX_CASE(R) \
-    case R: StageFixed<R, S, T>(x, y, st.m, s, tw, tmajor, st.derive_tw, scale, p0, p1, q0, q1); break;
+    case R: StageFixed<R, S, T>(x, y, st.m, s, tw, tmajor, scale, p0, p1, q0, q1); break;
         ORB_RADIX_CASE(2)
         ORB_RADIX_CASE(3)
         ORB_RADIX_CASE(4)

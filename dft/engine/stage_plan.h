@@ -20,10 +20,6 @@ struct StageInfo {
     int64_t tw;    // offset of this stage's twiddles w^(p t): at [p*(r-1) + t-1],
                    // or at [(t-1)*m + p] for the first stage (s == 1)
     int64_t rtab;  // generic radix only: offset of w_r^j, j < r
-    // First stage only: load the twiddles w^(p t) for t a power of two and
-    // multiply the others out of them (w^3 = w^2 w, ...), reading less than
-    // half of a table too large for the second-level cache.
-    bool derive_tw = false;
 };
 
 constexpr int kMaxStages = 64;

@@ -95,13 +95,6 @@ const Sampled kSampled[] = {
     {6000, false, 1, 5}, {6000, false, 1, 6}, {6000, false, 1, 7}, {4968, false, 1, 5}, {4968, false, 1, 7},
     {8000, false, 1, 5}, {8000, false, 1, 6}, {8000, false, 1, 7}, {10000, false, 1, 5}, {10000, false, 2, 7},
     {10000, true, 1, 5}, {10000, true, 1, 6}, {10000, true, 2, 7}, {248832, true, 1, 7}, {248832, false, 1, 7},
-    // First stages whose twiddle tables pass 384 KiB, so that only the
-    // rows of power-of-two exponents are read and the others multiplied
-    // out of them: 2^16 and 3 2^15 double, 2^17 and 3 2^15 single, on each
-    // build that runs the first stage on vectors; threaded, the first
-    // stage's butterflies are split between the threads.
-    {1 << 16, true, 1, 6}, {1 << 16, true, 1, 7}, {1 << 16, true, 2, 7}, {1 << 17, false, 1, 5},
-    {1 << 17, false, 1, 7}, {3 << 15, true, 1, 7}, {3 << 15, false, 1, 6},
 };
 
 INSTANTIATE_TEST_SUITE_P(Lengths, EngineLargeLengths, ::testing::ValuesIn(kSampled),
