@@ -61,8 +61,8 @@ void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
 // (n1, a, b) with a three-pass kernel: the splits TwoPassSplits offers
 // where they measured faster than the stages, complex double with AVX2+FMA
 // (and AVX for 768 and 1536, below): 1024 (16 x 8 x 8) 10%, 2048 (32 x 8 x
-// 8; 8 x 16 x 8 and 16 x 16 x 8 close behind) 30%, 8192 (8 x 32 x 32; 32 x 16 x 16 half that) 12%
-// faster out of place; in place 2048 20% faster, 1024 and 8192 no faster
+// 8; 8 x 16 x 8 and 16 x 16 x 8 close behind) 30%, 8192 (8 x 32 x 32;
+// 32 x 16 x 16 half that) 12% faster out of place; in place 2048 20% faster, 1024 and 8192 no faster
 // (those two keep the stages in place). 4096 (8 x 32 x 16) gained up to 8%
 // alone but lost 20% in a batch of 100 rows, which come from memory rather
 // than cache (its first pass reads 8 rows of 512 points scattered over the
