@@ -193,7 +193,7 @@ const PassSplit *TwoPassSplits(int64_t n, bool single) {
     static constexpr PassSplit kSplits[] = {
         {100, {10, 0}, false},  {128, {16, 0}, false},   {256, {16, 0}, false},  {500, {10, 0}, false},
         {512, {32, 0}, false},  {768, {12, 0}, false},   {1000, {20, 0}, false}, {1024, {16, 0}, true},
-        {1536, {24, 48}, false}, {2048, {64, 32}, false}, {8192, {8, 0}, true}};
+        {1536, {24, 48}, false}, {2048, {8, 64}, false}};
     for (const PassSplit &row : kSplits)
         if (row.n == n) return &row;
     return nullptr;

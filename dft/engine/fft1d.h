@@ -1,7 +1,7 @@
 // One-dimensional transforms on contiguous buffers: the complex FFT of any
 // length and the real-to-complex / complex-to-real transforms built on it.
 // Lengths whose prime factors all have butterflies run as mixed-radix
-// Stockham stages (four-step beyond the caches; a few lengths up to 8192 as
+// Stockham stages (four-step beyond the caches; a few lengths up to 4096 as
 // two or three passes of codelet bodies, two_pass.h and three_pass.h); a
 // prime p too large for a butterfly runs as Rader's cyclic convolution of
 // length p-1 when p-1 factors into the butterflies (rader.cpp); any other

@@ -89,7 +89,7 @@ void ThreePass(const T *xr, const T *xi, T *out_re, T *out_im, Cx<T> *work, cons
 }
 
 // Three-pass column blocks up to this many points keep their scratch in
-// the first-level cache (8192's 1024 would take 64 KiB of stack).
+// the first-level cache (2048's 256-point blocks stay interleaved).
 constexpr int kMaxSplitM = 64;
 
 // The splits of this level's three-pass list whose first factor holds

@@ -60,16 +60,24 @@ void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
 
 // (n1, a, b) with a three-pass kernel: the splits TwoPassSplits offers
 // where they measured faster than the stages, complex double with AVX2+FMA
-// (and AVX for 768 and 1536, below): 1024 (16 x 8 x 8) 10%, 2048 (32 x 8 x
-// 8; 8 x 16 x 8 and 16 x 16 x 8 close behind) 30%, 8192 (8 x 32 x 32;
-// 32 x 16 x 16 half that) 12% faster out of place; in place 2048 20% faster, 1024 and 8192 no faster
-// (those two keep the stages in place). 4096 (8 x 32 x 16) gained up to 8%
-// alone but lost 20% in a batch of 100 rows, which come from memory rather
-// than cache (its first pass reads 8 rows of 512 points scattered over the
-// whole row), so it keeps the stages; as 16 x 16 x 16 or 32 x 16 x 8 it
-// was 5-20% slower, and so was 8192 as 16 x 32 x 16; single precision
-// 10% slower, also when step ii transposes through s instead (a 4-lane
-// pack stores as four pieces).
+// (and AVX for 768 and 1536, below): 1024 (16 x 8 x 8) 10-25% faster out of
+// place, no faster in place (it keeps the stages there); 2048 (8 x 16 x 16)
+// 10-20% faster out of place and in place. 4096 (8 x 32 x 16) gained up to
+// 8% alone but lost 20% in a batch of 100 rows, which come from memory
+// rather than cache (its first pass reads 8 rows of 512 points scattered
+// over the whole row), so it keeps the stages; as 16 x 16 x 16 or
+// 32 x 16 x 8 it was 5-20% slower; single precision 10% slower, also when
+// step ii transposes through s instead (a 4-lane pack stores as four
+// pieces).
+//
+// Where the second-level cache holds 512 KiB, the duplicated twiddle table
+// (2n entries) counts: 8192 as 8 x 32 x 32 (256 KiB of twiddles besides
+// 256 KiB of data) ran at half the stages' speed there, against 12% faster
+// with a larger cache; 8 x 32 x 32, 32 x 16 x 16 and 16 x 16 x 32 were all
+// 1.6-2.2x slower, so 8192 keeps the stages. 2048 as 32 x 8 x 8, which had
+// measured 30% faster than the stages on the larger cache (8 x 16 x 16
+// close behind), ran 5-15% slower than them on the smaller one, where
+// 8 x 16 x 16 was 10-20% faster than both.
 //
 // 1536 (24 x 8 x 8) and 768 (12 x 8 x 8, the half of a real 1536), with
 // AVX as well, against the stages (12, 8, 16 and 12, 8, 8) in the same
@@ -80,7 +88,7 @@ void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
 // 16384 none of 16 x 32 x 32, 32 x 16 x 32 and 32 x 32 x 16 beat the
 // stages.
 #if ORB_KLEVEL >= 7
-#define ORB_DFT_THREE_PASS(X) X(16, 8, 8) X(32, 8, 8) X(8, 32, 32) X(24, 8, 8) X(12, 8, 8)
+#define ORB_DFT_THREE_PASS(X) X(16, 8, 8) X(8, 16, 16) X(24, 8, 8) X(12, 8, 8)
 #elif ORB_KLEVEL == 6
 #define ORB_DFT_THREE_PASS(X) X(24, 8, 8) X(12, 8, 8)
 #else
