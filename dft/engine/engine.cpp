@@ -48,12 +48,15 @@ constexpr int64_t kCodeletDirectSpan = 256 * 1024;
 // Adjacent columns gathered together by a column pass.
 constexpr int64_t kColumnBlock = 8;
 
-// Rows up to this size run interleaved in blocks (vectorised across rows).
-// Above it a block of rows and its copies outgrow the L2 cache: 100 double
+// Rows below this size run interleaved in blocks (vectorised across rows).
+// From it a block of rows and its copies outgrow the L2 cache: 100 double
 // rows of 4096 ran at 0.55-0.6 of FFTW's speed interleaved, 0.8-0.95 one
-// row at a time. Lengths with a two-pass kernel run one row at a time at
-// any size: rows of a 256 x 256 transform gathered eight at a time ran at
-// 0.64 of FFTW's speed, 0.83 alone.
+// row at a time; at the size itself (100 rows of double 2048 or single
+// 4096) 0.73-0.77 and 0.41-0.50 interleaved, 0.99-1.11 and 0.83-0.98 one
+// row at a time on the stages (where the second-level cache holds 512
+// KiB). Lengths with a two-pass kernel run one row at a time at any size:
+// rows of a 256 x 256 transform gathered eight at a time ran at 0.64 of
+// FFTW's speed, 0.83 alone.
 constexpr int64_t kInterleaveMaxRowBytes = 32 * 1024;
 
 // A lone real row from this length runs faster as the half-length complex
@@ -220,7 +223,7 @@ bool BuildPasses(PlanT<T> &pl) {
             // every cache line read serves several transforms.
             Pass &pm = pl.pass[i];
             if (pm.nloop > 0 && pm.n > 1 && pl.c[i]->Interleavable() && !pl.c[i]->HasTwoPass() &&
-                pm.n * int64_t(sizeof(Cx<T>)) <= kInterleaveMaxRowBytes) {
+                pm.n * int64_t(sizeof(Cx<T>)) < kInterleaveMaxRowBytes) {
                 // Short rows: several rows interleaved run as one vector
                 // transform.
                 pm.block = int(pm.ln[pm.nloop - 1] < kColumnBlock ? pm.ln[pm.nloop - 1] : kColumnBlock);

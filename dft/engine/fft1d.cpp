@@ -184,7 +184,7 @@ struct PassSplit {
 // way, n1 = 64 (a 64-point twiddled pass over 16, 32 or 64 columns): at
 // 1024 and 4096 the double rows' splits have no single kernel, and their
 // stages measured 15-25% slower alone and 2-3x slower in batches of 100
-// rows.
+// rows (interleaved); two_pass.h lists the levels that take each.
 const PassSplit *TwoPassSplits(int64_t n, bool single) {
     static constexpr PassSplit kSingle[] = {{1024, {64, 0}, false}, {4096, {64, 0}, false}};
     if (single)

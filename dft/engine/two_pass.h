@@ -129,13 +129,16 @@ void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
 // cheaper than the stages' extra passes. Against the stages in the same
 // process (FFTW_MEASURE / ours), AVX2+FMA: 1024 0.69-0.76 -> 0.85-0.87 out
 // of place and 0.80-0.83 -> 0.98-1.12 in place, 2048 0.63-0.65 ->
-// 0.74-0.79, 4096 0.70-0.78 -> 0.80-0.89 (in place 0.77-0.86 -> 0.97-1.04),
-// batches of 100 rows 0.30-0.43 -> 0.66-1.02; 32 x 32 and 16 x 64 ran close
-// behind 64 x 16. AVX: 1024 and 2048 10-17% faster, 4096 10% faster out of
+// 0.74-0.79; 32 x 32 and 16 x 64 ran close behind 64 x 16. 4096 as 64 x 64
+// had measured 0.70-0.78 -> 0.80-0.89 where the second-level cache is
+// larger, but 0.81-0.84 -> 0.63-0.70 (in place 0.91-1.01 -> 0.56-0.85)
+// where it holds 512 KiB, and in batches of 100 rows 0.69-0.75 against
+// 0.83-0.98 for the stages run one row at a time: it keeps the stages with
+// AVX2+FMA. AVX: 1024 and 2048 10-17% faster, 4096 10% faster out of
 // place but 10% slower in place, so it keeps the stages there. SSE2-class
 // (two complex floats a vector): 1024 and 2048 14-15% faster, 4096 0-12%.
 #if ORB_KLEVEL >= 7
-#define ORB_DFT_TWO_PASS_SINGLE(X) X(64, 16) X(64, 32) X(64, 64)
+#define ORB_DFT_TWO_PASS_SINGLE(X) X(64, 16) X(64, 32)
 #elif ORB_KLEVEL == 6
 #define ORB_DFT_TWO_PASS_SINGLE(X) X(64, 16) X(64, 32)
 #else
