@@ -29,6 +29,26 @@ struct SoaPack {
     static void Scatter(T *p, int64_t stride, V v) {
         for (int i = 0; i < W; ++i) p[i * stride] = v[i];
     }
+    // Whether Transpose has a shuffle network for this width.
+    static constexpr bool kTransposes = W == 2 || W == 4;
+    // v[c] lane i <-> v[i] lane c: rows of W consecutive elements become
+    // columns in W loads and 2W shuffles (W = 2 or 4).
+    __attribute__((always_inline)) static void Transpose(V *v) {
+        if constexpr (W == 2) {
+            const V a = v[0], b = v[1];
+            v[0] = __builtin_shufflevector(a, b, 0, 2);
+            v[1] = __builtin_shufflevector(a, b, 1, 3);
+        } else if constexpr (W == 4) {
+            const V t0 = __builtin_shufflevector(v[0], v[1], 0, 4, 2, 6);
+            const V t1 = __builtin_shufflevector(v[0], v[1], 1, 5, 3, 7);
+            const V t2 = __builtin_shufflevector(v[2], v[3], 0, 4, 2, 6);
+            const V t3 = __builtin_shufflevector(v[2], v[3], 1, 5, 3, 7);
+            v[0] = __builtin_shufflevector(t0, t2, 0, 1, 4, 5);
+            v[1] = __builtin_shufflevector(t1, t3, 0, 1, 4, 5);
+            v[2] = __builtin_shufflevector(t0, t2, 2, 3, 6, 7);
+            v[3] = __builtin_shufflevector(t1, t3, 2, 3, 6, 7);
+        }
+    }
     __attribute__((always_inline)) friend SoaPack operator+(SoaPack a, SoaPack b) { return {a.re + b.re, a.im + b.im}; }
     __attribute__((always_inline)) friend SoaPack operator-(SoaPack a, SoaPack b) { return {a.re - b.re, a.im - b.im}; }
     __attribute__((always_inline)) friend SoaPack operator*(SoaPack a, T k) { return {a.re * k, a.im * k}; }

@@ -13,6 +13,36 @@ namespace orb::dft::ORB_KNS::codelet {
 template <class T>
 constexpr int kSplitLanes = pack::kVectorBytes / int(sizeof(T));
 
+// W contiguous rows at distances xd and yd: each part read as W x W
+// blocks, transposed so that lane c holds row c, transformed, transposed
+// back and stored.
+template <int A, int B, int S, class T>
+__attribute__((always_inline)) inline void TransposedRows(const T *xr, const T *xi, T *yr, T *yi, T scale,
+                                                          int64_t xd, int64_t yd) {
+    constexpr int W = kSplitLanes<T>, N = A * B;
+    using PV = pack::SoaPack<T, W>;
+    using V = typename PV::V;
+    V sr[N], si[N];
+    for (int j = 0; j < N; j += W) {
+        for (int c = 0; c < W; ++c) {
+            sr[j + c] = PV::Load(xr + c * xd + j);
+            si[j + c] = PV::Load(xi + c * xd + j);
+        }
+        PV::Transpose(sr + j);
+        PV::Transpose(si + j);
+    }
+    Body<A, B, S, T, PV>([&](int j) __attribute__((always_inline)) { return PV{sr[j], si[j]}; },
+                         [&](int k, PV v) __attribute__((always_inline)) { sr[k] = v.re, si[k] = v.im; }, scale);
+    for (int k = 0; k < N; k += W) {
+        PV::Transpose(sr + k);
+        PV::Transpose(si + k);
+        for (int c = 0; c < W; ++c) {
+            PV::Store(yr + c * yd + k, sr[k + c]);
+            PV::Store(yi + c * yd + k, si[k + c]);
+        }
+    }
+}
+
 template <int A, int B, int S, class T>
 void SplitRows(const T *xr, const T *xi, T *yr, T *yi, T scale, int64_t rows, int64_t xd, int64_t yd, int64_t xs,
                int64_t ys) {
@@ -31,7 +61,16 @@ void SplitRows(const T *xr, const T *xi, T *yr, T *yi, T scale, int64_t rows, in
                 },
                 scale);
         }
-    } else {
+    } else if constexpr (PV::kTransposes && (A * B) % W == 0 && A * B <= 8) {
+        if (xs == 1 && ys == 1) {
+            // Contiguous rows: W x W blocks transposed in registers through
+            // an L1 scratch instead of element gathers and scatters (1000
+            // split rows of 64 ran at 0.63-0.66 of FFTW's speed gathered).
+            for (; r + W <= rows; r += W) TransposedRows<A, B, S, T>(xr + r * xd, xi + r * xd, yr + r * yd,
+                                                                     yi + r * yd, scale, xd, yd);
+        }
+    }
+    if (!(xd == 1 && yd == 1)) {
         for (; r + W <= rows; r += W) {
             const T *ar = xr + r * xd, *ai = xi + r * xd;
             T *br = yr + r * yd, *bi = yi + r * yd;

@@ -63,6 +63,14 @@ std::vector<Case> LayoutCases() {
         // of a 2-D pass; and rows of two- and three-pass lengths.
         {.name = "split_codelet_rows_batch", .dims = {64}, .batch = {13}, .split_in = true, .split_out = true,
          .scale = 0.5},
+        // Contiguous split rows of 2-8 points: blocks of rows transposed in
+        // registers (a vector of rows plus leftovers; padded distances).
+        {.name = "split_transposed_rows_batch", .dims = {8}, .batch = {11}, .split_in = true, .split_out = true,
+         .scale = 0.5},
+        {.name = "split_transposed_rows_batch_inplace", .sign = 1, .dims = {4}, .batch = {6}, .in_place = true,
+         .split_in = true, .split_out = true},
+        {.name = "split_transposed_rows_batch_padded", .dims = {2}, .batch = {9}, .pad = 3, .split_in = true,
+         .split_out = true},
         {.name = "split_codelet_strided_batch_inplace", .sign = 1, .dims = {12}, .batch = {7}, .in_unit = 3,
          .in_place = true, .split_in = true, .split_out = true},
         {.name = "split_codelet_columns_2d", .sign = 1, .dims = {9, 10}, .batch = {3}, .pad = 1, .split_in = true,
