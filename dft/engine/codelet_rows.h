@@ -154,8 +154,9 @@ void Rows(const Cx<T> *x, Cx<T> *y, T scale, int64_t rows, int64_t xd, int64_t y
     constexpr int L = kLanes<T>;
     // Contiguous double rows of 32 and 64 points run one at a time on
     // vectors inside the row: a vector of rows (lane c = row c) keeps twice
-    // as many vectors live, which spill. 1000 rows, AVX2+FMA and AVX: 5-35% faster (64: 0.92-1.00
-    // -> 1.06-1.35 of FFTW's speed, 32: 0.86-1.40 -> 0.99-1.54).
+    // as many vectors live, which spill. 1000 rows, AVX2+FMA and AVX: 5-35%
+    // faster (64: 0.92-1.00 -> 1.06-1.35 of FFTW's speed, 32: 0.86-1.40 ->
+    // 0.99-1.54).
     constexpr bool kRowsAcrossLanes = !(sizeof(T) == 8 && (A * B == 32 || A * B == 64) && ColumnLanes<T, B>() > 1);
     int64_t r = 0;
     if constexpr (L > 1) {

@@ -174,11 +174,11 @@ INSTANTIATE_TEST_SUITE_P(Table, EngineLayouts, ::testing::ValuesIn(LayoutCases()
 // butterfly, both loop shapes, the codelets (single rows and batches; 6-50
 // with an odd factor, whose lone rows run their last butterflies on
 // scalars) and the two- and three-pass kernels (single rows of 100-4096,
-// three passes at 768 and 1536 with AVX and AVX2+FMA; in
-// place their first pass writes the scratch, out of place the output; 1024
-// in place on the stages, 8192 on the stages; single 1000 on the stages but at the
-// SSE2 class), and 2376 and 3000 on the radix-6, 10 and 12 stages of double
-// data beyond the first-level cache.
+// three passes at 768 and 1536 with AVX and AVX2+FMA; in place their first
+// pass writes the scratch, out of place the output; 1024 in place and 8192
+// on the stages; single 1000 on the stages but at the SSE2 class), and 2376
+// and 3000 on the radix-6, 10 and 12 stages of double data beyond the
+// first-level cache.
 class EngineLevels : public ::testing::TestWithParam<int> {};
 
 TEST_P(EngineLevels, KernelVariantMatchesNaiveDft) {
