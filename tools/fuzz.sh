@@ -25,18 +25,36 @@ mkdir -p $BUILD/artifacts
 # descriptor of several Bluestein lengths recommitted a dozen times takes
 # about 4 s on an idle machine), so the per-input limit leaves room for a
 # loaded one; a real hang still ends the run.
-for t in $targets; do
-  name=${t#fuzz_}
+# The targets run side by side, one per core.
+run_target() {
+  local t=$1 name=${1#fuzz_} work
   work=$(mktemp -d)
   cp -r tests/fuzz/corpus/$name/. "$work"/ 2>/dev/null || true
-  echo "== $t for ${secs}s"
   if ! "$BUILD/tests/fuzz/$t" -max_total_time="$secs" -timeout=30 -print_final_stats=1 ${FUZZ_SEED:+-seed=$FUZZ_SEED} \
       -artifact_prefix="$BUILD/artifacts/$name-" "$work" >"$work.log" 2>&1; then
+    echo "== $t for ${secs}s: FAILED"
     grep -v '^INFO' "$work.log" | tail -n 40
     echo "fuzz.sh: $t failed; input in $BUILD/artifacts/" >&2
     rm -rf "$work" "$work.log"
-    exit 1
+    return 1
   fi
+  echo "== $t for ${secs}s"
   grep -E '^(Done|stat::number_of_executed_units)' "$work.log" || true
   rm -rf "$work" "$work.log"
+}
+jobs=$(nproc)
+failed=0
+running=0
+for t in $targets; do
+  if [ "$running" -ge "$jobs" ]; then
+    wait -n || failed=1
+    running=$((running - 1))
+  fi
+  run_target "$t" &
+  running=$((running + 1))
 done
+while [ "$running" -gt 0 ]; do
+  wait -n || failed=1
+  running=$((running - 1))
+done
+exit $failed

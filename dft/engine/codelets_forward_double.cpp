@@ -2,6 +2,13 @@
 #include "dft/engine/codelet_rows.h"
 
 namespace orb::dft::ORB_KNS {
+namespace codelet {
+#define ORB_DFT_ROWS_KEYWORD template
+#define ORB_DFT_ROWS_TYPE double
+ORB_DFT_CODELETS(ORB_DFT_FORWARD_ROWS)
+#undef ORB_DFT_ROWS_TYPE
+#undef ORB_DFT_ROWS_KEYWORD
+}  // namespace codelet
 
 SmallFn<double> ForwardCodeletD(int64_t n) { return codelet::Lookup<double, -1>(n); }
 
