@@ -28,6 +28,30 @@ set(ORB_LEVEL_NUM_avx 6)
 set(ORB_LEVEL_NUM_avx2 7)
 set(ORB_ALL_CPU_LEVELS sse2 sse3 ssse3 sse42 avx avx2)
 
+# orb_dft_level_definitions(<interface-target>)
+#
+# Checks ORB_DFT_LEVELS and tells the code which transform levels exist
+# (ORB_DFT_HAVE_AVX, ORB_DFT_HAVE_AVX2 set to 0 or 1).
+function(orb_dft_level_definitions target)
+  if(NOT "sse2" IN_LIST ORB_DFT_LEVELS)
+    message(FATAL_ERROR "ORB_DFT_LEVELS must contain sse2, the level every other falls back to")
+  endif()
+  foreach(lvl ${ORB_DFT_LEVELS})
+    if(NOT lvl MATCHES "^(sse2|avx|avx2)$")
+      message(FATAL_ERROR "ORB_DFT_LEVELS: unknown level ${lvl} (sse2, avx, avx2)")
+    endif()
+  endforeach()
+  set(have_avx 0)
+  set(have_avx2 0)
+  if("avx" IN_LIST ORB_DFT_LEVELS)
+    set(have_avx 1)
+  endif()
+  if("avx2" IN_LIST ORB_DFT_LEVELS)
+    set(have_avx2 1)
+  endif()
+  target_compile_definitions(${target} INTERFACE ORB_DFT_HAVE_AVX=${have_avx} ORB_DFT_HAVE_AVX2=${have_avx2})
+endfunction()
+
 # orb_family_sources(<name> SOURCES <src>...)
 #
 # Plain (level-independent) sources of a family, built into the library.

@@ -12,9 +12,7 @@ ORB_DFT_KERNEL_LEVELS(ORB_DFT_KERNEL_SET)
 #undef ORB_DFT_KERNEL_SET
 
 const StageKernels &KernelsForLevel(int level) {
-    if (level >= 7) return kSet_avx2;
-    if (level == 6) return kSet_avx;
-    return kSet_sse2;
+    ORB_DFT_PICK_LEVEL(level, kSet_, );
 }
 
 }  // namespace orb::dft

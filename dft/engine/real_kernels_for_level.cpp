@@ -11,9 +11,7 @@ ORB_DFT_KERNEL_LEVELS(ORB_DFT_REAL_SET)
 #undef ORB_DFT_REAL_SET
 
 const RealKernels &RealKernelsForLevel(int level) {
-    if (level >= 7) return kReal_avx2;
-    if (level == 6) return kReal_avx;
-    return kReal_sse2;
+    ORB_DFT_PICK_LEVEL(level, kReal_, );
 }
 
 }  // namespace orb::dft

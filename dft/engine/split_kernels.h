@@ -9,6 +9,7 @@
 #include <stdint.h>
 
 #include "dft/engine/stage_plan.h"
+#include "dft/kernel_levels.h"
 
 namespace orb::dft {
 
@@ -38,9 +39,7 @@ using SplitPassFn = void (*)(const T *xr, const T *xi, T *yr, T *yi, Cx<T> *work
     namespace k_##lvl {                  \
     ORB_DFT_SPLIT_DECLS                  \
     }
-ORB_DFT_DECLARE_SPLIT_LEVEL(sse2)
-ORB_DFT_DECLARE_SPLIT_LEVEL(avx)
-ORB_DFT_DECLARE_SPLIT_LEVEL(avx2)
+ORB_DFT_KERNEL_LEVELS(ORB_DFT_DECLARE_SPLIT_LEVEL)
 #undef ORB_DFT_DECLARE_SPLIT_LEVEL
 
 struct SplitKernels {

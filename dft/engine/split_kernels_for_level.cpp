@@ -12,17 +12,13 @@ namespace {
                                     &k_##lvl::JoinD,                &k_##lvl::SplitD,                      \
                                     &k_##lvl::JoinF,                &k_##lvl::SplitF,                      \
                                     k_##lvl::SplitLanesD()};
-ORB_DFT_SPLIT_SET(sse2)
-ORB_DFT_SPLIT_SET(avx)
-ORB_DFT_SPLIT_SET(avx2)
+ORB_DFT_KERNEL_LEVELS(ORB_DFT_SPLIT_SET)
 #undef ORB_DFT_SPLIT_SET
 
 }  // namespace
 
 const SplitKernels &SplitKernelsForEngine(int level) {
-    if (level >= 7) return kSplit_avx2;
-    if (level == 6) return kSplit_avx;
-    return kSplit_sse2;
+    ORB_DFT_PICK_LEVEL(level, kSplit_, );
 }
 
 }  // namespace orb::dft

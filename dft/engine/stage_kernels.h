@@ -5,6 +5,7 @@
 #define ORB_DFT_ENGINE_STAGE_KERNELS_H
 
 #include "dft/engine/stage_plan.h"
+#include "dft/kernel_levels.h"
 
 // Runs the stages of `pl` from `in` to `out` (which may equal `in`), using
 // `work` (n*vb elements, distinct from both) for the ping-pong; multiplies
@@ -31,7 +32,6 @@
     void PointMulD(const Cx<double> *x, const Cx<double> *w, Cx<double> *y, int64_t n, double scale); \
     void PointMulF(const Cx<float> *x, const Cx<float> *w, Cx<float> *y, int64_t n, float scale);
 
-#define ORB_DFT_KERNEL_LEVELS(X) X(sse2) X(avx) X(avx2)
 
 namespace orb::dft {
 

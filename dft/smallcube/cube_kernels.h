@@ -4,6 +4,8 @@
 #ifndef ORB_DFT_SMALLCUBE_CUBE_KERNELS_H
 #define ORB_DFT_SMALLCUBE_CUBE_KERNELS_H
 
+#include "dft/kernel_levels.h"
+
 namespace orb::dft {
 
 constexpr int kCubeMaxN = 10;
@@ -17,13 +19,11 @@ struct CubeKernelTable {
     CubeKernel k[2][2][kCubeMaxN + 1];  // [single?][backward?][n]
 };
 
-#define ORB_DFT_CUBE_LEVELS(X) X(sse2) X(avx) X(avx2)
-
 #define ORB_DFT_CUBE_DECLARE(lvl) \
     namespace k_##lvl {           \
     const CubeKernelTable &CubeKernels(); \
     }
-ORB_DFT_CUBE_LEVELS(ORB_DFT_CUBE_DECLARE)
+ORB_DFT_KERNEL_LEVELS(ORB_DFT_CUBE_DECLARE)
 #undef ORB_DFT_CUBE_DECLARE
 
 // The set for a CpuLevel (2..7).

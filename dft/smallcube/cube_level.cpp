@@ -4,9 +4,7 @@
 namespace orb::dft {
 
 const CubeKernelTable &CubeKernelsForLevel(int level) {
-    if (level >= 7) return k_avx2::CubeKernels();
-    if (level == 6) return k_avx::CubeKernels();
-    return k_sse2::CubeKernels();
+    ORB_DFT_PICK_LEVEL(level, k_, ::CubeKernels());
 }
 
 }  // namespace orb::dft

@@ -6,6 +6,8 @@
 
 #include <stdint.h>
 
+#include "dft/kernel_levels.h"
+
 namespace orb::dft {
 
 constexpr int kSplitStraightMaxN = 10;
@@ -19,12 +21,11 @@ struct SplitKernelTable {
     SplitKernel k[2][kSplitStraightMaxN + 1];  // [backward?][n]
 };
 
-#define ORB_DFT_SPLIT_LEVELS(X) X(sse2) X(avx) X(avx2)
 #define ORB_DFT_SPLIT_DECLARE(lvl)          \
     namespace k_##lvl {                     \
     const SplitKernelTable &SplitKernels(); \
     }
-ORB_DFT_SPLIT_LEVELS(ORB_DFT_SPLIT_DECLARE)
+ORB_DFT_KERNEL_LEVELS(ORB_DFT_SPLIT_DECLARE)
 #undef ORB_DFT_SPLIT_DECLARE
 
 const SplitKernelTable &SplitKernelsForLevel(int level);

@@ -4,9 +4,7 @@
 namespace orb::dft {
 
 const SplitKernelTable &SplitKernelsForLevel(int level) {
-    if (level >= 7) return k_avx2::SplitKernels();
-    if (level == 6) return k_avx::SplitKernels();
-    return k_sse2::SplitKernels();
+    ORB_DFT_PICK_LEVEL(level, k_, ::SplitKernels());
 }
 
 // Lowers the starting kind to the most specialised kind that handles n.
