@@ -3,20 +3,28 @@
 #include "datafit/df_construct_drivers.h"
 #include "datafit/df_level_cache.h"
 #include "datafit/df_task.h"
+#include "service/built_levels.h"
 
 namespace orb::df {
 namespace {
 
-// Rows 0 and 1 run the baseline copy, 2 to 8 the SSE2 one, 9 AVX2.
+// Rows 0 and 1 run the baseline copy, 2 to 8 the SSE2 one, 9 AVX2 (the
+// SSE2 one in builds without the AVX2 level).
+#if ORB_BUILT_avx2
+#define ORB_DF_NS_AVX2 k_avx2
+#else
+#define ORB_DF_NS_AVX2 k_sse2
+#endif
 #define ORB_DF_ROW(set)                                                         \
     {&k_generic::set, &k_generic::set, &k_sse2::set, &k_sse2::set, &k_sse2::set, \
-     &k_sse2::set,    &k_sse2::set,    &k_sse2::set, &k_sse2::set, &k_avx2::set}
+     &k_sse2::set,    &k_sse2::set,    &k_sse2::set, &k_sse2::set, &ORB_DF_NS_AVX2::set}
 
 using DriverCache = LevelCache<const ConstructDriverSet *>;
 template <class T> struct Drivers;
 template <> struct Drivers<double> { static inline DriverCache set{DriverCache::Table ORB_DF_ROW(kDriversD)}; };
 template <> struct Drivers<float> { static inline DriverCache set{DriverCache::Table ORB_DF_ROW(kDriversS)}; };
 #undef ORB_DF_ROW
+#undef ORB_DF_NS_AVX2
 
 }  // namespace
 

@@ -1,22 +1,17 @@
 // The instruction-set levels the transform kernels are built for, and the
-// choice of a built level for a CPU level. The build may leave the AVX-only
-// or AVX2 level out (ORB_DFT_LEVELS); SSE2 is always there.
+// choice of a built level for a CPU level. A build may leave the AVX-only
+// or AVX2 level out (ORB_KERNEL_LEVELS); SSE2 is always there.
 #ifndef ORB_DFT_KERNEL_LEVELS_H
 #define ORB_DFT_KERNEL_LEVELS_H
 
-#ifndef ORB_DFT_HAVE_AVX
-#define ORB_DFT_HAVE_AVX 1
-#endif
-#ifndef ORB_DFT_HAVE_AVX2
-#define ORB_DFT_HAVE_AVX2 1
-#endif
+#include "service/built_levels.h"
 
-#if ORB_DFT_HAVE_AVX
+#if ORB_BUILT_avx
 #define ORB_DFT_IF_AVX(...) __VA_ARGS__
 #else
 #define ORB_DFT_IF_AVX(...)
 #endif
-#if ORB_DFT_HAVE_AVX2
+#if ORB_BUILT_avx2
 #define ORB_DFT_IF_AVX2(...) __VA_ARGS__
 #else
 #define ORB_DFT_IF_AVX2(...)

@@ -19,10 +19,11 @@ wine=/usr/lib/wine/wine64
 
 # The test builds of the 32-bit and Windows jobs check the platform (pointer
 # widths, record layouts, the Windows services), not the kernels: their
-# transform kernels are the SSE2 level's only, which leaves out about half
-# of the compile work. The AVX and AVX2 transform kernels are compiled for
-# i686 Windows in the mingw32 job (the full DLL) and run by every native job.
-platform_levels=-DORB_DFT_LEVELS=sse2
+# transform, vector-math and spline-construction kernels are the baseline
+# copies only, which leaves out about half of the compile work. The other
+# copies are compiled for i686 Windows in the mingw32 job (the full DLL)
+# and run by every native job.
+platform_levels=-DORB_KERNEL_LEVELS=none
 
 configure() {  # <build-dir> <toolchain> [cmake args...]
   local dir=$1 toolchain=$2; shift 2

@@ -4,11 +4,12 @@
 #ifndef ORB_VML_TABLE_ROWS_H
 #define ORB_VML_TABLE_ROWS_H
 
+#include "vml/kernels/level_namespaces.h"
 #include "vml/vml_tables.h"
 
 #define VML_LEVEL_ROW(N)                                                    \
     k_generic::N##_plain, k_generic::N, k_generic::N, k_sse2::N, k_sse2::N, \
-        k_sse2::N, k_sse2::N, k_sse42::N, k_avx::N, k_avx2::N
+        k_sse2::N, k_sse2::N, VML_NS_SSE42::N, VML_NS_AVX::N, VML_NS_AVX2::N
 
 // The same kernels in all three accuracy blocks.
 #define VML_KERNEL_TABLE(N) \
@@ -18,7 +19,7 @@
 #define VML_BODY_ROW(N)                                                      \
     k_generic::N##_plain, k_generic::N##_body, k_generic::N##_body,          \
         k_sse2::N##_body, k_sse2::N##_body, k_sse2::N##_body, k_sse2::N##_body, \
-        k_sse42::N##_body, k_avx::N##_body, k_avx2::N##_body
+        VML_NS_SSE42::N##_body, VML_NS_AVX::N##_body, VML_NS_AVX2::N##_body
 #define VML_BODY_TABLE(N) \
     { VML_BODY_ROW(N), VML_BODY_ROW(N), VML_BODY_ROW(N), nullptr, nullptr }
 

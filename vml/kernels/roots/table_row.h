@@ -6,9 +6,11 @@
 #ifndef ORB_VML_KERNELS_TABLE_ROW_H
 #define ORB_VML_KERNELS_TABLE_ROW_H
 
+#include "vml/kernels/level_namespaces.h"
+
 #define ORB_VML_ROW_BLOCK(fn)                                                  \
     k_ref::fn, k_generic::fn, k_generic::fn, k_sse2::fn, k_sse2::fn,           \
-        k_sse2::fn, k_sse2::fn, k_sse42::fn, k_avx::fn, k_avx2::fn
+        k_sse2::fn, k_sse2::fn, VML_NS_SSE42::fn, VML_NS_AVX::fn, VML_NS_AVX2::fn
 
 #define ORB_VML_KERNEL_ROW(code1, code2, code3)                                \
     {ORB_VML_ROW_BLOCK(code1), ORB_VML_ROW_BLOCK(code2),                       \
