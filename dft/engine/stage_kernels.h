@@ -32,7 +32,6 @@
     void PointMulD(const Cx<double> *x, const Cx<double> *w, Cx<double> *y, int64_t n, double scale); \
     void PointMulF(const Cx<float> *x, const Cx<float> *w, Cx<float> *y, int64_t n, float scale);
 
-
 namespace orb::dft {
 
 template <class T>
