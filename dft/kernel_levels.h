@@ -24,6 +24,7 @@
 // <prefix>avx from 6, <prefix>sse2 below (SSE2-class CPUs, levels 2-5),
 // each only where built; a CPU above the highest built level takes it.
 #define ORB_DFT_PICK_LEVEL(level, prefix, suffix)                 \
+    (void)(level); /* unread when only SSE2 is built */           \
     ORB_DFT_IF_AVX2(if ((level) >= 7) return prefix##avx2 suffix;) \
     ORB_DFT_IF_AVX(if ((level) >= 6) return prefix##avx suffix;)   \
     return prefix##sse2 suffix

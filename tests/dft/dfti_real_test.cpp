@@ -94,14 +94,16 @@ void RunReal(const RealCase &rc) {
             }
         }
         EXPECT_LE(RelRms(got, want), Tolerance(is_double, n)) << name << (forward ? " forward" : " backward");
-        if (!rc.in_place && forward)  // the gaps between packed elements stay untouched
+        if (!rc.in_place && forward) {  // the gaps between packed elements stay untouched
             for (int64_t t = 0; t < rc.count; ++t)
                 for (int64_t e = 0; e + 1 < ce_elems && ps > 1; ++e) {
                     EXPECT_EQ(cbuf[(ce_off + t * ce_dist + e * ps + 1) * ce_unit], T(-7)) << name;
                 }
-        if (!rc.in_place)  // nor does anything before the first element
+        }
+        if (!rc.in_place) {  // nor does anything before the first element
             for (int64_t i = 0; i < (forward ? ce_off * ce_unit : real_off); ++i)
                 EXPECT_EQ((forward ? cbuf : rbuf)[size_t(i)], T(-7)) << name << " lead " << i;
+        }
     }
 }
 
