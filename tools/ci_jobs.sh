@@ -70,7 +70,7 @@ case "$job" in
       -DGTest_DIR="$root/build-cross/gtest-mingw64/lib/cmake/GTest" \
       -DCMAKE_CROSSCOMPILING_EMULATOR="$wine"
     cmake --build build-wine64 -j2
-    # The mingw64 job's DLL but for the transform levels: its export and
+    # The mingw64 job's DLL with baseline kernel copies: its export and
     # import check.
     check_dll build-wine64 x86_64-w64-mingw32 ""
     export WINEPREFIX=$root/build-wine64/wineprefix WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
