@@ -5,6 +5,7 @@
 #define ORB_DFT_ENGINE_SPLIT_CODELET_ROWS_H
 
 #include "dft/engine/codelet_rows.h"
+#include "dft/engine/pair_copy.h"
 #include "dft/engine/soa_pack.h"
 #include "dft/engine/split_kernels.h"
 
@@ -43,6 +44,21 @@ __attribute__((always_inline)) inline void TransposedRows(const T *xr, const T *
     }
 }
 
+// One contiguous row of a length whose interleaved rows run on vectors
+// inside the row (RowsAcrossLanes false): joined into pairs in L1, the
+// interleaved row codelet, split back. Lane c = row c on split vectors
+// gathered each element on its own and kept twice the vectors live (1000
+// rows of 64: 907 instructions a row against 625 here, and 1.6x the time
+// of the interleaved batch).
+template <int A, int B, int S, class T>
+__attribute__((always_inline)) inline void PairedRow(const T *xr, const T *xi, T *yr, T *yi, T scale) {
+    constexpr int N = A * B;
+    alignas(64) Cx<T> x[N], y[N];
+    pairs::Join(xr, xi, x, N);
+    OneRow<A, B, S, T>(x, y, scale);
+    pairs::Split(y, yr, yi, N);
+}
+
 template <int A, int B, int S, class T>
 void SplitRows(const T *xr, const T *xi, T *yr, T *yi, T scale, int64_t rows, int64_t xd, int64_t yd, int64_t xs,
                int64_t ys) {
@@ -70,6 +86,9 @@ void SplitRows(const T *xr, const T *xi, T *yr, T *yi, T scale, int64_t rows, in
             for (; r + W <= rows; r += W) TransposedRows<A, B, S, T>(xr + r * xd, xi + r * xd, yr + r * yd,
                                                                      yi + r * yd, scale, xd, yd);
         }
+    } else if constexpr (!RowsAcrossLanes<A, B, T>()) {
+        if (xs == 1 && ys == 1)
+            for (; r < rows; ++r) PairedRow<A, B, S, T>(xr + r * xd, xi + r * xd, yr + r * yd, yi + r * yd, scale);
     }
     if (!(xd == 1 && yd == 1)) {
         for (; r + W <= rows; r += W) {

@@ -63,6 +63,11 @@ std::vector<Case> LayoutCases() {
         // of a 2-D pass; and rows of two- and three-pass lengths.
         {.name = "split_codelet_rows_batch", .dims = {64}, .batch = {13}, .split_in = true, .split_out = true,
          .scale = 0.5},
+        // Split rows of 32 and 64 points (AVX levels): each row joined into
+        // pairs, the interleaved row codelet, split back; backward, in
+        // place, rows farther apart than their length.
+        {.name = "split_paired_rows_batch_inplace_padded", .sign = 1, .dims = {32}, .batch = {5}, .pad = 2,
+         .in_place = true, .split_in = true, .split_out = true, .scale = 0.5},
         // Contiguous split rows of 2-8 points: blocks of rows transposed in
         // registers (a vector of rows plus leftovers; padded distances).
         {.name = "split_transposed_rows_batch", .dims = {8}, .batch = {11}, .split_in = true, .split_out = true,
