@@ -243,7 +243,9 @@ bool BuildPasses(PlanT<T> &pl) {
             pm.codelet_direct = pm.nloop > 0 && pl.c[i]->Small() && !ssplit && !dsplit && !aliased;
             // Split on both sides with at least a vector's worth of rows: the
             // split codelet reads and writes the parts where they lie (a join
-            // to pairs and a split back cost more than the transform).
+            // of the block to pairs and a split back cost more than the
+            // transform; rows of 32 and 64 doubles join one row at a time
+            // inside the codelet, in the first-level cache).
             // Same cache-set rule with the parts' element size.
             const int64_t pib = ib / 2, pob = ob / 2;
             const bool part_aliased =

@@ -8,7 +8,6 @@
 #include <string.h>
 
 #include "dft/engine/cx_pack.h"
-
 #include "dft/engine/stage_plan.h"
 
 namespace orb::dft::ORB_KNS::pairs {

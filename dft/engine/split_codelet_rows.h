@@ -1,6 +1,8 @@
 // The codelet bodies of codelet_rows.h run on split storage: a vector holds
 // one part of W rows (lane c = row c, gathered) or of W adjacent columns
 // (lane c = column c, loaded as it lies); leftover rows run one at a time.
+// Contiguous rows of the lengths whose interleaved rows run on vectors
+// inside the row are joined into pairs and run that way instead.
 #ifndef ORB_DFT_ENGINE_SPLIT_CODELET_ROWS_H
 #define ORB_DFT_ENGINE_SPLIT_CODELET_ROWS_H
 
