@@ -141,6 +141,15 @@ struct EnginePlan {
 
 namespace {
 
+// Elements from one row buffer of the scratch to the next (input copy,
+// output, work): a row and its two guard elements, then a gap, so that the
+// buffers do not start at one offset in their pages. Rows of a power-of-
+// two length otherwise read one buffer and write the next at addresses
+// equal in their low 12 bits, where a load waits for the older store:
+// split 2048-point rows (joined, transformed, split back) took 13 us
+// against 7.3-7.6 with the gap, FFTW's split plan 4.8-6.
+constexpr int64_t RowPitch(int64_t n) { return n + 2 + 64; }
+
 // ---- building ----
 
 void AddLoop(Pass &p, int64_t n, int64_t is, int64_t os) {
@@ -261,7 +270,7 @@ bool BuildPasses(PlanT<T> &pl) {
                 pm.block = int(std::min<int64_t>(pm.ln[pm.nloop - 1], 1 << 20));
                 need = 0;
             } else {
-                need = pm.direct ? pl.c[i]->WorkElems() : 2 * pm.block * (p.n + 2) + pm.block * pl.c[i]->WorkElems();
+                need = pm.direct ? pl.c[i]->WorkElems() : 2 * pm.block * RowPitch(p.n) + pm.block * pl.c[i]->WorkElems();
                 // Contiguous split rows of a three-pass length: the passes
                 // read and write the parts (no join and split copies).
                 int64_t n1, n2;
@@ -285,7 +294,7 @@ bool BuildPasses(PlanT<T> &pl) {
             } else {
                 pl.r[i] = RealFft1D<T>::Create(p.n, sign, *pl.kern, *pl.rkern);
                 if (!pl.r[i]) return false;
-                need = 2 * (p.n + 2) + pl.r[i]->WorkElems();
+                need = 2 * RowPitch(p.n) + pl.r[i]->WorkElems();
             }
         }
         if (need > pl.row_elems) pl.row_elems = need;
@@ -365,7 +374,8 @@ void RunRow(const PlanT<T> &pl, int pi, const Side &src, bool ssplit, int64_t so
     const Pass &p = pl.pass[pi];
     const int64_t n = p.n, h = n / 2 + 1;
     const T scale = p.scaled ? T(pl.pb.scale) : T(1);
-    Cx<T> *a = scratch, *b = scratch + (n + 2), *work = p.direct ? scratch : scratch + 2 * (n + 2);
+    const int64_t pitch = RowPitch(n);
+    Cx<T> *a = scratch, *b = scratch + pitch, *work = p.direct ? scratch : scratch + 2 * pitch;
     if (p.kind == EngineKind::C2C && pl.sp[pi]) {
         // Its work is the row scratch: the second pass reads it back.
         pl.sp[pi](static_cast<const T *>(src.re) + soff, static_cast<const T *>(src.im) + soff,
