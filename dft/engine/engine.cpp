@@ -632,7 +632,7 @@ __attribute__((noinline)) int Execute(const PlanT<T> &pl, const void *in_re, con
     bufs[kTemp].re = temp;
     if (pl.solo_row) {
         const T scale = T(pl.pb.scale);
-        Cx<T> *work = temp + 2 * (pl.pass[0].n + 2);
+        Cx<T> *work = temp + 2 * RowPitch(pl.pass[0].n);  // where RunRow puts it
         if (pl.pb.kind == EngineKind::C2C)
             pl.c[0]->Exec(static_cast<const Cx<T> *>(in_re), static_cast<Cx<T> *>(out_re), temp, scale, 1);
         else if (pl.pb.kind == EngineKind::R2C)
