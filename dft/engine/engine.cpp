@@ -98,10 +98,12 @@ struct PlanT {
     int64_t temp_elems = 0;  // complex scratch array for C2R with rank > 1
     int64_t row_elems = 0;   // per-thread row scratch (complex elements)
     int team = 1;            // threads that run rows at once
-    // Passes 0 and 1 (the last two dimensions) run slab by slab over this
-    // many slabs (0: pass by pass). Pass 1 writes only what pass 0 wrote
-    // for the same slab, so in place this order is as safe as pass by pass.
+    // Passes slab_pass and slab_pass + 1 (the last two dimensions) run slab
+    // by slab over this many slabs (0: pass by pass). The second writes only
+    // what the first wrote for the same slab, so in place this order is as
+    // safe as pass by pass.
     int64_t slabs = 0;
+    int slab_pass = 0;
     // Short contiguous complex rows with a straight-line codelet: Execute
     // hands all rows to it (no workspace, no pass loop).
     SmallFn<T> solo = nullptr;
@@ -203,16 +205,19 @@ bool BuildPasses(PlanT<T> &pl) {
         add(EngineKind::C2R, 0, kIn, kOut, is, os, his, hos, true);
     } else {
         // The complex dimensions are transformed into a contiguous scratch
-        // array first, so the caller's input stays untouched.
+        // array first, so the caller's input stays untouched: the outer
+        // dimensions first, so that the last two passes (the slab passes
+        // below) run together slab by slab, the mirror of the forward order.
         int64_t ts[7], ths[2], stride = 1;
         for (int j = r - 1; j >= 0; --j) ts[j] = stride, stride *= clen(j);
         for (int k = pb.howmany_rank - 1; k >= 0; --k) ths[k] = stride, stride *= pb.howmany[k].n;
         pl.temp_elems = stride;
-        add(EngineKind::C2C, r - 2, kIn, kTemp, is, ts, his, ths, false);
-        for (int j = r - 3; j >= 0; --j) add(EngineKind::C2C, j, kTemp, kTemp, ts, ts, ths, ths, false);
+        add(EngineKind::C2C, 0, kIn, kTemp, is, ts, his, ths, false);
+        for (int j = 1; j <= r - 2; ++j) add(EngineKind::C2C, j, kTemp, kTemp, ts, ts, ths, ths, false);
         add(EngineKind::C2R, r - 1, kTemp, kOut, ts, os, ths, hos, true);
+        pl.slab_pass = pl.npass - 2;
     }
-    if (pb.kind != EngineKind::C2R && r >= 3) {
+    if (r >= 3) {
         int64_t slabs = 1;
         for (int k = 0; k < pb.howmany_rank; ++k) slabs *= pb.howmany[k].n;
         for (int j = 0; j < r - 2; ++j) slabs *= d[j].n;
@@ -555,10 +560,11 @@ void RunPass(const PlanT<T> &pl, int pi, const Side *bufs, const bool *split, Cx
 // (the outer indices vary slowest in both passes' row order).
 template <class T>
 void RunSlabRange(const PlanT<T> &pl, const Side *bufs, const bool *split, int64_t s0, int64_t s1, Cx<T> *scratch) {
-    const int64_t r0 = PassRows<T>(pl.pass[0]) / pl.slabs, r1 = PassRows<T>(pl.pass[1]) / pl.slabs;
+    const int p0 = pl.slab_pass, p1 = p0 + 1;
+    const int64_t r0 = PassRows<T>(pl.pass[p0]) / pl.slabs, r1 = PassRows<T>(pl.pass[p1]) / pl.slabs;
     for (int64_t s = s0; s < s1; ++s) {
-        RunRowRange<T>(pl, 0, bufs, split, s * r0, (s + 1) * r0, scratch);
-        RunRowRange<T>(pl, 1, bufs, split, s * r1, (s + 1) * r1, scratch);
+        RunRowRange<T>(pl, p0, bufs, split, s * r0, (s + 1) * r0, scratch);
+        RunRowRange<T>(pl, p1, bufs, split, s * r1, (s + 1) * r1, scratch);
     }
 }
 
@@ -640,12 +646,14 @@ __attribute__((noinline)) int Execute(const PlanT<T> &pl, const void *in_re, con
         else
             pl.r[0]->Backward(static_cast<const Cx<T> *>(in_re), static_cast<T *>(out_re), work, scale, 1);
     } else {
-        int i = 0;
-        if (pl.slabs > 0) {
-            RunSlabs<T>(pl, bufs, split, temp + pl.temp_elems);
-            i = 2;
+        for (int i = 0; i < pl.npass; ++i) {
+            if (pl.slabs > 0 && i == pl.slab_pass) {
+                RunSlabs<T>(pl, bufs, split, temp + pl.temp_elems);
+                ++i;
+            } else {
+                RunPass<T>(pl, i, bufs, split, temp + pl.temp_elems);
+            }
         }
-        for (; i < pl.npass; ++i) RunPass<T>(pl, i, bufs, split, temp + pl.temp_elems);
     }
     if (borrowed) pl.cache_busy.store(false, std::memory_order_release);
     MemFree(heap);

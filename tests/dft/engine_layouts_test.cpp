@@ -130,6 +130,10 @@ std::vector<Case> LayoutCases() {
         // Slab by slab, the slabs shared out.
         {.name = "threads_c2c_3d_slabs_inplace", .dims = {16, 64, 80}, .pad = 1, .in_place = true, .nthreads = 2},
         {.name = "threads_c2c_4d_slabs_batch", .sign = 1, .dims = {3, 4, 60, 64}, .batch = {2}, .nthreads = 3},
+        // Backward the outer dimensions run first, then the slabs (the
+        // double case; single stays under the slab threshold).
+        {.name = "threads_c2r_4d_slabs_inplace", .kind = C2R, .sign = 1, .dims = {2, 4, 64, 130}, .batch = {2},
+         .in_place = true, .scale = 0.5, .nthreads = 3},
         // Single rows of the two-pass kernels reached through a gathered
         // copy (strides, split storage) and with a thread count.
         {.name = "two_pass_strided", .dims = {256}, .in_unit = -2, .out_unit = 3},
