@@ -78,9 +78,25 @@ int32_t StatusOf(int engine_status) {
 
 constexpr size_t kStackScratchBytes = 8192;
 
+// A direct plan leaves R0 R(n/2) R1 I1 R2 I2 ... (PERM order); PACK is
+// R0 R1 I1 ... R(n/2): the pairs move down one place, R(n/2) to the end.
+template <typename T>
+void PermToPack(T *arr, int64_t n) {
+    const T middle = arr[1];
+    memmove(arr + 1, arr + 2, size_t(n - 2) * sizeof(T));
+    arr[n - 1] = middle;
+}
+
 template <typename T>
 int32_t RunPacked(const DftiPlanRecord *r, bool forward, const Pointers &p) {
     const DftiPackedSide &s = forward ? r->packed_forward : r->packed_backward;
+    if (s.direct) {
+        const int status = forward ? EngineExecute(r->forward, p.in_re, nullptr, p.out_re, nullptr)
+                                   : EngineExecute(r->backward, p.in_re, nullptr, p.out_re, nullptr);
+        if (status == EngineOk && forward && s.format == DftiValuePack55)
+            PermToPack(static_cast<T *>(p.out_re), s.n);
+        return StatusOf(status);
+    }
     const uint64_t bytes = uint64_t(s.count) * uint64_t(s.h) * 2u * sizeof(T);
     if (bytes > 0xFFFFFFF0u) return DftiStatusMemoryError;
     // Small problems stay on the stack: no allocator call per transform.

@@ -36,8 +36,22 @@ bool CcsIsComplex(const DftiDescriptor *d, int32_t stride, int32_t distance) {
            (d->work_count == 1 || distance % 2 == 0);
 }
 
+// One contiguous row of even length in PERM order, or PACK's forward
+// output (PERM order shifted by one real afterwards): the engine works on
+// the caller's array itself, X[n/2].re beside X[0].re, with no scratch and
+// no repacking pass. Null when the engine has no such plan for the row
+// (short rows on a codelet).
+EnginePlan *DirectPackedPlan(const DftiDescriptor *d, EngineProblem p, int32_t packed_stride, bool forward) {
+    const bool format = d->pack_format == DftiValuePack56 || (forward && d->pack_format == DftiValuePack55);
+    if (!format || d->work_count != 1 || d->work_n % 2 != 0 || packed_stride != 1) return nullptr;
+    p.packed_ends = true;
+    int status;
+    return EnginePlanCreate(p, &status);
+}
+
 // Packed real formats, rank 1: the engine writes (forward) or reads
-// (backward) a contiguous conjugate-even scratch unless CCS maps directly.
+// (backward) a contiguous conjugate-even scratch unless CCS maps directly
+// or the direct PERM-order form applies.
 int32_t BindPacked(const DftiDescriptor *d, EngineProblem base, DftiPlanRecord *r) {
     const int64_t n = d->work_n, h = n / 2 + 1, T = d->work_count;
     DftiPackedSide side;
@@ -59,6 +73,8 @@ int32_t BindPacked(const DftiDescriptor *d, EngineProblem base, DftiPlanRecord *
         r->packed_forward = side;
         r->packed_forward.stride = d->work_os;
         r->packed_forward.distance = d->work_odist;
+        r->forward = DirectPackedPlan(d, f, d->work_os, true);
+        r->packed_forward.direct = r->forward != nullptr;
     }
 
     EngineProblem b = base;
@@ -74,10 +90,13 @@ int32_t BindPacked(const DftiDescriptor *d, EngineProblem base, DftiPlanRecord *
         r->packed_backward = side;
         r->packed_backward.stride = d->work_is;
         r->packed_backward.distance = d->work_idist;
+        r->backward = DirectPackedPlan(d, b, d->work_is, false);
+        r->packed_backward.direct = r->backward != nullptr;
     }
 
-    if (int32_t s = Make(f, &r->forward)) return s;
-    return Make(b, &r->backward);
+    if (!r->forward)
+        if (int32_t s = Make(f, &r->forward)) return s;
+    return r->backward ? DftiStatusNoError : Make(b, &r->backward);
 }
 
 }  // namespace

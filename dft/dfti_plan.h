@@ -18,6 +18,9 @@ struct DftiPackedSide {
     int32_t format = 0;  // 0: none, else 54/55/56
     int64_t n = 0, h = 0, count = 1;
     int64_t stride = 1, distance = 0;  // caller's packed array, real elements
+    // The engine reads or writes the caller's array in PERM order (one
+    // contiguous even row); a PACK result is shifted into place after.
+    bool direct = false;
 };
 
 struct DftiSplit1DBlocking {

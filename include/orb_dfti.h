@@ -83,6 +83,10 @@
  *     Z = {6, -1.5+0.866i}: PACK = {6, -1.5, 0.866}.
  *   - DftiValuePack56 (PERM): even n: R0, R(n/2), R1, I1, ..., R(n/2-1), I(n/2-1);
  *     odd n: PACK order. Example n = 4: {10, -2, -2, 2}.
+ *   Speed: a single contiguous row of even length n >= 32 in PERM order is
+ *   computed in the caller's array itself, as fast as CCS; PACK's forward
+ *   result is PERM's moved down one place (one extra pass over n reals).
+ *   Other packed cases go through a scratch copy.
  *   - DftiValuePack57 (CCE, with DftiParamLayout10 = DftiValueLayout39):
  *     n/2+1 complex elements. Example n = 4: {10+0i, -2+2i, -2+0i}.
  *   Rank >= 2 real transforms need DftiValueLayout39 / CCE: the complex

@@ -410,7 +410,7 @@ void RunRow(const PlanT<T> &pl, int pi, const Side &src, bool ssplit, int64_t so
         }
         const bool direct = !dsplit && p.os == 1;
         Cx<T> *y = direct ? static_cast<Cx<T> *>(dst.re) + doff : b;
-        pl.r[pi]->Forward(x, y, work, scale, nthreads);
+        pl.r[pi]->Forward(x, y, work, scale, nthreads, pl.pb.packed_ends);
         if (!direct) ScatterComplex<T>(*pl.skern, dst, dsplit, doff, p.os, h, b);
     } else {
         const Cx<T> *x;
@@ -422,7 +422,7 @@ void RunRow(const PlanT<T> &pl, int pi, const Side &src, bool ssplit, int64_t so
         }
         const bool direct = p.os == 1;
         T *y = direct ? static_cast<T *>(dst.re) + doff : reinterpret_cast<T *>(b);
-        pl.r[pi]->Backward(x, y, work, scale, nthreads);
+        pl.r[pi]->Backward(x, y, work, scale, nthreads, pl.pb.packed_ends);
         if (!direct) {
             T *o = static_cast<T *>(dst.re) + doff;
             for (int64_t j = 0; j < n; ++j) o[j * p.os] = y[j];
@@ -639,12 +639,13 @@ __attribute__((noinline)) int Execute(const PlanT<T> &pl, const void *in_re, con
     if (pl.solo_row) {
         const T scale = T(pl.pb.scale);
         Cx<T> *work = temp + 2 * RowPitch(pl.pass[0].n);  // where RunRow puts it
+        const bool ends = pl.pb.packed_ends;
         if (pl.pb.kind == EngineKind::C2C)
             pl.c[0]->Exec(static_cast<const Cx<T> *>(in_re), static_cast<Cx<T> *>(out_re), temp, scale, 1);
         else if (pl.pb.kind == EngineKind::R2C)
-            pl.r[0]->Forward(static_cast<const T *>(in_re), static_cast<Cx<T> *>(out_re), work, scale, 1);
+            pl.r[0]->Forward(static_cast<const T *>(in_re), static_cast<Cx<T> *>(out_re), work, scale, 1, ends);
         else
-            pl.r[0]->Backward(static_cast<const Cx<T> *>(in_re), static_cast<T *>(out_re), work, scale, 1);
+            pl.r[0]->Backward(static_cast<const Cx<T> *>(in_re), static_cast<T *>(out_re), work, scale, 1, ends);
     } else {
         for (int i = 0; i < pl.npass; ++i) {
             if (pl.slabs > 0 && i == pl.slab_pass) {
@@ -709,6 +710,14 @@ EnginePlan *Create(const EngineProblem &pb, int level, int *status) {
         pl->solo_r2c = pl->r2c[0], pl->solo_c2r = pl->c2r[0];
         pl->solo_us = p0.is, pl->solo_vs = p0.os;
         if (p0.nloop == 1) pl->solo_rows = p0.ln[0], pl->solo_is = p0.lis[0], pl->solo_os = p0.los[0];
+    }
+    // Packed ends: one real row that runs where it lies (the lone-row call,
+    // or the row pass when its stages are shared over threads).
+    if (pb.packed_ends && !(pl->npass == 1 && pl->r[0] && p0.nloop == 0 && p0.is == 1 && p0.os == 1 && p0.n % 2 == 0)) {
+        MemDelete(pl);
+        MemDelete(plan);
+        *status = EngineInvalid;
+        return nullptr;
     }
     pl->cache_bytes = WorkspaceBytes(*pl);
     if (pl->cache_bytes > 16384) pl->cache = MemRaw(pl->cache_bytes);  // optional: Execute copes without

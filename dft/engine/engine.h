@@ -48,6 +48,12 @@ struct EngineProblem {
     bool split_out = false;       // complex output stored as separate re/im arrays
     double scale = 1.0;
     int nthreads = 1;             // threads the plan may use (>= 1)
+    // One real row of even length n, interleaved and contiguous on both
+    // sides: the complex side is n reals, element 0 holding {X[0].re,
+    // X[n/2].re} and element n/2 absent (the other bins where they always
+    // are). EnginePlanCreate fails with EngineInvalid where the plan has no
+    // such form (short rows on a codelet).
+    bool packed_ends = false;
 };
 
 struct EnginePlan;  // opaque

@@ -558,7 +558,7 @@ int64_t RealFft1D<T>::WorkElems() const {
 }
 
 template <class T>
-void RealFft1D<T>::Forward(const T *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const {
+void RealFft1D<T>::Forward(const T *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads, bool packed_ends) const {
     const int64_t n = n_;
     Cx<T> *fw = work + 2 * (n + 2);
     if (n % 2 == 1) {
@@ -578,8 +578,8 @@ void RealFft1D<T>::Forward(const T *in, Cx<T> *out, Cx<T> *work, T scale, int nt
     else fft_->Exec(reinterpret_cast<const Cx<T> *>(in), z, fw, T(1), nthreads);
     const T half = T(0.5) * scale;
     const Cx<T> z0 = z[0];
-    out[0] = {(z0.re + z0.im) * scale, T(0)};
-    const Cx<T> last = {(z0.re - z0.im) * scale, T(0)};
+    const T first = (z0.re + z0.im) * scale, middle = (z0.re - z0.im) * scale;
+    out[0] = {first, packed_ends ? middle : T(0)};
     // e = (a + conj b)/2, o = -i (a - conj b)/2: the even and odd samples'
     // spectra; X[k] = e + w^k o, X[h-k] = conj(e - w^k o).
     split_(z, out, w_, h, half);
@@ -588,11 +588,11 @@ void RealFft1D<T>::Forward(const T *in, Cx<T> *out, Cx<T> *work, T scale, int nt
         const Cx<T> a = z[h / 2];
         out[h / 2] = {a.re * scale, -a.im * scale};
     }
-    out[h] = last;
+    if (!packed_ends) out[h] = {middle, T(0)};
 }
 
 template <class T>
-void RealFft1D<T>::Backward(const Cx<T> *in, T *out, Cx<T> *work, T scale, int nthreads) const {
+void RealFft1D<T>::Backward(const Cx<T> *in, T *out, Cx<T> *work, T scale, int nthreads, bool packed_ends) const {
     const int64_t n = n_;
     Cx<T> *z = work, *fw = work + 2 * (n + 2);
     if (n % 2 == 1) {
@@ -616,7 +616,8 @@ void RealFft1D<T>::Backward(const Cx<T> *in, T *out, Cx<T> *work, T scale, int n
         z[h / 2] = {2 * a.re, -2 * a.im};
     }
     // The imaginary parts of X[0] and X[h] do not enter a real signal.
-    z[0] = {in[0].re + in[h].re, in[0].re - in[h].re};
+    const T middle = packed_ends ? in[0].im : in[h].re;
+    z[0] = {in[0].re + middle, in[0].re - middle};
     if (half_) half_(z, reinterpret_cast<Cx<T> *>(out), scale, 1, 0, 0, 1, 1);
     else fft_->Exec(z, reinterpret_cast<Cx<T> *>(out), fw, scale, nthreads);
 }

@@ -108,9 +108,12 @@ public:
 
     int64_t WorkElems() const;  // complex elements of scratch
     // R2C: in n reals, out n/2+1 complex. in may alias out (read first).
-    void Forward(const T *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
-    // C2R: in n/2+1 complex, out n reals. in may alias out.
-    void Backward(const Cx<T> *in, T *out, Cx<T> *work, T scale, int nthreads) const;
+    // With packed_ends (even n only) out is n/2 elements, out[0] holding
+    // {X[0].re, X[n/2].re}.
+    void Forward(const T *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads, bool packed_ends = false) const;
+    // C2R: in n/2+1 complex, out n reals. in may alias out. packed_ends:
+    // in is n/2 elements laid out as Forward writes them.
+    void Backward(const Cx<T> *in, T *out, Cx<T> *work, T scale, int nthreads, bool packed_ends = false) const;
 
 private:
     int64_t n_ = 0;

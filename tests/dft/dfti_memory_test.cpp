@@ -89,7 +89,9 @@ TEST(DftiMemory, CommitFailuresLeaveNothing) {
         int32_t layout8, format, count, placement;
         bool heap_scratch;  // a packed real compute repacks through the heap
     };
-    const Row rows[] = {{C, {1000}, 39, 54, 1, 43, false}, {R, {1500}, 39, 55, 1, 43, true},
+    // (An odd PACK row repacks; an even one is computed in the caller's array.)
+    const Row rows[] = {{C, {1000}, 39, 54, 1, 43, false}, {R, {1501}, 39, 55, 1, 43, true},
+                        {R, {1500}, 39, 55, 1, 43, false},
                         {C, {6, 10}, 42, 54, 1, 44, false}, {C, {3, 4, 5}, 42, 54, 2, 43, false},
                         {C, {12}, 42, 54, 5, 44, false},     {C, {8, 8, 8}, 39, 54, 1, 43, false},
                         {C, {16}, 42, 54, 1, 43, false},     {R, {30}, 39, 54, 1, 43, false},

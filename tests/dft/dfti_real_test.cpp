@@ -80,6 +80,7 @@ void RunReal(const RealCase &rc) {
             else
                 for (int64_t i = 0; i < list_reals; ++i) ce_at(t, i) = T(lists[t][i]);
         }
+        const std::vector<T> input_copy = forward ? rbuf : cbuf;
         int32_t s = rc.in_place ? (forward ? DftiComputeForward(h, one.data()) : DftiComputeBackward(h, one.data()))
                                 : (forward ? DftiComputeForward(h, rbuf.data(), cbuf.data())
                                            : DftiComputeBackward(h, cbuf.data(), rbuf.data()));
@@ -100,9 +101,15 @@ void RunReal(const RealCase &rc) {
                     EXPECT_EQ(cbuf[(ce_off + t * ce_dist + e * ps + 1) * ce_unit], T(-7)) << name;
                 }
         }
-        if (!rc.in_place) {  // nor does anything before the first element
+        if (!rc.in_place) {  // nor does anything before the first element or after the last
+            const std::vector<T> &o = forward ? cbuf : rbuf;
             for (int64_t i = 0; i < (forward ? ce_off * ce_unit : real_off); ++i)
-                EXPECT_EQ((forward ? cbuf : rbuf)[size_t(i)], T(-7)) << name << " lead " << i;
+                EXPECT_EQ(o[size_t(i)], T(-7)) << name << " lead " << i;
+            const int64_t end = forward ? (ce_off + (rc.count - 1) * ce_dist + (ce_elems - 1) * ps + 1) * ce_unit
+                                        : real_off + (rc.count - 1) * real_dist + n;
+            for (size_t i = size_t(end); i < o.size(); ++i) EXPECT_EQ(o[i], T(-7)) << name << " tail " << i;
+            // and the input is read only
+            EXPECT_TRUE((forward ? rbuf : cbuf) == input_copy) << name << " input changed";
         }
     }
 }
@@ -118,6 +125,14 @@ TEST(DftiReal, Formats) {
         for (int32_t n : {127, 128, 1021})
             for (bool in_place : {false, true}) {
                 const RealCase rc{n, format, 2, in_place, in_place ? 1 : 2};
+                RunReal<double>(rc);
+                RunReal<float>(rc);
+            }
+        // Single contiguous rows from 32 points on: PERM (and PACK's
+        // forward) are computed in the caller's array itself.
+        for (int32_t n : {32, 34, 1024})
+            for (bool in_place : {false, true}) {
+                const RealCase rc{n, format, 1, in_place, 1};
                 RunReal<double>(rc);
                 RunReal<float>(rc);
             }

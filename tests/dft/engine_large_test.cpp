@@ -148,6 +148,51 @@ TEST(EngineThreads, ThreadedEqualsSingleThreaded) {
                 Transform1D<double>(n, -1, x, 2, 1.0, EngineKind::R2C));
 }
 
+// A real row with packed ends (X[n/2].re beside X[0].re, n reals in all)
+// against the same row's plain plan: the same numbers, nothing written past
+// n reals, threaded rows included; rows on a codelet or of odd length have
+// no such plan.
+template <class T>
+void PackedEndsRow(int64_t n, int nthreads) {
+    const std::string name = "n=" + std::to_string(n) + " threads " + std::to_string(nthreads);
+    const std::vector<LCx> x = RandomReal(n, 21);
+    std::vector<T> real(n), plain(n + 2, T(-3)), packed(n + 2, T(-3)), back_plain(n + 2, T(-3)),
+        back_packed(n + 2, T(-3));
+    for (int64_t j = 0; j < n; ++j) real[j] = T(x[j].real());
+    auto run = [&](EngineKind kind, bool ends, const T *in, T *out) {
+        EngineProblem p;
+        p.kind = kind, p.is_double = sizeof(T) == 8, p.sign = kind == EngineKind::R2C ? -1 : 1;
+        p.dims[0] = {n, 1, 1}, p.nthreads = nthreads, p.packed_ends = ends;
+        int status = -1;
+        EnginePlan *plan = EnginePlanCreate(p, &status);
+        ASSERT_NE(plan, nullptr) << name;
+        EXPECT_EQ(EngineExecute(plan, in, nullptr, out, nullptr), EngineOk);
+        EnginePlanDestroy(plan);
+    };
+    run(EngineKind::R2C, false, real.data(), plain.data());
+    run(EngineKind::R2C, true, real.data(), packed.data());
+    std::vector<T> want(plain.begin(), plain.begin() + n);
+    want[1] = plain[n];  // X[n/2].re in place of X[0].im (zero)
+    EXPECT_TRUE(std::vector<T>(packed.begin(), packed.begin() + n) == want) << name;
+    EXPECT_EQ(packed[n], T(-3)) << name;
+    EXPECT_EQ(packed[n + 1], T(-3)) << name;
+    run(EngineKind::C2R, false, plain.data(), back_plain.data());
+    run(EngineKind::C2R, true, packed.data(), back_packed.data());
+    EXPECT_TRUE(back_plain == back_packed) << name;
+}
+
+TEST(EngineRealRows, PackedEndsEqualPlainRow) {
+    for (int64_t n : {32, 34, 1024, 4096}) PackedEndsRow<double>(n, 1), PackedEndsRow<float>(n, 1);
+    PackedEndsRow<double>(1 << 16, 2);  // the row's stages shared over threads
+    for (int64_t n : {16, 31, 1025}) {
+        EngineProblem p;
+        p.kind = EngineKind::R2C, p.dims[0] = {n, 1, 1}, p.packed_ends = true;
+        int status = -1;
+        EXPECT_EQ(EnginePlanCreate(p, &status), nullptr) << n;
+        EXPECT_EQ(status, EngineInvalid) << n;
+    }
+}
+
 // A single-threaded plan is immutable: four threads executing it at once
 // get the same answers as one thread alone.
 TEST(EngineThreads, OnePlanFromFourThreads) {
