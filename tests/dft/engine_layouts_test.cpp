@@ -30,6 +30,9 @@ std::vector<Case> LayoutCases() {
         {.name = "c2c_negative_unit", .dims = {100}, .in_unit = -1, .out_unit = -2},
         {.name = "c2c_negative_2d", .dims = {9, 16}, .batch = {2}, .in_unit = -1, .negate_outer = true},
         {.name = "c2c_inplace_1d", .dims = {1000}, .in_place = true},
+        // Rows from 4 KiB of a batch that stays in cache run one at a time.
+        {.name = "c2c_rows_alone_batch_inplace", .sign = 1, .dims = {600}, .batch = {3}, .in_place = true},
+        {.name = "c2c_rows_alone_batch_padded", .dims = {384}, .batch = {5}, .pad = 2, .scale = 0.5},
         {.name = "c2c_inplace_strided", .sign = 1, .dims = {243}, .batch = {3}, .in_unit = 3, .in_place = true},
         {.name = "c2c_inplace_3d", .dims = {4, 9, 10}, .pad = 2, .in_place = true},
         {.name = "c2c_bluestein_batch", .dims = {127}, .batch = {3}, .in_unit = 2},
