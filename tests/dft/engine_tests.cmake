@@ -1,5 +1,8 @@
-# Transform engine tests against a long-double naive DFT oracle.
+# Transform engine tests against a long-double naive DFT oracle; the
+# longest program of the suite, run as two tests of about equal length:
+# the kernel builds and layouts, and the long lengths.
 orb_add_test(engine_dft_test
+  SPLIT "AllLevels/*:Table/*"
   SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/engine_oracle.cpp
     ${CMAKE_CURRENT_LIST_DIR}/engine_lengths_test.cpp
