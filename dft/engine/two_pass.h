@@ -114,8 +114,23 @@ void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
 // which keeps its stages; AVX alike (double 1000 2750-3760 -> 2390-3210,
 // single 1000 30-40% slower). SSE2-class: double 500 2-16% faster, 1000
 // equal within noise; single 1470 -> 900 and 2570 -> 2010.
+//
+// AVX2+FMA also takes every product of two even codelet lengths from 72 to
+// 960 in its list (fft1d.cpp's table; single precision keeps the stages at
+// 160, 180, 200, 288, 360, 600 and 960). In-process against the stages,
+// time ratios, double (single): 72 0.41 (0.67), 80 0.58 (0.73), 96 0.58
+// (0.72), 120 0.40 (0.48), 144 0.44 (0.44), 160 0.66, 180 0.46, 192 0.56
+// (0.59), 200 0.60, 240 0.62 (0.46), 288 0.53, 300 0.43 (0.62), 320 0.68
+// (0.70), 360 0.59, 384 0.64 (0.80), 400 0.73 (0.43), 480 0.65 (0.70), 600
+// 0.77, 640 0.72 (0.74), 720 0.53 (0.86), 800 0.81 (0.78), 960 0.67; in
+// batches of 64-1000 rows (now one row at a time) 0.37-0.74. The other
+// levels keep the stages there: each pair costs compile time at every
+// level it is built for.
 #if ORB_KLEVEL >= 7
-#define ORB_DFT_TWO_PASS(X) X(10, 10) X(16, 8) X(16, 16) X(32, 16) X(10, 50)
+#define ORB_DFT_TWO_PASS(X)                                                                                   \
+    X(10, 10) X(16, 8) X(16, 16) X(32, 16) X(10, 50) X(12, 6) X(10, 8) X(12, 8) X(12, 10) X(12, 12) X(16, 10) \
+    X(18, 10) X(16, 12) X(20, 10) X(20, 12) X(24, 12) X(30, 10) X(16, 20) X(20, 18) X(16, 24) X(20, 20)       \
+    X(24, 20) X(20, 30) X(32, 20) X(24, 30) X(20, 40) X(32, 30)
 #define ORB_DFT_TWO_PASS_DOUBLE(X) X(20, 50)
 #elif ORB_KLEVEL == 6
 #define ORB_DFT_TWO_PASS(X) X(10, 10) X(16, 8) X(16, 16) X(10, 50)
