@@ -731,7 +731,8 @@ EnginePlan *Create(const EngineProblem &pb, int level, int *status) {
     }
     // Packed ends: one real row that runs where it lies (the lone-row call,
     // or the row pass when its stages are shared over threads).
-    if (pb.packed_ends && !(pl->npass == 1 && pl->r[0] && p0.nloop == 0 && p0.is == 1 && p0.os == 1 && p0.n % 2 == 0)) {
+    const bool lone_real_row = pl->npass == 1 && pl->r[0] && p0.nloop == 0 && p0.is == 1 && p0.os == 1;
+    if (pb.packed_ends && !(lone_real_row && p0.n % 2 == 0)) {
         MemDelete(pl);
         MemDelete(plan);
         *status = EngineInvalid;

@@ -185,16 +185,8 @@ struct PassSplit {
 // 1024 and 4096 the double rows' splits have no single kernel, and their
 // stages measured 15-25% slower alone and 2-3x slower in batches of 100
 // rows (interleaved); two_pass.h lists the levels that take each.
-//
-// Single rows of 160, 180, 200, 288, 360, 600 and 960 points keep the
-// stages: their double splits ran 0.93-1.20 of the stages' time in single
-// precision (two complex floats a vector where n1 or n2 is not a multiple
-// of four, or a 30-point body).
 const PassSplit *TwoPassSplits(int64_t n, bool single) {
-    static constexpr PassSplit kSingle[] = {
-        {1024, {64, 0}, false}, {4096, {64, 0}, false}, {160, {0, 0}, false}, {180, {0, 0}, false},
-        {200, {0, 0}, false},   {288, {0, 0}, false},   {360, {0, 0}, false}, {600, {0, 0}, false},
-        {960, {0, 0}, false}};
+    static constexpr PassSplit kSingle[] = {{1024, {64, 0}, false}, {4096, {64, 0}, false}};
     if (single)
         for (const PassSplit &row : kSingle)
             if (row.n == n) return &row;
@@ -202,8 +194,8 @@ const PassSplit *TwoPassSplits(int64_t n, bool single) {
         {100, {10, 0}, false},  {128, {16, 0}, false},   {256, {16, 0}, false},  {500, {10, 0}, false},
         {512, {32, 0}, false},  {768, {12, 0}, false},   {1000, {20, 0}, false}, {1024, {16, 0}, true},
         {1536, {24, 48}, false}, {2048, {8, 64}, false},
-        // Products of two even codelet lengths between (two_pass.h: the
-        // AVX2+FMA level only).
+        // Products of two even codelet lengths from 72 to 960 (the AVX2+FMA
+        // level, some in double only: two_pass.h).
         {72, {12, 0}, false},   {80, {10, 0}, false},   {96, {12, 0}, false},  {120, {12, 0}, false},
         {144, {12, 0}, false},  {160, {16, 0}, false},  {180, {18, 0}, false}, {192, {16, 0}, false},
         {200, {20, 0}, false},  {240, {20, 0}, false},  {288, {24, 0}, false}, {300, {30, 0}, false},
