@@ -195,7 +195,7 @@ const PassSplit *TwoPassSplits(int64_t n, bool single) {
         {512, {32, 0}, false},  {768, {12, 0}, false},   {1000, {20, 0}, false}, {1024, {16, 0}, true},
         {1536, {24, 48}, false}, {2048, {8, 64}, false},
         // Products of two even codelet lengths from 72 to 960 (the AVX2+FMA
-        // level, some in double only: two_pass.h).
+        // and SSE2-class levels, some at AVX2+FMA in double only: two_pass.h).
         {72, {12, 0}, false},   {80, {10, 0}, false},   {96, {12, 0}, false},  {120, {12, 0}, false},
         {144, {12, 0}, false},  {160, {16, 0}, false},  {180, {18, 0}, false}, {192, {16, 0}, false},
         {200, {20, 0}, false},  {240, {20, 0}, false},  {288, {24, 0}, false}, {300, {30, 0}, false},

@@ -216,26 +216,28 @@ TEST_P(EngineLevels, KernelVariantMatchesNaiveDft) {
             }
 }
 
-// Rows of the AVX2+FMA level's two-pass kernels for products of two even
-// codelet lengths (72-960; single precision keeps the stages at some):
-// one row out of place and in place (through the scratch), a batch of 3
-// (rows one at a time), and Rader primes whose convolution runs them in
-// place (193: 192 points, 241: 240, 401: 400).
+// Rows of the AVX2+FMA and SSE2-class two-pass kernels for products of
+// two even codelet lengths (72-960; some keep the stages): one row out of
+// place and in place (through the scratch), a batch of 3 (rows one at a
+// time), and Rader primes whose convolution runs them in place (193: 192
+// points, 241: 240, 401: 400).
 TEST(EngineTwoPassLengths, MatchNaiveDft) {
     const int64_t lengths[] = {72,  80,  96,  120, 144, 160, 180, 192, 200, 240, 288, 300, 320,
                                360, 384, 400, 480, 600, 640, 720, 800, 960, 193, 241, 401};
     int i = 0;
-    for (int64_t n : lengths)
-        for (bool dbl : {true, false}) {
-            const int sign = ++i % 2 ? -1 : 1;
-            const std::string name = "n=" + std::to_string(n) + (dbl ? " double" : " single");
-            ExpectMatches(Case{.name = name, .is_double = dbl, .sign = sign, .dims = {n}, .level = 7});
-            ExpectMatches(Case{.name = name + " in place", .is_double = dbl, .sign = -sign, .dims = {n},
-                               .in_place = true, .scale = 0.5, .level = 7});
-            if (n % 2 == 0)
-                ExpectMatches(Case{.name = name + " batch", .is_double = dbl, .sign = sign, .dims = {n},
-                                   .batch = {3}, .pad = 1, .level = 7});
-        }
+    for (int level : {5, 7})
+        for (int64_t n : lengths)
+            for (bool dbl : {true, false}) {
+                const int sign = ++i % 2 ? -1 : 1;
+                const std::string name =
+                    "level " + std::to_string(level) + " n=" + std::to_string(n) + (dbl ? " double" : " single");
+                ExpectMatches(Case{.name = name, .is_double = dbl, .sign = sign, .dims = {n}, .level = level});
+                ExpectMatches(Case{.name = name + " in place", .is_double = dbl, .sign = -sign, .dims = {n},
+                                   .in_place = true, .scale = 0.5, .level = level});
+                if (n % 2 == 0)
+                    ExpectMatches(Case{.name = name + " batch", .is_double = dbl, .sign = sign, .dims = {n},
+                                       .batch = {3}, .pad = 1, .level = level});
+            }
 }
 
 // Real transforms of every length with a straight-line real codelet and
