@@ -91,8 +91,7 @@ template <typename T>
 int32_t RunPacked(const DftiPlanRecord *r, bool forward, const Pointers &p) {
     const DftiPackedSide &s = forward ? r->packed_forward : r->packed_backward;
     if (s.direct) {
-        const int status = forward ? EngineExecute(r->forward, p.in_re, nullptr, p.out_re, nullptr)
-                                   : EngineExecute(r->backward, p.in_re, nullptr, p.out_re, nullptr);
+        const int status = EngineExecute(forward ? r->forward : r->backward, p.in_re, nullptr, p.out_re, nullptr);
         if (status == EngineOk && forward && s.format == DftiValuePack55)
             PermToPack(static_cast<T *>(p.out_re), s.n);
         return StatusOf(status);
