@@ -94,6 +94,21 @@ struct Pack {
     // Two-lane packs only: {a0, b0} and {a1, b1} (a 2x2 transpose).
     static Pack Lo(Pack a, Pack b) { return {__builtin_shufflevector(a.v, b.v, 0, 1, 4, 5)}; }
     static Pack Hi(Pack a, Pack b) { return {__builtin_shufflevector(a.v, b.v, 2, 3, 6, 7)}; }
+    // Four-lane packs only: lane c of a and lane c of b, as two adjacent
+    // complex numbers, to p + c * stride. One shuffle a pack and half-vector
+    // stores, where a 4 x 4 transpose takes two shuffles a pack.
+    static void StorePairs(Pack a, Pack b, Cx<T> *p, int64_t stride) {
+        static_assert(L == 4, "four lanes");
+        const V even = __builtin_shufflevector(a.v, b.v, 0, 1, 8, 9, 4, 5, 12, 13);
+        const V odd = __builtin_shufflevector(a.v, b.v, 2, 3, 10, 11, 6, 7, 14, 15);
+        using H = T __attribute__((vector_size(4 * sizeof(T)), aligned(sizeof(T))));
+        const H e0 = __builtin_shufflevector(even, even, 0, 1, 2, 3), e1 = __builtin_shufflevector(even, even, 4, 5, 6, 7);
+        const H o0 = __builtin_shufflevector(odd, odd, 0, 1, 2, 3), o1 = __builtin_shufflevector(odd, odd, 4, 5, 6, 7);
+        memcpy(p, &e0, sizeof(H));
+        memcpy(p + stride, &o0, sizeof(H));
+        memcpy(p + 2 * stride, &e1, sizeof(H));
+        memcpy(p + 3 * stride, &o1, sizeof(H));
+    }
     void Scatter(Cx<T> *p, int64_t stride) const {
         for (int i = 0; i < L; ++i) memcpy(p + i * stride, reinterpret_cast<const T *>(&v) + 2 * i, sizeof(Cx<T>));
     }
