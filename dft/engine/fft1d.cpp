@@ -297,19 +297,25 @@ bool Fft1D<T>::BuildTwoPass() {
     }
     if (!fn) return true;  // the stages stay
     const int64_t n2 = n_ / n1;
-    // w_n^(j1 k2) = c + i s as {c, c} in the first n entries and {s, s} in
-    // the next n; the three-pass kernels also read w_n2^e = w_n^(n1 e)
-    // after those, which two-pass kernels ignore.
-    tw2_ = MemArray<Cx<T>>(2 * n_ + n2);
+    // w_n^(j1 k2) = c + i s interleaved, or as {c, c} in the first n
+    // entries and {s, s} in the next n (TwoPassInterleavedTwiddles); the
+    // three-pass kernels also read w_n2^e = w_n^(n1 e) after those, which
+    // two-pass kernels ignore.
+    const int64_t entries = TwoPassTwiddleEntries<T>(n_);
+    tw2_ = MemArray<Cx<T>>(entries + n2);
     PowerTable power;
     if (!tw2_ || !power.Init(n_, sign_)) return false;
     for (int64_t j1 = 0; j1 < n1; ++j1)
         for (int64_t k2 = 0; k2 < n2; ++k2) {
             const Cx<T> w = power.GetReduced<T>(j1 * k2);
-            tw2_[j1 * n2 + k2] = {w.re, w.re};
-            tw2_[n_ + j1 * n2 + k2] = {w.im, w.im};
+            if (TwoPassInterleavedTwiddles<T>(n_)) {
+                tw2_[j1 * n2 + k2] = w;
+            } else {
+                tw2_[j1 * n2 + k2] = {w.re, w.re};
+                tw2_[n_ + j1 * n2 + k2] = {w.im, w.im};
+            }
         }
-    for (int64_t e = 0; e < n2; ++e) tw2_[2 * n_ + e] = power.GetReduced<T>(n1 * e);
+    for (int64_t e = 0; e < n2; ++e) tw2_[entries + e] = power.GetReduced<T>(n1 * e);
     two_ = fn;
     two_out_of_place_only_ = split->stages_in_place;
     n1_ = n1, n2_ = n2;

@@ -88,9 +88,8 @@ private:
     Fft1D *f1_ = nullptr, *f2_ = nullptr;
     Cx<T> *tw4_ = nullptr;
     // Two or three passes of codelet bodies (two_pass.h, three_pass.h) for
-    // n = n1_ * n2_ when the rule picks a split: w_n^(j1 k2) = c + i s as
-    // tw2_[j1 n2 + k2] = {c, c} and tw2_[n + j1 n2 + k2] = {s, s}, then
-    // tw2_[2n + e] = w_n2^e.
+    // n = n1_ * n2_ when the rule picks a split: w_n^(j1 k2) = c + i s
+    // (TwoPassInterleavedTwiddles says in which layout), then w_n2^e.
     TwoPassFn<T> two_ = nullptr;
     bool two_out_of_place_only_ = false;  // in place the stages run
     Cx<T> *tw2_ = nullptr;

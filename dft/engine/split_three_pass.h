@@ -32,7 +32,7 @@ __attribute__((always_inline)) inline void SplitSecond(const Cx<T> *y, T *out_re
     codelet::Body<A, N1 / A, S, T, P>(
         [&](int j) __attribute__((always_inline)) {
             const P v = P::Load(y + j * N2 + k2);
-            return j == 0 ? v : twopass::DupTableMul(v, tw + j * N2 + k2, tw + N1 * N2 + j * N2 + k2);
+            return j == 0 ? v : twopass::TwiddleMul<N1, N2>(v, tw, j, k2);
         },
         [&](int k, P v) __attribute__((always_inline)) {
             if constexpr (LL == 1) {
@@ -48,13 +48,13 @@ __attribute__((always_inline)) inline void SplitSecond(const Cx<T> *y, T *out_re
         scale);
 }
 
-// Three passes, n = N1 * A * B; tw as three_pass.h's Run reads it, twb =
-// tw + 2 n holding w_(A B)^e.
+// Three passes, n = N1 * A * B; tw as three_pass.h's Run reads it, w_(A B)^e
+// after its w_n entries.
 template <int N1, int A, int B, int S, class T>
 void ThreePass(const T *xr, const T *xi, T *out_re, T *out_im, Cx<T> *work, const Cx<T> *tw, T scale) {
     constexpr int W = kW<T>, M = A * B;
     using P = SoaPack<T, W>;
-    const Cx<T> *twb = tw + 2 * N1 * M;
+    const Cx<T> *twb = tw + TwoPassTwiddleEntries<T>(N1 * M);
     for (int64_t j1 = 0; j1 < N1; j1 += W) {
         P s[M];
         for (int ja = 0; ja < A; ++ja) {

@@ -46,7 +46,7 @@ __attribute__((always_inline)) inline void BlockColumns(const Cx<T> *x, Cx<T> *y
 }
 
 // out = scale * DFT(x); tw holds w_n^(j1 k2) as two_pass.h's Run reads it,
-// then tw[2 n + e] = w_n2^e (e < n2); work holds n elements (used only when
+// then w_n2^e (e < n2) after those entries; work holds n elements (used only when
 // x == out).
 template <int N1, int A, int B, int S, class T>
 void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
@@ -54,7 +54,8 @@ void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
     constexpr int LL = codelet::RowLanes<T, N1, M>();
     Pack<T, LL> s[M];
     Cx<T> *y = x == out ? work : out;
-    for (int64_t j1 = 0; j1 < N1; j1 += LL) BlockColumns<N1, A, B, S, T, LL>(x, y, tw + 2 * N1 * M, s, j1);
+    const Cx<T> *twb = tw + TwoPassTwiddleEntries<T>(N1 * M);
+    for (int64_t j1 = 0; j1 < N1; j1 += LL) BlockColumns<N1, A, B, S, T, LL>(x, y, twb, s, j1);
     twopass::TwiddledPass<N1, M, S, T>(y, out, tw, scale);
 }
 
@@ -70,8 +71,8 @@ void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
 // step ii transposes through s instead (a 4-lane pack stores as four
 // pieces).
 //
-// Where the second-level cache holds 512 KiB, the duplicated twiddle table
-// (2n entries) counts: 8192 as 8 x 32 x 32 (256 KiB of twiddles besides
+// Where the second-level cache holds 512 KiB, the twiddle table counts
+// (then duplicated, 2n entries): 8192 as 8 x 32 x 32 (256 KiB of twiddles besides
 // 256 KiB of data) ran at half the stages' speed there, against 12% faster
 // with a larger cache; 8 x 32 x 32, 32 x 16 x 16 and 16 x 16 x 32 were all
 // 1.6-2.2x slower, so 8192 keeps the stages. 2048 as 32 x 8 x 8, which had

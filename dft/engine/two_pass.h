@@ -73,6 +73,14 @@ __attribute__((always_inline)) inline P DupTableMul(P v, const Cx<T> *re, const 
     else return pack::MulConst(v, re->re, im->re);
 }
 
+// v times w_n^(j1 k2) from the pass's table, in either layout
+// (TwoPassInterleavedTwiddles).
+template <int N1, int N2, class P, class T>
+__attribute__((always_inline)) inline P TwiddleMul(P v, const Cx<T> *tw, int j1, int64_t k2) {
+    if constexpr (TwoPassInterleavedTwiddles<T>(N1 * N2)) return Mul(v, P::Load(tw + j1 * N2 + k2));
+    else return DupTableMul(v, tw + j1 * N2 + k2, tw + N1 * N2 + j1 * N2 + k2);
+}
+
 // Pass 2 for outputs k2 .. k2+LL-1 (of every k1).
 template <int N1, int N2, int S, class T, int LL>
 __attribute__((always_inline)) inline void TwiddledColumns(const Cx<T> *y, Cx<T> *out, const Cx<T> *tw, int64_t k2,
@@ -82,7 +90,7 @@ __attribute__((always_inline)) inline void TwiddledColumns(const Cx<T> *y, Cx<T>
     codelet::Body<A, N1 / A, S, T, P>(
         [&](int j) __attribute__((always_inline)) {
             const P v = P::Load(y + j * N2 + k2);
-            return j == 0 ? v : DupTableMul(v, tw + j * N2 + k2, tw + N1 * N2 + j * N2 + k2);
+            return j == 0 ? v : TwiddleMul<N1, N2>(v, tw, j, k2);
         },
         [&](int k, P v) __attribute__((always_inline)) { v.Store(out + k2 + N2 * k); }, scale);
 }
@@ -99,8 +107,9 @@ void TwiddledPass(const Cx<T> *y, Cx<T> *out, const Cx<T> *tw, T scale) {
     }
 }
 
-// out = scale * DFT(x); w_n^(j1 k2) = c + i s is {c, c} at tw[j1 n2 + k2]
-// and {s, s} at tw[n + j1 n2 + k2]; work holds n elements (used only when
+// out = scale * DFT(x); w_n^(j1 k2) = c + i s is at tw[j1 n2 + k2], or
+// below 16 KiB of data {c, c} there and {s, s} at tw[n + j1 n2 + k2]
+// (TwoPassInterleavedTwiddles); work holds n elements (used only when
 // x == out).
 template <int N1, int N2, int S, class T>
 void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
