@@ -101,7 +101,7 @@ struct Pack {
         static_assert(L == 4, "four lanes");
         const V even = __builtin_shufflevector(a.v, b.v, 0, 1, 8, 9, 4, 5, 12, 13);
         const V odd = __builtin_shufflevector(a.v, b.v, 2, 3, 10, 11, 6, 7, 14, 15);
-        using H = T __attribute__((vector_size(4 * sizeof(T)), aligned(sizeof(T))));
+        typedef T H __attribute__((vector_size(4 * sizeof(T)), aligned(sizeof(T))));
         const H e0 = __builtin_shufflevector(even, even, 0, 1, 2, 3), e1 = __builtin_shufflevector(even, even, 4, 5, 6, 7);
         const H o0 = __builtin_shufflevector(odd, odd, 0, 1, 2, 3), o1 = __builtin_shufflevector(odd, odd, 4, 5, 6, 7);
         memcpy(p, &e0, sizeof(H));
