@@ -9,8 +9,10 @@
 #include <string.h>
 
 #include <algorithm>
+#include <atomic>
 #include <new>
 
+#include "dft/dfti_descriptor.h"
 #include "dft/engine/engine_memory.h"
 #include "dft/engine/power_table.h"
 
@@ -163,9 +165,17 @@ bool RaderFits(int64_t n) {
     return Factor(n - 1, radix, &count);
 }
 
-// Lengths from which the four-step split beats the streaming stages (the
-// data no longer fits the second-level cache).
-constexpr int64_t kFourStepMin = int64_t(1) << 18;
+// A test's override of the four-step rule (a length; 0: none).
+std::atomic<int64_t> g_four_step_from{0};
+
+// Whether a length of factorable n runs as four-step: from the bytes where
+// its passes stop fitting the largest cache, and never below 2^18 points
+// (the shortest the blocked passes were built for).
+template <class T>
+bool RunsFourStep(int64_t n) {
+    if (const int64_t from = g_four_step_from.load(std::memory_order_relaxed); from > 0) return n >= from;
+    return n >= (int64_t(1) << 18) && n * int64_t(sizeof(Cx<T>)) >= FourStepBytes();
+}
 
 // Splits n = n1 * n2 for the two-pass kernels (two_pass.h) and the
 // three-pass ones (three_pass.h, n2 split again inside), best first, 0
@@ -213,6 +223,14 @@ constexpr int64_t kBlock = 128 / int64_t(2 * sizeof(T));
 
 }  // namespace
 
+int64_t FourStepBytes() {
+    // Caches reported under 1 MiB are taken for a failed query.
+    const int64_t largest = DftiCacheSize(0);
+    return largest >= (int64_t(1) << 20) ? largest : int64_t(32) << 20;
+}
+
+void SetFourStepFromForTesting(int64_t n) { g_four_step_from.store(n > 0 ? n : 0, std::memory_order_relaxed); }
+
 template <class T>
 Fft1D<T> *Fft1D<T>::Create(int64_t n, int sign, const StageKernels &kern) {
     Fft1D *f = MemNew<Fft1D>();
@@ -224,7 +242,7 @@ Fft1D<T> *Fft1D<T>::Create(int64_t n, int sign, const StageKernels &kern) {
     bool ok;
     if (!Factor(n, radix, &count)) {
         ok = RaderFits(n) ? f->BuildRader() : f->BuildBluestein();
-    } else if (n >= kFourStepMin) {
+    } else if (RunsFourStep<T>(n)) {
         int64_t n1 = 1;
         for (int64_t d = 2; d * d <= n; ++d)
             if (n % d == 0) n1 = d;

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -48,13 +49,16 @@ struct Sampled {
     int64_t n;
     bool is_double;
     int nthreads = 1;
-    int level = 0;  // 0: the process's level
+    int level = 0;             // 0: the process's level
+    bool four_step = false;    // four-step from 2^18 points, whatever the caches
 };
 
 class EngineLargeLengths : public ::testing::TestWithParam<Sampled> {};
 
 TEST_P(EngineLargeLengths, SampledBinsMatchNaiveDft) {
-    const auto [n, dbl, nthreads, level] = GetParam();
+    const auto [n, dbl, nthreads, level, four_step] = GetParam();
+    std::optional<FourStepFrom> forced;
+    if (four_step) forced.emplace(int64_t(1) << 18);
     const std::vector<LCx> x = RandomComplex(n, 77 + n);
     // The top bins are those Bluestein's convolution wraps, when it does.
     std::vector<int64_t> ks = {0, n - 3, n - 2, n - 1};
@@ -76,13 +80,16 @@ const Sampled kSampled[] = {
      {1536, true},   {2 * 3 * 3 * 3 * 3 * 3 * 1024, true},
     // Four-step with unequal factors (512 x 1024), interleaved blocks of 8
     // (double) and 16 (single); 3^12 = 729 x 729 takes the unblocked path.
-    {1 << 19, true}, {1 << 19, false}, {531441, true},
+    // (Forced: the cache rule keeps them on the stages up to the largest
+    // cache; 3^12 runs there too, and the identities below take 2^18 and
+    // 2^20 wherever the rule puts them.)
+    {1 << 19, true, 1, 0, true}, {1 << 19, false, 1, 0, true}, {531441, true, 1, 0, true}, {531441, true},
     // Rader: 65537 - 1 = 2^16 with the inner FFTs threaded; 786433 - 1 =
     // 3 2^18 runs its convolution as four-step FFTs.
-    {65537, true, 2}, {65537, false, 2}, {786433, true}, {786433, false, 2},
+    {65537, true, 2}, {65537, false, 2}, {786433, true, 1, 0, true}, {786433, false, 2, 0, true},
     // Bluestein's filter for a length past the four-step bound
     // (262147 - 1 = 2 3 43691; 524288 points, 5 wrapped outputs).
-    {262147, true},
+    {262147, true, 1, 0, true},
     // Bluestein with wrapped outputs: 65539 (131072 points, K = 5) and
     // 16531 (32768 points, K = 293, the most below 20000).
     {65539, true}, {65539, false, 2}, {16531, true}, {16531, false},
@@ -101,6 +108,7 @@ INSTANTIATE_TEST_SUITE_P(Lengths, EngineLargeLengths, ::testing::ValuesIn(kSampl
                          [](const auto &info) {
                              return std::to_string(info.param.n) + (info.param.is_double ? "_d" : "_s") +
                                     (info.param.nthreads > 1 ? "_threads" : "") +
+                                    (info.param.four_step ? "_fourstep" : "") +
                                     (info.param.level ? "_level" + std::to_string(info.param.level) : "");
                          });
 
@@ -138,9 +146,15 @@ TEST(EngineIdentities, LargeLengths) {
 
 // Threads change how work is shared, not the arithmetic: results equal.
 TEST(EngineThreads, ThreadedEqualsSingleThreaded) {
-    for (int64_t n : {1 << 15, 1 << 18, 3 * 5 * 4096, 65537, 786433, 262147, 65539}) {
-        const std::vector<LCx> x = RandomComplex(n, 9);
-        EXPECT_TRUE(Transform1D<double>(n, -1, x, 1) == Transform1D<double>(n, -1, x, 2)) << "n=" << n;
+    for (bool four_step : {false, true}) {
+        std::optional<FourStepFrom> forced;
+        if (four_step) forced.emplace(int64_t(1) << 18);
+        for (int64_t n : {1 << 15, 1 << 18, 3 * 5 * 4096, 65537, 786433, 262147, 65539}) {
+            if (four_step && n < (1 << 18)) continue;
+            const std::vector<LCx> x = RandomComplex(n, 9);
+            EXPECT_TRUE(Transform1D<double>(n, -1, x, 1) == Transform1D<double>(n, -1, x, 2))
+                << "n=" << n << (four_step ? " four-step" : "");
+        }
     }
     const int64_t n = 1 << 17;  // a long real row
     const std::vector<LCx> x = RandomReal(n, 3);

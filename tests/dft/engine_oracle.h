@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "dft/engine/engine.h"
+#include "dft/engine/fft1d.h"
 
 namespace orb::dft::test {
 
@@ -96,6 +97,18 @@ struct ApiOutcome {
 
 ApiOutcome RunApiCase(const ApiCase &c);
 void ExpectMatches(const ApiCase &c);
+
+// While it lives, plans made run every factorable length from n points as
+// four-step: the cache rule keeps lengths up to the largest cache on the
+// stages, and would leave the four-step passes untested on a machine with
+// a large one.
+class FourStepFrom {
+public:
+    explicit FourStepFrom(int64_t n) { SetFourStepFromForTesting(n); }
+    ~FourStepFrom() { SetFourStepFromForTesting(0); }
+    FourStepFrom(const FourStepFrom &) = delete;
+    FourStepFrom &operator=(const FourStepFrom &) = delete;
+};
 
 }  // namespace orb::dft::test
 
