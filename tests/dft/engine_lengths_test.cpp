@@ -76,5 +76,23 @@ TEST(EngineBluestein, WrappedOutputsMatchNaiveDft) {
                                .nthreads = n > 4000 ? 2 : 1});
 }
 
+// Mixed radices whose plain order (largest first) starts with a radix the
+// vector's lanes do not divide, so that the plan forms 12s, 10s or 6s of
+// the factors of two instead, even in the first-level cache: 450 = 2 3^2
+// 5^2, 540, 900, 1500, 2700 (Bluestein's length for 1367) and 84 = 2^2 3 7
+// (a generic radix). Single rows, interleaved batches (the stages run
+// across rows), and every kernel level.
+TEST(EngineLengths, CombinedMixedRadixOrdersMatchNaiveDft) {
+    for (bool dbl : {true, false})
+        for (int64_t n : {84, 450, 540, 900, 1500, 2700})
+            for (int level : {5, 6, 7})
+                for (bool batched : {false, true})
+                    ExpectMatches({.name = std::string(dbl ? "double" : "single") + " n=" + std::to_string(n) +
+                                           " level " + std::to_string(level) + (batched ? " batch" : ""),
+                                   .is_double = dbl, .sign = batched ? 1 : -1, .dims = {n},
+                                   .batch = batched ? std::vector<int64_t>{3} : std::vector<int64_t>{},
+                                   .level = level});
+}
+
 }  // namespace
 }  // namespace orb::dft::test
