@@ -67,6 +67,11 @@ bool Fft1D<T>::BuildBluestein() {
     chirp_ = MemArray<Cx<T>>(n);
     filter_ = MemArray<Cx<T>>(m);
     if (!fwd_ || !bwd_ || !chirp_ || !filter_) return false;
+    if (m < 2 * n - 1) {
+        wrap_k_ = 2 * n - 1 - m;
+        wrap_ = MemArray<Cx<double>>(wrap_k_);
+        if (!wrap_) return false;
+    }
     return TransformFilter(fwd_, m, *kern_, 1.0 / double(m), filter_, [&](Cx<double> *b) {
         PowerTable power;
         if (!power.Init(2 * n, sign_)) return false;
@@ -80,6 +85,14 @@ bool Fft1D<T>::BuildBluestein() {
             const Cx<double> h = {double(c.re), -double(c.im)};
             if (j <= m - n) b[j] = h;
             if (j > 0) b[m - j] = h;
+        }
+        // conj(c[l]) - conj(c[m-l]) for the wrapped lags, from the exact
+        // table (both indices below n).
+        for (int64_t t = 0; t < wrap_k_; ++t) {
+            const int64_t l = m - n + 1 + t;
+            const Cx<long double> u = power.GetReduced<long double>(l * l % (2 * n));
+            const Cx<long double> v = power.GetReduced<long double>((m - l) * (m - l) % (2 * n));
+            wrap_[wrap_k_ - 1 - t] = {double(u.re - v.re), double(v.im - u.im)};
         }
         return true;
     });
@@ -95,18 +108,26 @@ void Fft1D<T>::ExecBluestein(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, 
     fwd_->Exec(a, b, w, T(1), nthreads);
     kern_->PointMul(b, filter_, b, m, T(1));
     bwd_->Exec(b, a, w, T(1), nthreads);
-    // The wrapped outputs (in is still intact: out is written last).
-    for (int64_t k = m - n + 1; k < n; ++k) {
-        double re = 0, im = 0;
-        for (int64_t j = 0; j < k - (m - n); ++j) {
-            const Cx<T> x = in[j], cj = c[j], u = c[k - j], v = c[m + j - k];
-            const double xr = double(x.re) * cj.re - double(x.im) * cj.im;
-            const double xi = double(x.re) * cj.im + double(x.im) * cj.re;
-            // conj(u) - conj(v)
-            const double dr = double(u.re) - v.re, di = double(v.im) - u.im;
-            re += xr * dr - xi * di, im += xr * di + xi * dr;
+    // The wrapped outputs k = m-n+1+q (in is still intact: out is written
+    // last): the products x[j] c[j] that wrapped, j <= q, times g_(q-j).
+    // Both arrays run forward, the products are formed once, and the sums
+    // are in double.
+    const int64_t wk = wrap_k_;
+    if (wk > 0) {
+        const uintptr_t at = (reinterpret_cast<uintptr_t>(w) + alignof(Cx<double>) - 1) & ~uintptr_t(alignof(Cx<double>) - 1);
+        Cx<double> *xc = reinterpret_cast<Cx<double> *>(at);
+        for (int64_t j = 0; j < wk; ++j)
+            xc[j] = {double(in[j].re) * c[j].re - double(in[j].im) * c[j].im,
+                     double(in[j].re) * c[j].im + double(in[j].im) * c[j].re};
+        for (int64_t q = 0; q < wk; ++q) {
+            const Cx<double> *g = wrap_ + (wk - 1 - q);
+            double re = 0, im = 0;
+            for (int64_t j = 0; j <= q; ++j) {
+                re += xc[j].re * g[j].re - xc[j].im * g[j].im;
+                im += xc[j].re * g[j].im + xc[j].im * g[j].re;
+            }
+            a[m - n + 1 + q].re += T(re), a[m - n + 1 + q].im += T(im);
         }
-        a[k].re += T(re), a[k].im += T(im);
     }
     kern_->PointMul(a, c, out, n, scale);
 }

@@ -494,6 +494,7 @@ Fft1D<T>::~Fft1D() {
     MemFree(tw_);
     MemFree(chirp_);
     MemFree(filter_);
+    MemFree(wrap_);
     MemFree(perm_);
     MemFree(iperm_);
     if (fwd_) MemDelete(fwd_);
@@ -509,8 +510,10 @@ int64_t Fft1D<T>::WorkElems() const {
     if (four_) return n_ + FourStepBuffer();  // the middle array, then one member's buffers
     if (!blue_ && !rader_) return n_;
     // Bluestein's convolution runs out of place over two arrays, Rader's in
-    // place in one.
-    return (rader_ ? 1 : 2) * m_ + std::max(fwd_->WorkElems(), bwd_->WorkElems());
+    // place in one; the FFTs' scratch then holds Bluestein's wrapped inputs
+    // in double (one element more for its alignment).
+    const int64_t wrap = (wrap_k_ * int64_t(sizeof(Cx<double>)) + int64_t(sizeof(Cx<T>)) - 1) / int64_t(sizeof(Cx<T>)) + 1;
+    return (rader_ ? 1 : 2) * m_ + std::max({fwd_->WorkElems(), bwd_->WorkElems(), blue_ ? wrap : int64_t(0)});
 }
 
 template <class T>

@@ -75,6 +75,11 @@ private:
     int64_t m_ = 0;
     Fft1D *fwd_ = nullptr, *bwd_ = nullptr;
     Cx<T> *chirp_ = nullptr, *filter_ = nullptr;
+    // The K = 2n-1-m wrapped outputs' correction terms, when m < 2n-1:
+    // g_t = conj(c[l]) - conj(c[m-l]) for lags l = m-n+1+t, kept in reverse
+    // (wrap_[K-1-t] = g_t) so that each output's sum runs forward.
+    Cx<double> *wrap_ = nullptr;
+    int64_t wrap_k_ = 0;
     // Rader (prime n, m_ = n-1): perm_[k] = g^k mod n for a primitive root
     // g, filter_ = FFT(w^(g^-k)) / m_; fwd_ and bwd_ have length m_;
     // out[j] (j >= 1) comes from slot iperm_[j-1] of the convolution.
