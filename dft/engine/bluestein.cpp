@@ -8,8 +8,8 @@
 // outputs above wrap around. For those, the products that wrapped
 // (x[j] c[j] times conj c at lag k-j-m instead of k-j, j < k-(m-n)) are
 // corrected afterwards: K(K+1)/2 multiply-adds, which lets a length just
-// above a power of two (4099 -> 8192, K = 5) avoid the next smooth length
-// above 2n-1 (8640).
+// above a power of two run on it where the next smooth length above 2n-1
+// costs more (269 -> 512 with K = 25 rather than 540).
 #include <stdint.h>
 #include <string.h>
 
@@ -23,32 +23,33 @@ namespace orb::dft {
 namespace {
 
 // Cost of one complex multiply-add of the fix-up, in the units of the FFT
-// estimate below (one point of one radix-2 level).
-constexpr double kFixWeight = 4.0;
+// estimate below (one point of one stage pass).
+constexpr double kFixWeight = 3.0;
 
-double Log2(int64_t v) {
-    double l = 0;
-    for (; v > 1; v >>= 1) l += 1;
-    return l;
-}
-
-// Convolution length for n: the 2^a 3^b 5^c in [n, the power of two
-// >= 2n-1] of least estimated cost, two FFTs at m log2 m each (times 8/7
-// off the powers of two: those measured 10-30% faster than 2^a 3^b 5^c
-// lengths above 7/8 of them, e.g. 2048 vs 2025, 8192 vs 7776, 65536 vs
-// 62500) plus the fix-up of the K = 2n-1-m wrapped outputs.
-int64_t BluesteinLength(int64_t n) {
+// Convolution length for n (elements of elem_bytes): the 2^a 3^b 5^c in
+// [n, the power of two >= 2n-1] of least estimated cost, two FFTs at m
+// times their stage passes each (times 8/7 off the powers of two) plus the
+// fix-up of the K = 2n-1-m wrapped outputs. The passes are the plain
+// stages' even where a two- or three-pass kernel runs (counting those as
+// two or three put 1367 and 2087 single on 4096 points, 1.4x slower).
+// Against the measured times of the candidates (AVX2+FMA, both
+// precisions) it picks the fastest or one within 5% of it for 269 (512
+// points, K = 25), 971 (2048), 1367 (2880 double, 2700 single), 2087
+// (4320), 4099 (8640) and 4170 (8640), and 320 (K = 13) for 167, where
+// 384 was fastest; a model by m log2 m took 324, 1944, 4096 and 8192
+// there, 1.2-1.8x slower for 167, 971 and 2087.
+int64_t BluesteinLength(int64_t n, int elem_bytes) {
     int64_t top = 1;
     while (top < 2 * n - 1) top *= 2;
     int64_t best = top;
-    double best_cost = 2.0 * double(top) * Log2(top);
+    double best_cost = 1e300;
     for (int64_t p5 = 1; p5 <= top; p5 *= 5)
         for (int64_t p3 = p5; p3 <= top; p3 *= 3)
             for (int64_t v = p3; v <= top; v *= 2) {
                 if (v < n) continue;
                 const bool pow2 = (v & (v - 1)) == 0;
                 const double k = v < 2 * n - 1 ? double(2 * n - 1 - v) : 0.0;
-                const double cost = 2.0 * double(v) * Log2(v) * (pow2 ? 1.0 : 8.0 / 7.0) +
+                const double cost = 2.0 * double(v) * StagePasses(v, elem_bytes) * (pow2 ? 1.0 : 8.0 / 7.0) +
                                     kFixWeight * k * (k + 1) / 2;
                 if (cost < best_cost) best = v, best_cost = cost;
             }
@@ -60,7 +61,7 @@ int64_t BluesteinLength(int64_t n) {
 template <class T>
 bool Fft1D<T>::BuildBluestein() {
     blue_ = true;
-    const int64_t n = n_, m = BluesteinLength(n);
+    const int64_t n = n_, m = BluesteinLength(n, int(sizeof(Cx<T>)));
     m_ = m;
     fwd_ = Create(m, -1, *kern_);
     bwd_ = Create(m, +1, *kern_);

@@ -227,6 +227,11 @@ constexpr int64_t kBlock = 128 / int64_t(2 * sizeof(T));
 
 }  // namespace
 
+int StagePasses(int64_t n, int elem_bytes) {
+    int radix[kMaxStages], count = 0;
+    return Factor(n, radix, &count, elem_bytes) ? count : 0;
+}
+
 int64_t FourStepBytes() {
     // Caches reported under 1 MiB are taken for a failed query.
     const int64_t largest = DftiCacheSize(0);

@@ -100,6 +100,11 @@ private:
     Cx<T> *tw2_ = nullptr;
 };
 
+// Passes of the plain stages for length n with elements of elem_bytes
+// bytes (the stage count the plan's rules give), 0 when a prime factor of
+// n has no butterfly.
+int StagePasses(int64_t n, int elem_bytes);
+
 // Bytes of one side from which a length whose factors all have butterflies
 // runs as four-step rather than as streaming stages: the largest cache
 // (32 MiB when unknown). Below it the stages, whose passes stream from that

@@ -90,8 +90,8 @@ const Sampled kSampled[] = {
     // Bluestein's filter for a length past the four-step bound
     // (262147 - 1 = 2 3 43691; 524288 points, 5 wrapped outputs).
     {262147, true, 1, 0, true},
-    // Bluestein with wrapped outputs: 65539 (131072 points, K = 5) and
-    // 16531 (32768 points, K = 293, the most below 20000).
+    // Bluestein: 65539 (131072 points, K = 5 wrapped outputs) and 16531
+    // (34560 points).
     {65539, true}, {65539, false, 2}, {16531, true}, {16531, false},
     // Beyond the first-level cache 3s and 5s pair with factors of two, on
     // every kernel build: 12,10,5,5 (3000 double), 12,11,6,3 (2376 double),

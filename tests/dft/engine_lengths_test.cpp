@@ -26,8 +26,8 @@ TEST(EngineLengths, EveryLengthUpTo100MatchesNaiveDft) {
 // Primes above the largest butterfly. 67, 97, 131, 257, 641, 1009 and 7681
 // have p-1 = 2*3*11, 2^5*3, 2*5*13, 2^8, 2^7*5, 2^4*3^2*7, 2^9*3*5 (Rader);
 // 167 (166 = 2*83), 971 (970 = 2*5*97) and 4099 (4098 = 2*3*683) do not
-// (Bluestein on 324, 1944 and 8192 points: 167 and 4099 with 9 and 5
-// wrapped outputs fixed up after the convolution). Both directions, in and
+// (Bluestein on 320, 2048 and 8640 points, 167 with 13 wrapped outputs
+// fixed up after the convolution). Both directions, in and
 // out of place, scaled, threaded, and the real transforms (a full-length
 // complex FFT for odd n).
 TEST(EnginePrimes, ConvolutionPathsMatchNaiveDft) {
@@ -60,14 +60,15 @@ TEST(EnginePrimes, ConvolutionPathsMatchNaiveDft) {
 
 // Bluestein on fewer than 2n-1 points: the outputs k > m-n wrap around
 // the cyclic convolution and are fixed up afterwards. Lengths (points m,
-// wrapped outputs K): 134 (256, 11), 269 (512, 25, the most below 300),
-// 1367 (2700, 33), 2087 (4096, 77), 4170 (8192, 147, the most below 8000)
-// and 8198 = 2*4099 (16384, 11); the real transforms of even n run the
-// half length (67 Rader, 4099 Bluestein with K = 5).
+// wrapped outputs K): 134 (256, 11), 269 (512, 25), 794 (1536, 51, the
+// most below 2000), 1367 (single 2700, 33; double 2880, none), 2078 (4096,
+// 59, the most below 3000) and 8198 = 2*4099 (17280, none); the real
+// transforms of even n run the half length (67 and 397 Rader, 1039 and
+// 4099 Bluestein).
 TEST(EngineBluestein, WrappedOutputsMatchNaiveDft) {
     const std::pair<K, int> kinds[] = {{K::C2C, -1}, {K::C2C, 1}, {K::R2C, -1}, {K::C2R, 1}};
     for (bool dbl : {true, false})
-        for (int64_t n : {134, 269, 1367, 2087, 4170, 8198})
+        for (int64_t n : {134, 269, 794, 1367, 2078, 8198})
             for (const auto &[kind, sign] : kinds)
                 ExpectMatches({.name = "kind " + std::to_string(int(kind)) + " sign " + std::to_string(sign) +
                                        (dbl ? " double" : " single") + " n=" + std::to_string(n),
