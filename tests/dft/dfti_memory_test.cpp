@@ -9,7 +9,7 @@
 #include <atomic>
 #include <vector>
 
-#include "dft/engine/fft1d.h"
+#include "engine_oracle.h"
 #include "include/orb_dfti.h"
 #include "service/memory.h"
 #include "service/serv.h"
@@ -145,7 +145,7 @@ TEST(DftiMemory, CommitFailuresLeaveNothing) {
 TEST(DftiMemory, ThreadedComputeSurvivesEachFailure) {
     if (!ShimInUse()) GTEST_SKIP() << "the library's allocator is linked";
     FailGuard guard;
-    orb::dft::SetFourStepFromForTesting(1 << 18);  // whatever the machine's caches
+    const orb::dft::test::FourStepFrom forced(1 << 18);  // whatever the machine's caches
     for (int32_t n : {1 << 18, 531441}) {
         DftiHandle h = nullptr;
         ASSERT_EQ(DftiCreateDescriptor_d_1d(&h, DftiValueComplex, n), 0);
@@ -173,7 +173,6 @@ TEST(DftiMemory, ThreadedComputeSurvivesEachFailure) {
         EXPECT_GE(completed_under_failure, 1) << n;  // the team's buffers fell back to one thread
         EXPECT_EQ(DftiFreeDescriptor(&h), 0);
     }
-    orb::dft::SetFourStepFromForTesting(0);
 }
 
 }  // namespace
