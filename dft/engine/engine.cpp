@@ -38,6 +38,7 @@ struct Pass {
     bool codelet_direct = false;  // a codelet runs the rows or columns where they lie
     bool real_codelet = false;    // a real pass whose codelet runs its rows where they lie
     bool split_codelet = false;   // a split codelet runs the rows or columns on the caller's parts
+    bool block_as_rows = false;   // a gathered block runs column by column, not interleaved
 };
 
 // Columns spanning more than this whose stride is a multiple of 4 KiB run
@@ -47,6 +48,15 @@ constexpr int64_t kCodeletDirectSpan = 256 * 1024;
 
 // Adjacent columns gathered together by a column pass.
 constexpr int64_t kColumnBlock = 8;
+
+// Strided double columns up to this size with a two-pass kernel run it one
+// gathered column at a time where a vector holds two complex doubles: in
+// process against the interleaved stages (AVX2+FMA, n x (n/2+1) columns of
+// the real 2-D transforms) 72 0.75, 100 0.85, 120 0.77, 128 0.82-0.92, 192
+// 0.87, 240 0.87, 256 0.77-0.87, 384 0.91 of the time (AVX alike); 480-512
+// 0.97-1.05, 768 and 1000 1.3x slower, one complex double a vector 1.0-1.1x
+// slower, single precision (four complex floats a vector) 1.2-1.4x slower.
+constexpr int64_t kBlockAsRowsMaxBytes = 6 * 1024;
 
 // Rows below this size run interleaved in blocks (vectorised across rows).
 // From it a block of rows and its copies outgrow the L2 cache: 100 double
@@ -265,6 +275,8 @@ bool BuildPasses(PlanT<T> &pl) {
                 const int64_t als = ls < 0 ? -ls : ls, alo = lo < 0 ? -lo : lo;
                 if (nl > 1 && als < ais && alo < aos && pm.n <= (int64_t(1) << 16))
                     pm.block = int(nl < kColumnBlock ? nl : kColumnBlock);
+                pm.block_as_rows = pm.block > 1 && sizeof(T) == 8 && pl.skern->lanes_d >= 2 &&
+                                   pl.c[i]->HasTwoPass() && row_bytes <= kBlockAsRowsMaxBytes;
             }
             const bool ssplit = (pm.src == kIn && pb.split_in) || (pm.src == kOut && pb.split_out);
             const bool dsplit = pm.dst == kOut && pb.split_out;
@@ -468,7 +480,7 @@ void RunColumns(const PlanT<T> &pl, int pi, const Side &src, bool ssplit, int64_
     // Element j of column c: at [j*nb + c] when interleaved (the stage
     // kernels vectorise across c), else [c*(n+2) + j] (a codelet takes the
     // gathered columns as rows).
-    const bool il = f->Interleavable() && !small;
+    const bool il = f->Interleavable() && !small && !p.block_as_rows;
     const int64_t sj = il ? nb : 1, sc = il ? 1 : n + 2;
     if (ssplit) {
         JoinParts<T>(*pl.skern, static_cast<const T *>(src.re) + soff, static_cast<const T *>(src.im) + soff, p.is,

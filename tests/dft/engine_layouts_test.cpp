@@ -52,6 +52,11 @@ std::vector<Case> LayoutCases() {
         // Columns 16 KiB (double) or 8 KiB (single) apart: the codelet runs
         // on a contiguous copy instead of in place.
         {.name = "c2c_codelet_aliased_columns", .dims = {64, 1024}, .in_place = true},
+        // Double columns of a two-pass length (AVX levels) gathered a block
+        // at a time and transformed one by one: 10 and 11 columns leave a
+        // short block after the first eight.
+        {.name = "c2r_2d_two_pass_columns", .kind = C2R, .sign = 1, .dims = {100, 18}, .scale = 0.5, .level = 7},
+        {.name = "c2c_2d_two_pass_columns_avx", .dims = {100, 11}, .pad = 1, .level = 6},
         {.name = "c2c_len1_dims", .dims = {1, 5, 1}, .batch = {1}},
         // Split storage on either side, in and out of place.
         {.name = "split_in", .dims = {64}, .batch = {2}, .split_in = true},
