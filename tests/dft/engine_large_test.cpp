@@ -102,6 +102,10 @@ const Sampled kSampled[] = {
     {6000, false, 1, 5}, {6000, false, 1, 6}, {6000, false, 1, 7}, {4968, false, 1, 5}, {4968, false, 1, 7},
     {8000, false, 1, 5}, {8000, false, 1, 6}, {8000, false, 1, 7}, {10000, false, 1, 5}, {10000, false, 2, 7},
     {10000, true, 1, 5}, {10000, true, 1, 6}, {10000, true, 2, 7}, {248832, true, 1, 7}, {248832, false, 1, 7},
+    // Powers of two from 2^14 on radix-4 stages (a radix-8 one first for an
+    // odd exponent), on every kernel build and shared over threads.
+    {1 << 14, true, 1, 5}, {1 << 14, false, 1, 6}, {1 << 15, true, 1, 7}, {1 << 15, false, 1, 5},
+    {1 << 16, false, 2, 7}, {1 << 17, true, 1, 6}, {1 << 17, false, 2, 7},
 };
 
 INSTANTIATE_TEST_SUITE_P(Lengths, EngineLargeLengths, ::testing::ValuesIn(kSampled),
