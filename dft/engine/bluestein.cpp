@@ -103,12 +103,16 @@ template <class T>
 void Fft1D<T>::ExecBluestein(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const {
     const int64_t n = n_, m = m_;
     const Cx<T> *c = chirp_;
-    Cx<T> *a = work, *b = work + m, *w = work + 2 * m;
+    // Both FFTs run in place in `a`, as Rader's do: one array less for the
+    // caches to hold (double 65539, 100003 and 262147 took 0.73-0.95 of
+    // the time of FFTs from a into a second array and back, shorter rows
+    // and single precision 0.96-1.0).
+    Cx<T> *a = work, *w = work + m;
     kern_->PointMul(in, c, a, n, T(1));
     memset(static_cast<void *>(a + n), 0, size_t(m - n) * sizeof(Cx<T>));
-    fwd_->Exec(a, b, w, T(1), nthreads);
-    kern_->PointMul(b, filter_, b, m, T(1));
-    bwd_->Exec(b, a, w, T(1), nthreads);
+    fwd_->Exec(a, a, w, T(1), nthreads);
+    kern_->PointMul(a, filter_, a, m, T(1));
+    bwd_->Exec(a, a, w, T(1), nthreads);
     // The wrapped outputs k = m-n+1+q (in is still intact: out is written
     // last): the products x[j] c[j] that wrapped, j <= q, times g_(q-j).
     // Both arrays run forward, the products are formed once, and the sums

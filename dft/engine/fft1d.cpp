@@ -551,11 +551,11 @@ template <class T>
 int64_t Fft1D<T>::WorkElems() const {
     if (four_) return n_ + FourStepBuffer();  // the middle array, then one member's buffers
     if (!blue_ && !rader_) return n_;
-    // Bluestein's convolution runs out of place over two arrays, Rader's in
-    // place in one; the FFTs' scratch then holds Bluestein's wrapped inputs
-    // in double (one element more for its alignment).
+    // Both convolutions run their FFTs in place in one array; the FFTs'
+    // scratch then holds Bluestein's wrapped inputs in double (one element
+    // more for its alignment).
     const int64_t wrap = (wrap_k_ * int64_t(sizeof(Cx<double>)) + int64_t(sizeof(Cx<T>)) - 1) / int64_t(sizeof(Cx<T>)) + 1;
-    return (rader_ ? 1 : 2) * m_ + std::max({fwd_->WorkElems(), bwd_->WorkElems(), blue_ ? wrap : int64_t(0)});
+    return m_ + std::max({fwd_->WorkElems(), bwd_->WorkElems(), blue_ ? wrap : int64_t(0)});
 }
 
 template <class T>
