@@ -102,42 +102,17 @@ constexpr bool StageOrdersMultiplyOut() {
 }
 static_assert(StageOrdersMultiplyOut(), "a stage order multiplies out to its length");
 
-// Powers of two from here run as radix-4 stages (one radix-8 stage first
-// for an odd exponent). Every stage reads its R legs n/R elements apart, a
-// multiple of 4 KiB at these lengths, so all R legs of a butterfly fall in
-// one set of the 8-way first-level cache: with R = 8 the set is full before
-// the stage's stores and twiddles arrive. Radix-4 stages take more passes
-// and measured faster all the same, in one process against the radix-8
-// orders, time ratios: AVX2+FMA double 16384 0.54-0.82, 32768 0.67-0.76,
-// 65536 0.78-0.94 (one run 1.05), 131072 0.70-0.78, 2^18 0.78, 2^19 0.97,
-// 2^20 0.95; single 16384 0.55-0.70, 32768 0.65-0.69, 65536 0.96-1.00,
-// 131072 0.75, 2^18-2^20 0.81-0.88; in place double 16384-131072
-// 0.70-0.92; AVX 0.60-0.98, the SSE2-class build 0.55-0.96. At 8192 the
-// radix-4 order was 1.23-1.35x slower in double (0.96-0.99 single), at
-// 4096 1.05-1.09x slower.
-constexpr int64_t kRadix4From = int64_t(1) << 14;
-
-// Whether n runs as kRadix4From's radix-4 stages.
-bool LongPowerOfTwo(int64_t n) { return n >= kRadix4From && (n & (n - 1)) == 0; }
-
 // Radices for n in stage order (elements of elem_bytes), or false if a
 // prime factor exceeds the largest butterfly (then Bluestein takes the
-// whole length).
-bool Factor(int64_t n, int *radix, int *count, int elem_bytes = 16) {
+// whole length). The rules before the radix-4 orders below; the
+// convolution-length model (StagePasses) still counts their passes.
+bool FactorMixed(int64_t n, int *radix, int *count, int elem_bytes) {
     for (const StageOrder &o : kStageOrders)
         if (o.n == n) {
             std::copy(o.radix, o.radix + o.count, radix);
             *count = o.count;
             return true;
         }
-    if (LongPowerOfTwo(n)) {
-        int e2 = 0, k = 0;
-        while ((int64_t(1) << e2) < n) ++e2;
-        if (e2 % 2 == 1) radix[k++] = 8, e2 -= 3;
-        for (; e2 > 0; e2 -= 2) radix[k++] = 4;
-        *count = k;
-        return true;
-    }
     const int64_t bytes = n * elem_bytes;
     int e2 = 0, e3 = 0, e5 = 0, k = 0;
     int other[kMaxStages], no = 0;
@@ -182,6 +157,53 @@ bool Factor(int64_t n, int *radix, int *count, int elem_bytes = 16) {
     }
     *count = k;
     return true;
+}
+
+// Lengths 2^e o (o = 1, 3, 5, 9, 15, ...: 3s and 5s only) with e >= 12 run
+// the odd part's stages first (a factor of two joined to the first, 6 or
+// 10, for an odd exponent left), then radix-4 stages: pure powers of two
+// from 16384 points, the others from 192 KiB of data. Every stage reads
+// its R legs n/R elements apart, a multiple of 4 KiB at these lengths, so
+// all R legs of a butterfly fall in one set of the 8-way first-level cache:
+// with R = 8 or 12 the set is full before the stage's stores and twiddles
+// arrive. The radix-4 orders take more passes and measured faster all the
+// same, in one process against the orders of the other rules, time ratios:
+// AVX2+FMA double 16384 0.54-0.82, 32768 0.67-0.76, 65536 0.78-0.94 (one
+// run 1.05), 131072 0.70-0.78, 2^18 0.78, 2^19 0.97, 2^20 0.95, 12288
+// 0.60-0.65, 24576 0.52-0.53, 49152 0.56-0.59, 98304 0.68-0.74, 20480
+// 0.57, 40960 and 81920 0.81-0.86, 36864 0.73-0.88; single 16384
+// 0.55-0.70, 32768 0.65-0.69, 65536 0.96-1.00, 131072 0.75, 2^18-2^20
+// 0.81-0.88, 24576 0.79-0.92, 49152 0.87-0.90; in place double
+// 16384-131072 0.70-0.92, 12288 and 49152 0.94-1.00; AVX 0.60-0.98, the
+// SSE2-class build 0.42-0.96. Below: double 8192 1.23-1.35x and single
+// 12288 1.16-1.71x slower, double 4096 1.05-1.09x.
+constexpr int64_t kRadix4PowerFrom = int64_t(1) << 14;
+constexpr int64_t kRadix4MixedBytes = 192 * 1024;
+
+bool RadixFourOrder(int64_t n, int elem_bytes, int *radix, int *count) {
+    int e2 = 0;
+    int64_t odd = n;
+    while (odd % 2 == 0) odd /= 2, ++e2;
+    if (e2 < 12 || (odd == 1 ? n < kRadix4PowerFrom : n * elem_bytes < kRadix4MixedBytes)) return false;
+    int small[kMaxStages], ns = 0;
+    for (int p : {3, 5})
+        while (odd % p == 0) small[ns++] = p, odd /= p;
+    if (odd != 1) return false;
+    int k = 0;
+    if (e2 % 2 == 1) {
+        // An odd exponent: one factor of two joins the first odd radix, or
+        // a radix-8 stage leads a pure power of two.
+        if (ns > 0) small[0] *= 2, e2 -= 1;
+        else radix[k++] = 8, e2 -= 3;
+    }
+    for (int i = 0; i < ns; ++i) radix[k++] = small[i];
+    for (; e2 > 0; e2 -= 2) radix[k++] = 4;
+    *count = k;
+    return true;
+}
+
+bool Factor(int64_t n, int *radix, int *count, int elem_bytes = 16) {
+    return RadixFourOrder(n, elem_bytes, radix, count) || FactorMixed(n, radix, count, elem_bytes);
 }
 
 // A prime n whose n-1 factors into the butterflies: Rader's convolution
@@ -254,19 +276,13 @@ constexpr int64_t kBlock = 128 / int64_t(2 * sizeof(T));
 }  // namespace
 
 int StagePasses(int64_t n, int elem_bytes) {
+    // The convolution-length model was fitted to these passes: a radix-4
+    // order takes no longer than the order it replaced, but at 16384 points
+    // still longer than 17280's four combined stages (77-103 against 60-83
+    // us, double), which its own stage count would have lost to 16384 for
+    // 8198.
     int radix[kMaxStages], count = 0;
-    if (!Factor(n, radix, &count, elem_bytes)) return 0;
-    // A long power of two counts the radix-8 passes it ran as before the
-    // radix-4 rule, which the convolution-length model was fitted to: its
-    // radix-4 stages take no longer, but at 16384 points still longer than
-    // 17280's four combined stages (77-103 against 60-83 us, double),
-    // which the honest count would have lost to 16384 for 8198.
-    if (LongPowerOfTwo(n)) {
-        int e2 = 0;
-        while ((int64_t(1) << e2) < n) ++e2;
-        return PowerOfTwoRadices(e2, radix);
-    }
-    return count;
+    return FactorMixed(n, radix, &count, elem_bytes) ? count : 0;
 }
 
 int64_t FourStepBytes() {

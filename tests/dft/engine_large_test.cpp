@@ -103,9 +103,13 @@ const Sampled kSampled[] = {
     {8000, false, 1, 5}, {8000, false, 1, 6}, {8000, false, 1, 7}, {10000, false, 1, 5}, {10000, false, 2, 7},
     {10000, true, 1, 5}, {10000, true, 1, 6}, {10000, true, 2, 7}, {248832, true, 1, 7}, {248832, false, 1, 7},
     // Powers of two from 2^14 on radix-4 stages (a radix-8 one first for an
-    // odd exponent), on every kernel build and shared over threads.
+    // odd exponent), on every kernel build and shared over threads; 2^e
+    // times 3s and 5s (e >= 12) with the odd stages first, a factor of two
+    // joined to the first for an odd e (6 or 10).
     {1 << 14, true, 1, 5}, {1 << 14, false, 1, 6}, {1 << 15, true, 1, 7}, {1 << 15, false, 1, 5},
     {1 << 16, false, 2, 7}, {1 << 17, true, 1, 6}, {1 << 17, false, 2, 7},
+    {3 << 12, true, 1, 5}, {3 << 13, false, 1, 6}, {3 << 14, true, 2, 7}, {5 << 13, false, 1, 7},
+    {5 << 14, true, 1, 6}, {9 << 12, true, 1, 7}, {15 << 12, false, 1, 5},
 };
 
 INSTANTIATE_TEST_SUITE_P(Lengths, EngineLargeLengths, ::testing::ValuesIn(kSampled),
