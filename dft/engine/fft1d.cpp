@@ -102,10 +102,10 @@ constexpr bool StageOrdersMultiplyOut() {
 }
 static_assert(StageOrdersMultiplyOut(), "a stage order multiplies out to its length");
 
-// Radices for n in stage order (elements of elem_bytes), or false if a
-// prime factor exceeds the largest butterfly (then Bluestein takes the
-// whole length). The rules before the radix-4 orders below; the
-// convolution-length model (StagePasses) still counts their passes.
+// Radices for n in stage order (elements of elem_bytes) by every rule but
+// the radix-4 orders below, or false if a prime factor exceeds the largest
+// butterfly (then Bluestein takes the whole length). The convolution-length
+// model (StagePasses) counts these passes.
 bool FactorMixed(int64_t n, int *radix, int *count, int elem_bytes) {
     for (const StageOrder &o : kStageOrders)
         if (o.n == n) {
@@ -202,6 +202,8 @@ bool RadixFourOrder(int64_t n, int elem_bytes, int *radix, int *count) {
     return true;
 }
 
+// Radices for n in stage order: a radix-4 order where one applies, else
+// FactorMixed's.
 bool Factor(int64_t n, int *radix, int *count, int elem_bytes = 16) {
     return RadixFourOrder(n, elem_bytes, radix, count) || FactorMixed(n, radix, count, elem_bytes);
 }

@@ -101,8 +101,9 @@ private:
 };
 
 // Passes of the plain stages for length n with elements of elem_bytes
-// bytes (the stage count the plan's rules give; a power of two from 16384
-// counts its radix-8 passes), 0 when a prime factor of n has no butterfly.
+// bytes (the stage count the plan's rules give; a length on radix-4 stages
+// counts the stages the other rules would give it), 0 when a prime factor
+// of n has no butterfly.
 int StagePasses(int64_t n, int elem_bytes);
 
 // Bytes of one side from which a length whose factors all have butterflies
