@@ -1,5 +1,5 @@
 // Cache sizes for the planners: argument 1 the first-level data cache,
-// argument 0 the largest cache, in bytes. Read once from the processor's
+// 2 the second-level cache, 0 the largest cache, in bytes. Read once from the processor's
 // deterministic cache leaves, with the operating system's figures as the
 // fallback, and kept for the process.
 #include <atomic>
@@ -24,7 +24,7 @@ namespace orb::dft {
 namespace {
 
 struct CacheSizes {
-    int64_t l1d = 0, largest = 0;
+    int64_t l1d = 0, l2 = 0, largest = 0;
 };
 
 #if defined(__i386__) || defined(__x86_64__)
@@ -43,6 +43,7 @@ void FromCpuidLeaf(unsigned leaf, CacheSizes *c) {
         int64_t line = (b & 0xFFFu) + 1, sets = int64_t(cx) + 1;
         int64_t size = ways * parts * line * sets;
         if (level == 1 && type == 1) c->l1d = size;
+        if (level == 2 && type != 2) c->l2 = size;
         if (type != 2 && size > c->largest) c->largest = size;
     }
 }
@@ -57,10 +58,11 @@ void FromAmdLegacyLeaves(CacheSizes *c) {
         __cpuid(0x80000005u, a, b, cx, d);
         c->l1d = int64_t(cx >> 24) * 1024;
     }
-    if (max >= 0x80000006u && c->largest <= 0) {
+    if (max >= 0x80000006u && (c->largest <= 0 || c->l2 <= 0)) {
         __cpuid(0x80000006u, a, b, cx, d);
         const int64_t l2 = int64_t(cx >> 16) * 1024, l3 = int64_t(d >> 18) * 512 * 1024;
-        c->largest = l3 > l2 ? l3 : l2;
+        if (c->largest <= 0) c->largest = l3 > l2 ? l3 : l2;
+        if (c->l2 <= 0) c->l2 = l2;
     }
 }
 #endif
@@ -79,6 +81,7 @@ void FromWindows(CacheSizes *c) {
         const int64_t size = int64_t(cd.Size);
         if (cd.Level == 1 && cd.Type != CacheInstruction && (cd.Type == CacheData || c->l1d <= 0))
             c->l1d = size;
+        if (cd.Level == 2 && cd.Type != CacheInstruction) c->l2 = size;
         if (cd.Type != CacheInstruction && size > c->largest) c->largest = size;
     }
 }
@@ -97,6 +100,7 @@ CacheSizes Detect() {
 #endif
 #if defined(__unix__) && defined(_SC_LEVEL1_DCACHE_SIZE)
     if (c.l1d <= 0) c.l1d = sysconf(_SC_LEVEL1_DCACHE_SIZE);
+    if (c.l2 <= 0) c.l2 = sysconf(_SC_LEVEL2_CACHE_SIZE);
     if (c.largest <= 0) {
         const int names[] = {_SC_LEVEL3_CACHE_SIZE, _SC_LEVEL2_CACHE_SIZE};
         for (int name : names) {
@@ -106,31 +110,35 @@ CacheSizes Detect() {
     }
 #endif
 #if defined(_WIN32)
-    if (c.l1d <= 0 || c.largest <= 0) {
+    if (c.l1d <= 0 || c.l2 <= 0 || c.largest <= 0) {
         CacheSizes os;
         FromWindows(&os);
         if (c.l1d <= 0) c.l1d = os.l1d;
+        if (c.l2 <= 0) c.l2 = os.l2;
         if (c.largest <= 0) c.largest = os.largest;
     }
 #endif
     if (c.l1d < 0) c.l1d = 0;
+    if (c.l2 < 0) c.l2 = 0;
     if (c.largest < c.l1d) c.largest = c.l1d;
     return c;
 }
 
 std::atomic<int64_t> g_l1d{-1};
+std::atomic<int64_t> g_l2{-1};
 std::atomic<int64_t> g_largest{-1};
 
 }  // namespace
 
 int64_t DftiCacheSize(int level) {
-    std::atomic<int64_t> &slot = level == 1 ? g_l1d : g_largest;
+    std::atomic<int64_t> &slot = level == 1 ? g_l1d : level == 2 ? g_l2 : g_largest;
     int64_t v = slot.load(std::memory_order_acquire);
     if (v >= 0) return v;
     ServLock();
     if (g_l1d.load(std::memory_order_relaxed) < 0) {
         CacheSizes c = Detect();
         g_largest.store(c.largest, std::memory_order_relaxed);
+        g_l2.store(c.l2, std::memory_order_relaxed);
         g_l1d.store(c.l1d, std::memory_order_release);
     }
     ServUnlock();

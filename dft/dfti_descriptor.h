@@ -174,7 +174,8 @@ extern const DftiPlanner DftiPlannerGeneral;
 // Out-of-cache test recorded by the general planner (dfti_large_problem.cpp);
 // c1/c2 are the cache sizes in bytes (before the minimums are applied).
 bool DftiIsLargeProblem(const DftiDescriptor *d, int64_t c1, int64_t c2);
-// Cache size in bytes: level 1 = first-level data cache, 0 = the largest.
+// Cache size in bytes: level 1 = first-level data cache, 2 = the
+// second-level cache (0 when unknown), 0 = the largest.
 int64_t DftiCacheSize(int level);
 
 // Status text and class (dfti_status.cpp).

@@ -251,15 +251,16 @@ bool BuildPasses(PlanT<T> &pl) {
         const Pass &p = pl.pass[i];
         const int sign = pb.kind == EngineKind::R2C ? -1 : pb.kind == EngineKind::C2R ? 1 : pb.sign;
         int64_t need;
+        int64_t pass_rows = 1;
+        for (int k = 0; k < p.nloop; ++k) pass_rows *= p.ln[k];
         if (p.kind == EngineKind::C2C) {
-            pl.c[i] = Fft1D<T>::Create(p.n, sign, *pl.kern);
+            pl.c[i] = Fft1D<T>::Create(p.n, sign, *pl.kern, pass_rows == 1);
             if (!pl.c[i]) return false;
             // Column passes: gather a few adjacent columns at once so that
             // every cache line read serves several transforms.
             Pass &pm = pl.pass[i];
             const int64_t row_bytes = pm.n * int64_t(sizeof(Cx<T>));
-            int64_t rows = 1;
-            for (int k = 0; k < pm.nloop; ++k) rows *= pm.ln[k];
+            const int64_t rows = pass_rows;
             // (Split storage keeps the blocks: it joins and splits whole blocks.)
             const bool rows_alone = pm.is == 1 && pm.os == 1 && !pb.split_in && !pb.split_out &&
                                     row_bytes >= kRowAloneMinBytes &&
@@ -327,7 +328,7 @@ bool BuildPasses(PlanT<T> &pl) {
                 pm.block = pm.nloop > 0 ? int(std::min<int64_t>(pm.ln[pm.nloop - 1], 1 << 20)) : 1;
                 need = 0;
             } else {
-                pl.r[i] = RealFft1D<T>::Create(p.n, sign, *pl.kern, *pl.rkern);
+                pl.r[i] = RealFft1D<T>::Create(p.n, sign, *pl.kern, *pl.rkern, pass_rows == 1);
                 if (!pl.r[i]) return false;
                 need = 2 * RowPitch(p.n) + pl.r[i]->WorkElems();
             }

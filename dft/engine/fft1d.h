@@ -19,8 +19,10 @@ namespace orb::dft {
 template <class T>
 class Fft1D {
 public:
-    // Null on allocation failure.
-    static Fft1D *Create(int64_t n, int sign, const StageKernels &kern);
+    // Null on allocation failure. lone_row: the plan runs this length as a
+    // single row (no batch), where some lengths take a kernel that rows
+    // streaming from memory in a batch would lose with.
+    static Fft1D *Create(int64_t n, int sign, const StageKernels &kern, bool lone_row = false);
     Fft1D() = default;  // made by Create only
     ~Fft1D();
 
@@ -52,7 +54,7 @@ public:
 
 private:
     bool BuildStages();
-    bool BuildTwoPass();
+    bool BuildTwoPass(bool lone_row);
     bool BuildBluestein();
     void ExecBluestein(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
     bool BuildRader();
@@ -111,6 +113,14 @@ int StagePasses(int64_t n, int elem_bytes);
 // (32 MiB when unknown). Below it the stages, whose passes stream from that
 // cache, measured 1.3-2.8x faster (double 2^18-2^19, single 2^18-2^20).
 int64_t FourStepBytes();
+// Second-level cache size the plans assume (DftiCacheSize(2) unless a test
+// set another); from 1 MiB lone rows of some lengths take the three-pass
+// or 64 x 64 kernels (fft1d.cpp).
+int64_t SecondLevelCacheBytes();
+// For tests: plans made afterwards assume `bytes` of second-level cache (0
+// restores the detected size).
+void SetSecondLevelCacheForTesting(int64_t bytes);
+
 // For tests: from n points on every such length runs four-step, whatever
 // its size in bytes (0 restores the cache rule). Plans made afterwards
 // follow it.
@@ -122,7 +132,9 @@ void SetFourStepFromForTesting(int64_t n);
 template <class T>
 class RealFft1D {
 public:
-    static RealFft1D *Create(int64_t n, int sign, const StageKernels &kern, const RealKernels &rkern);
+    // lone_row as for Fft1D::Create.
+    static RealFft1D *Create(int64_t n, int sign, const StageKernels &kern, const RealKernels &rkern,
+                             bool lone_row = false);
     RealFft1D() = default;  // made by Create only
     ~RealFft1D();
 

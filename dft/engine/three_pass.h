@@ -88,8 +88,11 @@ void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
 // close behind; as 6 x 16 x 16, and 768 as 6 x 16 x 8, 10-20% slower. At
 // 16384 none of 16 x 32 x 32, 32 x 16 x 32 and 32 x 32 x 16 beat the
 // stages.
+// The AVX2+FMA level also builds 4096 (8 x 32 x 16) and 8192 (8 x 32 x 32)
+// for lone rows where the second-level cache holds 1 MiB or more
+// (fft1d.cpp's LargeCacheSplit).
 #if ORB_KLEVEL >= 7
-#define ORB_DFT_THREE_PASS(X) X(16, 8, 8) X(8, 16, 16) X(24, 8, 8) X(12, 8, 8)
+#define ORB_DFT_THREE_PASS(X) X(16, 8, 8) X(8, 16, 16) X(24, 8, 8) X(12, 8, 8) X(8, 32, 16) X(8, 32, 32)
 #elif ORB_KLEVEL == 6
 #define ORB_DFT_THREE_PASS(X) X(24, 8, 8) X(12, 8, 8)
 #else

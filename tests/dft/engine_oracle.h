@@ -110,6 +110,16 @@ public:
     FourStepFrom &operator=(const FourStepFrom &) = delete;
 };
 
+// While it lives, plans made assume `bytes` of second-level cache, so that
+// the kernels each cache size selects run on any machine.
+class SecondLevelCache {
+public:
+    explicit SecondLevelCache(int64_t bytes) { SetSecondLevelCacheForTesting(bytes); }
+    ~SecondLevelCache() { SetSecondLevelCacheForTesting(0); }
+    SecondLevelCache(const SecondLevelCache &) = delete;
+    SecondLevelCache &operator=(const SecondLevelCache &) = delete;
+};
+
 }  // namespace orb::dft::test
 
 #endif
