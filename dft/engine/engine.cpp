@@ -76,9 +76,14 @@ constexpr int64_t kInterleaveMaxRowBytes = 32 * 1024;
 // 1024 0.51-0.66 of the time, single 1000 0.61, single 600 0.72-0.83 (up to
 // 800 rows), double 384 0.83; from about 4 MiB of rows streaming from
 // memory the blocks win (double 1024 x 256: blocks 1.2-1.5x faster, single
-// 600 x 1600 1.14x), as the copies read eight rows in order.
+// 600 x 1600 1.14x), as the copies read eight rows in order. Where the
+// second-level cache holds 1 MiB or more rows run alone at any batch size:
+// there (2 MiB of it) batches of 8-16 MiB streaming from memory took, one
+// row at a time against the blocks, double 1024 0.64-0.68, single 600-2000
+// 0.64-0.75 of the time, other lengths 0.99-1.02.
 constexpr int64_t kRowAloneMinBytes = 4 * 1024;
 constexpr int64_t kRowsAloneMaxBatchBytes = 2 * 1024 * 1024;
+constexpr int64_t kRowsAloneAnyBatchSecondLevel = 1024 * 1024;
 
 // A lone real row from this length runs faster as the half-length complex
 // codelet (vectorised inside the row) plus the vectorised pair step than
@@ -264,7 +269,8 @@ bool BuildPasses(PlanT<T> &pl) {
             // (Split storage keeps the blocks: it joins and splits whole blocks.)
             const bool rows_alone = pm.is == 1 && pm.os == 1 && !pb.split_in && !pb.split_out &&
                                     row_bytes >= kRowAloneMinBytes &&
-                                    rows * row_bytes <= kRowsAloneMaxBatchBytes;
+                                    (rows * row_bytes <= kRowsAloneMaxBatchBytes ||
+                                     SecondLevelCacheBytes() >= kRowsAloneAnyBatchSecondLevel);
             if (pm.nloop > 0 && pm.n > 1 && pl.c[i]->Interleavable() && !pl.c[i]->HasTwoPass() &&
                 row_bytes < kInterleaveMaxRowBytes && !rows_alone) {
                 // Short rows: several rows interleaved run as one vector

@@ -95,35 +95,38 @@ TEST(EngineLengths, CombinedMixedRadixOrdersMatchNaiveDft) {
                                    .level = level});
 }
 
-// Lone rows of 4096 and 8192 points (and real rows over them) take a
-// three-pass or 64 x 64 kernel where the second-level cache holds 1 MiB or
-// more, the stages below: out of place and in place at the level that
+// Where the second-level cache holds 1 MiB or more, lone rows of 4096 and
+// 8192 points (and real rows over them) take a three-pass or 64 x 64
+// kernel, the stages below: out of place and in place at the level that
 // builds those kernels, the stages at one that does not, in a batch and
-// with the smaller cache.
-TEST(EngineLengths, SecondLevelCacheSplitsMatchNaiveDft) {
+// with the smaller cache. Batches of rows beyond 2 MiB run one row at a
+// time there, in blocks of eight with the smaller cache (270 x 500).
+TEST(EngineLengths, SecondLevelCacheRulesMatchNaiveDft) {
     constexpr int64_t kLarge = int64_t(2) << 20, kSmall = int64_t(256) << 10;
     struct Row {
         EngineKind kind;
         int64_t n;
-        bool dbl, in_place, batched;
+        bool dbl, in_place;
+        int64_t batch;  // 0: a lone row
         int level;
         int64_t cache;
     };
     const Row rows[] = {
-        {EngineKind::C2C, 4096, true, false, false, 7, kLarge},  {EngineKind::C2C, 4096, true, true, false, 7, kLarge},
-        {EngineKind::C2C, 8192, true, false, false, 7, kLarge},  {EngineKind::C2C, 8192, true, true, false, 7, kLarge},
-        {EngineKind::C2C, 4096, false, false, false, 7, kLarge}, {EngineKind::C2C, 4096, false, true, false, 7, kLarge},
-        {EngineKind::R2C, 8192, true, false, false, 7, kLarge},  {EngineKind::C2C, 4096, true, false, true, 7, kLarge},
-        {EngineKind::C2C, 8192, true, false, false, 6, kLarge},  {EngineKind::C2C, 8192, true, false, false, 7, kSmall},
+        {EngineKind::C2C, 4096, true, false, 0, 7, kLarge},  {EngineKind::C2C, 4096, true, true, 0, 7, kLarge},
+        {EngineKind::C2C, 8192, true, false, 0, 7, kLarge},  {EngineKind::C2C, 8192, true, true, 0, 7, kLarge},
+        {EngineKind::C2C, 4096, false, false, 0, 7, kLarge}, {EngineKind::C2C, 4096, false, true, 0, 7, kLarge},
+        {EngineKind::R2C, 8192, true, false, 0, 7, kLarge},  {EngineKind::C2C, 4096, true, false, 2, 7, kLarge},
+        {EngineKind::C2C, 8192, true, false, 0, 6, kLarge},  {EngineKind::C2C, 8192, true, false, 0, 7, kSmall},
+        {EngineKind::C2C, 270, true, false, 500, 7, kLarge}, {EngineKind::C2C, 270, true, true, 500, 7, kSmall},
     };
     for (const Row &r : rows) {
         SecondLevelCache assumed(r.cache);
         ExpectMatches({.name = std::to_string(r.n) + (r.dbl ? " double" : " single") +
                                (r.kind == EngineKind::R2C ? " r2c" : "") + (r.in_place ? " in place" : "") +
-                               (r.batched ? " batch" : "") + " level " + std::to_string(r.level) + " cache " +
-                               std::to_string(r.cache >> 10) + " KiB",
+                               (r.batch ? " x " + std::to_string(r.batch) : "") + " level " +
+                               std::to_string(r.level) + " cache " + std::to_string(r.cache >> 10) + " KiB",
                        .kind = r.kind, .is_double = r.dbl, .sign = r.in_place ? 1 : -1, .dims = {r.n},
-                       .batch = r.batched ? std::vector<int64_t>{2} : std::vector<int64_t>{},
+                       .batch = r.batch ? std::vector<int64_t>{r.batch} : std::vector<int64_t>{},
                        .in_place = r.in_place, .scale = r.in_place ? 0.5 : 1.0, .level = r.level});
     }
 }
