@@ -305,8 +305,8 @@ std::vector<BenchCase> Cases() {
 
 int main(int argc, char **argv) {
     const char *filter = argc > 1 ? argv[1] : "";
-    // Half a second cut FFTW's search short at 2^20 and 1024 x 1024, where
-    // the plans it then kept ran 2-3x slower than those it finds in 5 s.
+    // Long enough for FFTW's search to finish at the largest sizes (2^20,
+    // 1024 x 1024), so that those ratios hold against its best plan.
     fftw_set_timelimit(5.0);
     fftwf_set_timelimit(5.0);
     printf("CpuLevel %d; ratios are FFTW time / engine time (FFTW single-threaded)\n", ServGetCpuLevel());
