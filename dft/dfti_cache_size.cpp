@@ -1,7 +1,7 @@
 // Cache sizes for the planners: argument 1 the first-level data cache,
-// 2 the second-level cache, 0 the largest cache, in bytes. Read once from the processor's
-// deterministic cache leaves, with the operating system's figures as the
-// fallback, and kept for the process.
+// 2 the second-level cache, 0 the largest cache, in bytes. Read once from
+// the processor's deterministic cache leaves, with the operating system's
+// figures as the fallback, and kept for the process.
 #include <atomic>
 
 #include "dft/dfti_descriptor.h"

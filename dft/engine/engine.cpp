@@ -80,7 +80,7 @@ constexpr int64_t kInterleaveMaxRowBytes = 32 * 1024;
 // second-level cache holds 1 MiB or more rows run alone at any batch size:
 // there (2 MiB of it) batches of 8-16 MiB streaming from memory took, one
 // row at a time against the blocks, double 1024 0.64-0.68, single 600-2000
-// 0.64-0.75 of the time, other lengths 0.99-1.02.
+// 0.64-0.75 of the time, other lengths 0.99-1.05.
 constexpr int64_t kRowAloneMinBytes = 4 * 1024;
 constexpr int64_t kRowsAloneMaxBatchBytes = 2 * 1024 * 1024;
 constexpr int64_t kRowsAloneAnyBatchSecondLevel = 1024 * 1024;

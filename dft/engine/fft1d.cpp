@@ -7,7 +7,6 @@
 #include <math.h>
 #include <omp.h>
 #include <string.h>
-#include <stdlib.h>
 
 #include <algorithm>
 #include <atomic>
@@ -276,9 +275,10 @@ const PassSplit *TwoPassSplits(int64_t n, bool single) {
 // Where the second-level cache holds 1 MiB or more, lone rows of these
 // lengths take a split the smaller cache lost with. In process against the
 // split or stages the other table gives (AVX2+FMA, 2 MiB second-level
-// cache, time ratios): double 4096 as 8 x 32 x 16 0.90 (in place 0.95),
-// 8192 as 8 x 32 x 32 0.92 (in place 1.00); single 4096 as 64 x 64 0.98
-// (in place 0.90). With 512 KiB, 8192 and single 4096 ran 1.2-2x slower
+// cache, time ratios): double 4096 as 8 x 32 x 16 0.83-0.90 (in place
+// 0.90-0.95), 8192 as 8 x 32 x 32 0.91-0.92 (in place 0.98-1.00); single
+// 4096 as 64 x 64 0.94-0.98 (in place 0.90-0.97); real R2C 8192 and 16384
+// over them 0.90-0.91. With 512 KiB, 8192 and single 4096 ran 1.2-2x slower
 // (double 4096 up to 8% faster); in batches, whose rows stream from
 // memory, double 4096 and 8192 ran 1.09-1.26x slower on either cache.
 constexpr int64_t kLargeSecondLevelBytes = int64_t(1) << 20;

@@ -4,6 +4,9 @@
 // and the out-of-cache test.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <fstream>
+#include <string>
 #include <vector>
 
 #include "dft/dfti_descriptor.h"
@@ -229,6 +232,30 @@ TEST(DftiPlanners, LargeProblemTest) {
         ASSERT_EQ(DftiCommitDescriptor(a.h), 0);
         EXPECT_EQ(DftiIsLargeProblem(a.h, 0, 0), r.large) << r.lengths.back();
     }
+}
+
+// The cache sizes the planners read against the operating system's own
+// records of this processor's caches (where it keeps them).
+TEST(DftiPlanners, CacheSizesMatchTheSystemRecords) {
+    int64_t sys_l1d = 0, sys_l2 = 0, sys_largest = 0;
+    for (int i = 0; i < 16; ++i) {
+        const std::string dir = "/sys/devices/system/cpu/cpu0/cache/index" + std::to_string(i) + "/";
+        std::ifstream level(dir + "level"), type(dir + "type"), size(dir + "size");
+        int lv = 0;
+        std::string ty, sz;
+        if (!(level >> lv) || !(type >> ty) || !(size >> sz)) break;
+        int64_t bytes = std::stoll(sz);
+        if (sz.back() == 'K') bytes <<= 10;
+        if (sz.back() == 'M') bytes <<= 20;
+        if (ty == "Instruction") continue;
+        if (lv == 1 && ty == "Data") sys_l1d = bytes;
+        if (lv == 2) sys_l2 = bytes;
+        sys_largest = std::max(sys_largest, bytes);
+    }
+    if (sys_l1d == 0 || sys_l2 == 0) GTEST_SKIP() << "no cache records from the system";
+    EXPECT_EQ(DftiCacheSize(1), sys_l1d);
+    EXPECT_EQ(DftiCacheSize(2), sys_l2);
+    EXPECT_EQ(DftiCacheSize(0), sys_largest);
 }
 
 }  // namespace

@@ -98,27 +98,25 @@ struct ApiOutcome {
 ApiOutcome RunApiCase(const ApiCase &c);
 void ExpectMatches(const ApiCase &c);
 
-// While it lives, plans made run every factorable length from n points as
-// four-step: the cache rule keeps lengths up to the largest cache on the
-// stages, and would leave the four-step passes untested on a machine with
-// a large one.
-class FourStepFrom {
+// A plan-rule override for tests, set while the object lives (0, the
+// machine's own rule, afterwards).
+template <void (*Set)(int64_t)>
+class RuleOverride {
 public:
-    explicit FourStepFrom(int64_t n) { SetFourStepFromForTesting(n); }
-    ~FourStepFrom() { SetFourStepFromForTesting(0); }
-    FourStepFrom(const FourStepFrom &) = delete;
-    FourStepFrom &operator=(const FourStepFrom &) = delete;
+    explicit RuleOverride(int64_t value) { Set(value); }
+    ~RuleOverride() { Set(0); }
+    RuleOverride(const RuleOverride &) = delete;
+    RuleOverride &operator=(const RuleOverride &) = delete;
 };
 
-// While it lives, plans made assume `bytes` of second-level cache, so that
-// the kernels each cache size selects run on any machine.
-class SecondLevelCache {
-public:
-    explicit SecondLevelCache(int64_t bytes) { SetSecondLevelCacheForTesting(bytes); }
-    ~SecondLevelCache() { SetSecondLevelCacheForTesting(0); }
-    SecondLevelCache(const SecondLevelCache &) = delete;
-    SecondLevelCache &operator=(const SecondLevelCache &) = delete;
-};
+// Plans run every factorable length from n points as four-step: the cache
+// rule keeps lengths up to the largest cache on the stages, and would
+// leave the four-step passes untested on a machine with a large one.
+using FourStepFrom = RuleOverride<SetFourStepFromForTesting>;
+
+// Plans assume this many bytes of second-level cache, so that the kernels
+// each cache size selects run on any machine.
+using SecondLevelCache = RuleOverride<SetSecondLevelCacheForTesting>;
 
 }  // namespace orb::dft::test
 
