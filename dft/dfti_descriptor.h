@@ -177,6 +177,8 @@ bool DftiIsLargeProblem(const DftiDescriptor *d, int64_t c1, int64_t c2);
 // Cache size in bytes: level 1 = first-level data cache, 2 = the
 // second-level cache (0 when unknown), 0 = the largest.
 int64_t DftiCacheSize(int level);
+// Ways of the first-level data cache (0 when unknown).
+int64_t DftiFirstLevelWays();
 
 // Status text and class (dfti_status.cpp).
 const char *DftiStatusText(int32_t status);

@@ -113,6 +113,13 @@ int StagePasses(int64_t n, int elem_bytes);
 // (32 MiB when unknown). Below it the stages, whose passes stream from that
 // cache, measured 1.3-2.8x faster (double 2^18-2^19, single 2^18-2^20).
 int64_t FourStepBytes();
+// Ways of the first-level data cache the plans assume
+// (DftiFirstLevelWays() unless a test set another); below 12 the long
+// powers of two, and 2^e times 3s and 5s, run radix-4 stages (fft1d.cpp).
+int64_t FirstLevelWays();
+// For tests: plans made afterwards assume `ways` (0 restores the detected
+// count).
+void SetFirstLevelWaysForTesting(int64_t ways);
 // Second-level cache size the plans assume (DftiCacheSize(2) unless a test
 // set another); from 1 MiB lone rows of some lengths take the three-pass
 // or 64 x 64 kernels (fft1d.cpp).

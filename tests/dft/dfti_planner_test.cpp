@@ -237,7 +237,7 @@ TEST(DftiPlanners, LargeProblemTest) {
 // The cache sizes the planners read against the operating system's own
 // records of this processor's caches (where it keeps them).
 TEST(DftiPlanners, CacheSizesMatchTheSystemRecords) {
-    int64_t sys_l1d = 0, sys_l2 = 0, sys_largest = 0;
+    int64_t sys_l1d = 0, sys_l2 = 0, sys_largest = 0, sys_l1d_ways = 0;
     for (int i = 0; i < 16; ++i) {
         const std::string dir = "/sys/devices/system/cpu/cpu0/cache/index" + std::to_string(i) + "/";
         std::ifstream level(dir + "level"), type(dir + "type"), size(dir + "size");
@@ -248,7 +248,11 @@ TEST(DftiPlanners, CacheSizesMatchTheSystemRecords) {
         if (sz.back() == 'K') bytes <<= 10;
         if (sz.back() == 'M') bytes <<= 20;
         if (ty == "Instruction") continue;
-        if (lv == 1 && ty == "Data") sys_l1d = bytes;
+        if (lv == 1 && ty == "Data") {
+            sys_l1d = bytes;
+            std::ifstream ways(dir + "ways_of_associativity");
+            if (!(ways >> sys_l1d_ways)) sys_l1d_ways = 0;
+        }
         if (lv == 2) sys_l2 = bytes;
         sys_largest = std::max(sys_largest, bytes);
     }
@@ -256,6 +260,7 @@ TEST(DftiPlanners, CacheSizesMatchTheSystemRecords) {
     EXPECT_EQ(DftiCacheSize(1), sys_l1d);
     EXPECT_EQ(DftiCacheSize(2), sys_l2);
     EXPECT_EQ(DftiCacheSize(0), sys_largest);
+    if (sys_l1d_ways > 0) EXPECT_EQ(DftiFirstLevelWays(), sys_l1d_ways);
 }
 
 }  // namespace

@@ -51,14 +51,17 @@ struct Sampled {
     int nthreads = 1;
     int level = 0;             // 0: the process's level
     bool four_step = false;    // four-step from 2^18 points, whatever the caches
+    int ways = 0;              // first-level ways the plan assumes (0: the machine's)
 };
 
 class EngineLargeLengths : public ::testing::TestWithParam<Sampled> {};
 
 TEST_P(EngineLargeLengths, SampledBinsMatchNaiveDft) {
-    const auto [n, dbl, nthreads, level, four_step] = GetParam();
+    const auto [n, dbl, nthreads, level, four_step, ways] = GetParam();
     std::optional<FourStepFrom> forced;
     if (four_step) forced.emplace(int64_t(1) << 18);
+    std::optional<FirstLevelWays> assumed;
+    if (ways) assumed.emplace(ways);
     const std::vector<LCx> x = RandomComplex(n, 77 + n);
     // The top bins are those Bluestein's convolution wraps, when it does.
     std::vector<int64_t> ks = {0, n - 3, n - 2, n - 1};
@@ -102,14 +105,19 @@ const Sampled kSampled[] = {
     {6000, false, 1, 5}, {6000, false, 1, 6}, {6000, false, 1, 7}, {4968, false, 1, 5}, {4968, false, 1, 7},
     {8000, false, 1, 5}, {8000, false, 1, 6}, {8000, false, 1, 7}, {10000, false, 1, 5}, {10000, false, 2, 7},
     {10000, true, 1, 5}, {10000, true, 1, 6}, {10000, true, 2, 7}, {248832, true, 1, 7}, {248832, false, 1, 7},
-    // Powers of two from 2^14 on radix-4 stages (a radix-8 one first for an
-    // odd exponent), on every kernel build and shared over threads; 2^e
-    // times 3s and 5s (e >= 12) with the odd stages first, a factor of two
-    // joined to the first for an odd e (6 or 10).
-    {1 << 14, true, 1, 5}, {1 << 14, false, 1, 6}, {1 << 15, true, 1, 7}, {1 << 15, false, 1, 5},
-    {1 << 16, false, 2, 7}, {1 << 17, true, 1, 6}, {1 << 17, false, 2, 7},
-    {3 << 12, true, 1, 5}, {3 << 13, false, 1, 6}, {3 << 14, true, 2, 7}, {5 << 13, false, 1, 7},
-    {5 << 14, true, 1, 6}, {9 << 12, true, 1, 7}, {15 << 12, false, 1, 5},
+    // Where the first-level cache has 8 ways, powers of two from 2^14 on
+    // radix-4 stages (a radix-8 one first for an odd exponent), on every
+    // kernel build and shared over threads; 2^e times 3s and 5s (e >= 12)
+    // with the odd stages first, a factor of two joined to the first for
+    // an odd e (6 or 10).
+    {1 << 14, true, 1, 5, false, 8}, {1 << 14, false, 1, 6, false, 8}, {1 << 15, true, 1, 7, false, 8},
+    {1 << 15, false, 1, 5, false, 8}, {1 << 16, false, 2, 7, false, 8}, {1 << 17, true, 1, 6, false, 8},
+    {1 << 17, false, 2, 7, false, 8}, {3 << 12, true, 1, 5, false, 8}, {3 << 13, false, 1, 6, false, 8},
+    {3 << 14, true, 2, 7, false, 8}, {5 << 13, false, 1, 7, false, 8}, {5 << 14, true, 1, 6, false, 8},
+    {9 << 12, true, 1, 7, false, 8}, {15 << 12, false, 1, 5, false, 8},
+    // With 12 ways the same lengths keep the other rules' orders.
+    {1 << 14, true, 1, 7, false, 12}, {1 << 15, false, 1, 6, false, 12}, {1 << 17, true, 2, 7, false, 12},
+    {3 << 13, true, 1, 7, false, 12}, {9 << 12, false, 1, 5, false, 12}, {15 << 12, true, 1, 7, false, 12},
 };
 
 INSTANTIATE_TEST_SUITE_P(Lengths, EngineLargeLengths, ::testing::ValuesIn(kSampled),
@@ -117,6 +125,7 @@ INSTANTIATE_TEST_SUITE_P(Lengths, EngineLargeLengths, ::testing::ValuesIn(kSampl
                              return std::to_string(info.param.n) + (info.param.is_double ? "_d" : "_s") +
                                     (info.param.nthreads > 1 ? "_threads" : "") +
                                     (info.param.four_step ? "_fourstep" : "") +
+                                    (info.param.ways ? "_ways" + std::to_string(info.param.ways) : "") +
                                     (info.param.level ? "_level" + std::to_string(info.param.level) : "");
                          });
 

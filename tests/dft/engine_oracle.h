@@ -118,6 +118,10 @@ using FourStepFrom = RuleOverride<SetFourStepFromForTesting>;
 // each cache size selects run on any machine.
 using SecondLevelCache = RuleOverride<SetSecondLevelCacheForTesting>;
 
+// Plans assume a first-level data cache of this many ways: 8 puts the long
+// powers of two on radix-4 stages, 12 and more on the other rules' orders.
+using FirstLevelWays = RuleOverride<SetFirstLevelWaysForTesting>;
+
 }  // namespace orb::dft::test
 
 #endif
