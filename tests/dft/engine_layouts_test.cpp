@@ -57,6 +57,13 @@ std::vector<Case> LayoutCases() {
         // short block after the first eight.
         {.name = "c2r_2d_two_pass_columns", .kind = C2R, .sign = 1, .dims = {100, 18}, .scale = 0.5, .level = 7},
         {.name = "c2c_2d_two_pass_columns_avx", .dims = {100, 11}, .pad = 1, .level = 6},
+        // Short columns gathered up to 64 at a time: 150 and 130 columns
+        // leave a short block after the full ones (interleaved stages, two-
+        // pass kernels one by one, split storage, a team of two).
+        {.name = "c2c_2d_wide_column_blocks", .sign = 1, .dims = {24, 150}, .pad = 1},
+        {.name = "c2r_2d_wide_two_pass_columns", .kind = C2R, .sign = 1, .dims = {100, 258}, .level = 7},
+        {.name = "split_2d_wide_column_blocks", .dims = {12, 150}, .split_in = true, .split_out = true},
+        {.name = "threads_2d_wide_column_blocks", .dims = {20, 200}, .in_place = true, .nthreads = 2},
         {.name = "c2c_len1_dims", .dims = {1, 5, 1}, .batch = {1}},
         // Split storage on either side, in and out of place.
         {.name = "split_in", .dims = {64}, .batch = {2}, .split_in = true},
