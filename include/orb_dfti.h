@@ -137,8 +137,9 @@
  *      half-length complex transform).
  *   A commit that changes planner drops the old plan first; a re-commit
  *   with the same planner keeps its record (and its rank-1 descriptors).
- *   The engine's rules also read the processor's caches (first-level,
- *   second-level and largest, as the processor reports them): one
+ *   The engine's rules also read the processor's caches (the sizes of
+ *   the first-level, second-level and largest caches and the ways of the
+ *   first-level data cache, as the processor reports them): one
  *   descriptor may run other kernels on another machine, with results
  *   that agree to rounding, not bit for bit.
  *
