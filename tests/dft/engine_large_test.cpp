@@ -60,7 +60,7 @@ TEST_P(EngineLargeLengths, SampledBinsMatchNaiveDft) {
     const auto [n, dbl, nthreads, level, four_step, ways] = GetParam();
     std::optional<FourStepFrom> forced;
     if (four_step) forced.emplace(int64_t(1) << 18);
-    std::optional<FirstLevelWays> assumed;
+    std::optional<FirstLevelCacheWays> assumed;
     if (ways) assumed.emplace(ways);
     const std::vector<LCx> x = RandomComplex(n, 77 + n);
     // The top bins are those Bluestein's convolution wraps, when it does.

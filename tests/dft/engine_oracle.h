@@ -120,7 +120,7 @@ using SecondLevelCache = RuleOverride<SetSecondLevelCacheForTesting>;
 
 // Plans assume a first-level data cache of this many ways: 8 puts the long
 // powers of two on radix-4 stages, 12 and more on the other rules' orders.
-using FirstLevelWays = RuleOverride<SetFirstLevelWaysForTesting>;
+using FirstLevelCacheWays = RuleOverride<SetFirstLevelWaysForTesting>;
 
 }  // namespace orb::dft::test
 
