@@ -48,13 +48,12 @@ constexpr int64_t kCodeletDirectSpan = 256 * 1024;
 
 // Adjacent columns gathered together by a column pass: at least 8, more
 // for short columns, up to 128 KiB of them or 64 columns. Each row of the
-// array then gives the gather a run of up to 1 KiB instead of 128 bytes,
-// which the processor's prefetchers follow; 8 columns of an outer
-// dimension are 128 bytes a page. In process against blocks of 8 (AVX2+FMA,
-// double, 2 MiB second-level cache), time ratios: 128^3 C2R 0.77-0.81,
-// complex 128^3 0.90, 256^2 C2R 0.87-0.90, complex 256^2 0.90, 64^3 C2R
-// 0.80-1.0 (noisy), 128^3 R2C 0.96; 1024-point columns keep 8 (1024^2
-// 0.98-1.02).
+// array then gives the gather a run of up to 1 KiB instead of 128 bytes
+// (for an outer dimension, each row another page). In process against
+// blocks of 8 (AVX2+FMA, double, 2 MiB second-level cache), time ratios:
+// 128^3 C2R 0.77-0.81, complex 128^3 0.90, 256^2 C2R 0.87-0.90, complex
+// 256^2 0.90, 64^3 C2R 0.80-1.0 (noisy), 128^3 R2C 0.96; 1024-point
+// columns keep 8 (1024^2 0.98-1.02).
 constexpr int64_t kColumnBlock = 8;
 constexpr int64_t kColumnBlockBytes = 128 * 1024;
 constexpr int64_t kColumnBlockMax = 64;
