@@ -38,7 +38,9 @@ void MergeBatchRows(DftiTable *t) {
         if (t->rows[i].n == 1) EraseRow(t, i);
     for (int32_t i = 0; i + 1 < t->count;) {
         DftiRow &a = t->rows[i], &b = t->rows[i + 1];
-        if (int64_t(b.is) == int64_t(a.is) * a.n && int64_t(b.os) == int64_t(a.os) * a.n) {
+        // A merged count past 2^31 - 1 would not fit the row: keep both.
+        const bool fits = int64_t(a.n) * b.n <= INT32_MAX;
+        if (fits && int64_t(b.is) == int64_t(a.is) * a.n && int64_t(b.os) == int64_t(a.os) * a.n) {
             a.n *= b.n;
             EraseRow(t, i + 1);
         } else {

@@ -210,6 +210,35 @@ TEST(DftiPlanners, SplitKindAndThreads) {
 }
 
 // The out-of-cache test against hand-worked answers of its rules.
+// Batch rows that continue each other merge into one run, unless the
+// merged count would pass 2^31 - 1 (it would wrap in the 32-bit row).
+TEST(DftiPlanners, BatchRowsMergeOnlyWhenTheCountFits) {
+    const struct {
+        const char *name;
+        std::vector<DftiRow> rows;
+        std::vector<DftiRow> merged;
+    } cases[] = {
+        {"contiguous runs", {{4, 64, 64}, {3, 256, 256}}, {{12, 64, 64}}},
+        {"gap between runs", {{4, 64, 64}, {3, 300, 256}}, {{4, 64, 64}, {3, 300, 256}}},
+        {"unit rows dropped", {{1, 5, 5}, {7, 8, 8}, {1, 9, 9}}, {{7, 8, 8}}},
+        {"count at the limit", {{32768, 1, 1}, {65535, 32768, 32768}}, {{2147450880, 1, 1}}},
+        {"count past the limit", {{46341, 1, 1}, {46341, 46341, 46341}}, {{46341, 1, 1}, {46341, 46341, 46341}}},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        std::vector<DftiRow> rows = c.rows;
+        DftiRow dim{8, 1, 1};
+        DftiTable dims{1, 1, &dim}, batch{int32_t(rows.size()), int32_t(rows.size()), rows.data()};
+        DftiNormaliseTables(&dims, &batch);
+        ASSERT_EQ(batch.count, int32_t(c.merged.size()));
+        for (size_t i = 0; i < c.merged.size(); ++i) {
+            EXPECT_EQ(rows[i].n, c.merged[i].n) << i;
+            EXPECT_EQ(rows[i].is, c.merged[i].is) << i;
+            EXPECT_EQ(rows[i].os, c.merged[i].os) << i;
+        }
+    }
+}
+
 TEST(DftiPlanners, LargeProblemTest) {
     // Cache sizes 0: the test's floors apply (C1 = 32 KiB, C2 = 1 MiB).
     struct Row { std::vector<int32_t> lengths; bool large; };
