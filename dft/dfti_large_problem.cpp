@@ -22,11 +22,13 @@ bool DftiIsLargeProblem(const DftiDescriptor *d, int64_t c1, int64_t c2) {
     int64_t b = 16 * n;  // bytes of one complex double row
     if (d->work_rank <= 1) {
         // Decided on the n-by-n square a length-n transform factors into.
-        if (n * b > c2) return true;
+        // n * b > c2, without the product (n may reach 2^31 - 1).
+        if (b > c2 / n) return true;
     } else {
         for (int32_t i = 1; i < d->work_rank; ++i) {
-            b *= d->work_dims.rows[i].n;
-            if (b > c2) return true;
+            const int64_t len = d->work_dims.rows[i].n;
+            if (b > c2 / len) return true;
+            b *= len;
         }
     }
     if (b < c1) return false;

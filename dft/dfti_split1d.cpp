@@ -1,6 +1,8 @@
 // The split-storage one-dimensional plan: kernel kind by length, blocking
 // numbers, and compute entries that hand their batches to the service hook
 // table's parallel loop (straight-line kind) or to the engine (general kind).
+#include <initializer_list>
+
 #include "dft/dfti_plan.h"
 
 namespace orb::dft {
@@ -116,9 +118,11 @@ void DftiInstallSplitKernelEntries(DftiDescriptor *d) {
 }
 
 int32_t DftiLoopThreads(const DftiDescriptor *d, int32_t threads) {
+    // The product stops growing at the threshold: seven lengths and their
+    // batch counts could pass 2^63.
     int64_t points = 1;
-    for (int32_t i = 0; i < d->work_dims.count; ++i) points *= d->work_dims.rows[i].n;
-    for (int32_t i = 0; i < d->work_transforms.count; ++i) points *= d->work_transforms.rows[i].n;
+    for (const DftiTable *t : {&d->work_dims, &d->work_transforms})
+        for (int32_t i = 0; i < t->count && points < kDftiParallelMinPoints; ++i) points *= t->rows[i].n;
     return points < kDftiParallelMinPoints ? 1 : threads;
 }
 

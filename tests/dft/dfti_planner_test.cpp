@@ -265,6 +265,32 @@ TEST(DftiPlanners, LargeProblemTest) {
 
 // The cache sizes the planners read against the operating system's own
 // records of this processor's caches (where it keeps them).
+// Lengths near 2^31 and large cache arguments: the working-set products
+// pass 2^63 unless the test divides instead (a wrapped product read as
+// small and called the transform cache-resident).
+TEST(DftiPlanners, LargeProblemTestWithoutWrappedProducts) {
+    const struct {
+        std::vector<int32_t> dims;  // row 0 first
+        int64_t c2;
+        bool large;
+    } rows[] = {
+        {{INT32_MAX}, 0, true},
+        {{1 << 30}, 0, true},
+        {{1 << 20, 1 << 20, 1 << 20}, int64_t(1) << 62, true},
+        {{1 << 20, 1 << 20}, int64_t(1) << 62, true},  // B = 2^44 >= 4 C1
+        {{16, 16}, int64_t(1) << 62, false},
+    };
+    for (const auto &r : rows) {
+        std::vector<DftiRow> dims;
+        for (int32_t n : r.dims) dims.push_back({n, 1, 1});
+        DftiDescriptor d{};
+        d.work_rank = int32_t(dims.size());
+        d.work_n = dims[0].n;
+        d.work_dims = DftiTable{int32_t(dims.size()), int32_t(dims.size()), dims.data()};
+        EXPECT_EQ(DftiIsLargeProblem(&d, 0, r.c2), r.large) << r.dims.size() << " dims from " << r.dims[0];
+    }
+}
+
 TEST(DftiPlanners, CacheSizesMatchTheSystemRecords) {
     int64_t sys_l1d = 0, sys_l2 = 0, sys_largest = 0, sys_l1d_ways = 0;
     for (int i = 0; i < 16; ++i) {
