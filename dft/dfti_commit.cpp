@@ -1,6 +1,7 @@
 // Commit: working copies of the dimension and transform tables, their
 // normalisation, scales and thread count, then the ordered planner list.
 #include <cstdint>
+#include <initializer_list>
 
 #include "dft/dfti_descriptor.h"
 
@@ -70,6 +71,21 @@ bool HasWrappedDefaultStride(const DftiTable &dims, bool in_place) {
     return false;
 }
 
+// No memory holds 2^56 elements; past that the plans' size products
+// (points times element bytes, slabs times slab bytes) could pass 2^63.
+constexpr int64_t kMaxPoints = int64_t(1) << 56;
+
+bool HasTooManyPoints(const DftiTable &dims, const DftiTable &transforms) {
+    int64_t points = 1;
+    for (const DftiTable *t : {&dims, &transforms})
+        for (int32_t i = 0; i < t->count; ++i) {
+            const int64_t n = t->rows[i].n;
+            if (n > 0 && points > kMaxPoints / n) return true;
+            points *= n > 0 ? n : 1;
+        }
+    return false;
+}
+
 }  // namespace
 
 void DftiNormaliseTables(DftiTable *dims, DftiTable *transforms) {
@@ -81,6 +97,7 @@ void DftiNormaliseTables(DftiTable *dims, DftiTable *transforms) {
 int32_t DftiCommitOp(DftiDescriptor *d) {
     const bool in_place = d->placement == DftiValuePlacement43 && d->domain == DftiValueComplex;
     if (HasWrappedDefaultStride(d->dims, in_place)) return DftiStatusLengthOverflow;
+    if (HasTooManyPoints(d->dims, d->transforms)) return DftiStatusLengthOverflow;
     if (int32_t s = CopyTable(d->dims, &d->work_dims, in_place)) return s;
     if (int32_t s = CopyTable(d->transforms, &d->work_transforms, in_place)) return s;
     if (d->domain == DftiValueComplex) DftiNormaliseTables(&d->work_dims, &d->work_transforms);

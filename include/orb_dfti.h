@@ -107,7 +107,9 @@
  *   commit that finds a stride still holding its wrapped default returns
  *   DftiStatusLengthOverflow; set the strides explicitly (any 32-bit
  *   strides that keep the elements apart are accepted) to describe such a
- *   layout.
+ *   layout. A problem of more than 2^56 points (the lengths times the
+ *   number of transforms) cannot lie in any memory; its commit also
+ *   returns DftiStatusLengthOverflow.
  *
  * Plans
  *   Commit offers the descriptor to five planners in order; the first that

@@ -88,6 +88,29 @@ TEST(Oversize, WrappedDefaultStridesAreRefused) {
     }
 }
 
+// Lengths and a transform count whose product passes 2^56 points: commit
+// refuses them with the length status before any plan multiplies sizes
+// (slabs times slab bytes, points times element bytes) past 2^63. At
+// exactly 2^56 the rule does not apply.
+TEST(Oversize, PointsPastTheAddressableTotal) {
+    const struct {
+        int32_t count;
+        bool refused;
+    } cases[] = {{1 << 27, true}, {INT32_MAX, true}, {1 << 26, false}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.count);
+        const uint64_t before = BytesHeld();
+        const int32_t len[2] = {32768, 32768};
+        DftiHandle h = nullptr;
+        ASSERT_EQ(DftiCreateDescriptor(&h, DftiValueDouble, DftiValueComplex, 2, len), DftiStatusNoError);
+        ASSERT_EQ(DftiSetValue(h, DftiParamPlacement, DftiValuePlacement44), DftiStatusNoError);
+        ASSERT_EQ(DftiSetValue(h, DftiParamTransformCount, c.count), DftiStatusNoError);
+        ASSERT_EQ(DftiSetValue(h, DftiParamInputDistance, 1), DftiStatusNoError);
+        ASSERT_EQ(DftiSetValue(h, DftiParamOutputDistance, 1), DftiStatusNoError);
+        EXPECT_EQ(CommitChecked(h, before) == DftiStatusLengthOverflow, c.refused);
+    }
+}
+
 // Data fitting: tables and scratch whose bytes exceed 32 bits.
 TEST(Oversize, DataFittingCounts) {
     const double x[2] = {0, 1}, y[2] = {0, 1};
