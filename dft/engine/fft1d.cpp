@@ -16,6 +16,7 @@
 #include "dft/dfti_descriptor.h"
 #include "dft/engine/engine_memory.h"
 #include "dft/engine/power_table.h"
+#include "dft/engine/team_run.h"
 
 namespace orb::dft {
 
@@ -363,6 +364,8 @@ Fft1D<T> *Fft1D<T>::Create(int64_t n, int sign, const StageKernels &kern, bool l
         for (int64_t d = 2; d * d <= n; ++d)
             if (n % d == 0) n1 = d;
         ok = n1 >= 16 ? f->BuildFourStep(n1) : f->BuildStages();
+    } else if (const int64_t r = lone_row ? CacheSplitRadix<T>(n, kern) : 0; r > 0) {
+        ok = f->BuildCacheSplit(r);
     } else {
         ok = f->BuildStages();
         // The stages stay for interleaved batches; single rows take the codelet.
@@ -483,26 +486,6 @@ bool Fft1D<T>::BuildFourStep(int64_t n1) {
     return true;
 }
 
-// Runs body(buffer, id, members) once per member of a team of nthreads,
-// each with `per` elements of its own. The team's buffers are had before
-// the region opens: a member that left early for want of memory would
-// hang the others at the barrier. Without them, or with one thread, the
-// call runs serially in `own` (the caller's scratch).
-template <class T, class Body>
-void RunFourStepTeam(int nthreads, int64_t per, Cx<T> *own, Body body) {
-    Cx<T> *team = nthreads > 1 ? MemArray<Cx<T>>(per * nthreads) : nullptr;
-    if (!team) {
-        body(own, 0, 1);
-        return;
-    }
-#pragma omp parallel num_threads(nthreads)
-    {
-        const int id = omp_get_thread_num();
-        body(team + id * per, id, omp_get_num_threads());
-    }
-    MemFree(team);
-}
-
 // Elements one member of the four-step team works in (either path).
 template <class T>
 int64_t Fft1D<T>::FourStepBuffer() const {
@@ -555,7 +538,7 @@ __attribute__((noinline)) void Fft1D<T>::ExecFourStep(const Cx<T> *in, Cx<T> *ou
             }
         }
     };
-    RunFourStepTeam(nthreads, FourStepBuffer(), tmp + n_, body);
+    RunTeam<T>(nthreads, FourStepBuffer(), tmp + n_, body);
 }
 
 // Four-step with both FFT passes run as B interleaved transforms at once
@@ -603,7 +586,7 @@ __attribute__((noinline)) void Fft1D<T>::ExecFourStepBlocked(const Cx<T> *in, Cx
             for (int64_t k2 = 0; k2 < n2; ++k2) memcpy(out + g * B + n1 * k2, b + k2 * B, B * sizeof(Cx<T>));
         }
     };
-    RunFourStepTeam(nthreads, FourStepBuffer(), tmp + n_, body);
+    RunTeam<T>(nthreads, FourStepBuffer(), tmp + n_, body);
 }
 
 template <class T>
@@ -618,6 +601,8 @@ Fft1D<T>::~Fft1D() {
     if (bwd_) MemDelete(bwd_);
     if (f1_) MemDelete(f1_);
     if (f2_) MemDelete(f2_);
+    if (split_sub_) MemDelete(split_sub_);
+    MemFree(split_tw_);
     MemFree(tw4_);
     MemFree(tw2_);
 }
@@ -625,6 +610,7 @@ Fft1D<T>::~Fft1D() {
 template <class T>
 int64_t Fft1D<T>::WorkElems() const {
     if (four_) return n_ + FourStepBuffer();  // the middle array, then one member's buffers
+    if (split_sub_) return n_ + CacheSplitMember();  // the transposed rows, then one member's scratch
     if (!blue_ && !rader_) return n_;
     // Both convolutions run their FFTs in place in one array; the FFTs'
     // scratch then holds Bluestein's wrapped inputs in double (one element
@@ -651,6 +637,10 @@ void Fft1D<T>::Exec(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthre
     }
     if (four_) {
         ExecFourStep(in, out, work, scale, nthreads);
+        return;
+    }
+    if (split_sub_) {
+        ExecCacheSplit(in, out, work, scale, nthreads);
         return;
     }
     if (rader_) {

@@ -2,7 +2,9 @@
 // length and the real-to-complex / complex-to-real transforms built on it.
 // Lengths whose prime factors all have butterflies run as mixed-radix
 // Stockham stages (four-step beyond the caches; a few lengths up to 4096 as
-// two or three passes of codelet bodies, two_pass.h and three_pass.h); a
+// two or three passes of codelet bodies, two_pass.h and three_pass.h; lone
+// rows beyond the second-level cache split into rows that fit it,
+// fft1d_cache_split.cpp); a
 // prime p too large for a butterfly runs as Rader's cyclic convolution of
 // length p-1 when p-1 factors into the butterflies (rader.cpp); any other
 // length as Bluestein's chirp convolution on a smooth length (bluestein.cpp).
@@ -34,7 +36,7 @@ public:
     // Straight-line whole transform for this length, or null.
     SmallFn<T> Small() const { return small_; }
     // Whether ExecInterleaved is available (plain mixed-radix stages).
-    bool Interleavable() const { return !four_ && !blue_ && !rader_; }
+    bool Interleavable() const { return !four_ && !blue_ && !rader_ && !split_sub_; }
     // Whether a single row runs a two-pass kernel wherever it lies (in
     // place included). The three-pass kernels (n2 split again, above the
     // 64-point codelets) are not counted: their first pass reads the row
@@ -64,6 +66,10 @@ private:
     void ExecFourStepBlocked(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
     // Elements one thread of a four-step call works in.
     int64_t FourStepBuffer() const;
+    bool BuildCacheSplit(int64_t r);
+    // Elements one thread of a cache-split call works in.
+    int64_t CacheSplitMember() const;
+    void ExecCacheSplit(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
 
     int64_t n_ = 0;
     int sign_ = -1;
@@ -100,7 +106,22 @@ private:
     TwoPassFn<T> two_ = nullptr;
     bool two_out_of_place_only_ = false;  // in place the stages run
     Cx<T> *tw2_ = nullptr;
+    // Lone rows beyond the second-level cache as n = r * m
+    // (fft1d_cache_split.cpp): rows of split_m_ points (split_sub_), then
+    // the twiddled radix-r pass split_fn_ over w_n^(j k) at
+    // split_tw_[j m + k].
+    int64_t split_r_ = 0, split_m_ = 0;
+    Fft1D *split_sub_ = nullptr;
+    TwiddleColumnsFn<T> split_fn_ = nullptr;
+    Cx<T> *split_tw_ = nullptr;
 };
+
+// The radix r of the cache split for a lone row of n points, 0 where the
+// row keeps the other rules' plan: its input and output together fit the
+// second-level cache, or no radix with a kernel divides it into rows of a
+// multiple of 8 points.
+template <class T>
+int64_t CacheSplitRadix(int64_t n, const StageKernels &kern);
 
 // Passes of the plain stages for length n with elements of elem_bytes
 // bytes (the stage count the plan's rules give; a length on radix-4 stages

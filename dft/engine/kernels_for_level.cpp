@@ -7,7 +7,8 @@ namespace orb::dft {
 #define ORB_DFT_KERNEL_SET(lvl) constexpr StageKernels kSet_##lvl{&k_##lvl::ExecStagesD, &k_##lvl::ExecStagesF, \
                                         &k_##lvl::SmallCodeletD, &k_##lvl::SmallCodeletF, \
                                         &k_##lvl::TwoPassD, &k_##lvl::TwoPassF, \
-                                        &k_##lvl::PointMulD, &k_##lvl::PointMulF};
+                                        &k_##lvl::PointMulD, &k_##lvl::PointMulF, \
+                                        &k_##lvl::TwiddleColumnsD, &k_##lvl::TwiddleColumnsF};
 ORB_DFT_KERNEL_LEVELS(ORB_DFT_KERNEL_SET)
 #undef ORB_DFT_KERNEL_SET
 

@@ -20,6 +20,8 @@
 // three_pass.h with n2 split again); null for pairs without a kernel.
 // PointMul* is y[j] = x[j] * w[j] * scale for j < n (y may equal x), the
 // pointwise passes of the convolution algorithms.
+// TwiddleColumns* is the last pass of a row split as n = r * m
+// (twiddle_columns.cpp); null for radices without one.
 #define ORB_DFT_STAGE_DECLS                                                                 \
     void ExecStagesD(const StagePlan<double> &pl, const Cx<double> *in, Cx<double> *out,    \
                      Cx<double> *work, double scale, int nthreads, int64_t vb);                         \
@@ -30,7 +32,9 @@
     TwoPassFn<double> TwoPassD(int64_t n1, int64_t n2, int sign);                           \
     TwoPassFn<float> TwoPassF(int64_t n1, int64_t n2, int sign);                            \
     void PointMulD(const Cx<double> *x, const Cx<double> *w, Cx<double> *y, int64_t n, double scale); \
-    void PointMulF(const Cx<float> *x, const Cx<float> *w, Cx<float> *y, int64_t n, float scale);
+    void PointMulF(const Cx<float> *x, const Cx<float> *w, Cx<float> *y, int64_t n, float scale); \
+    TwiddleColumnsFn<double> TwiddleColumnsD(int64_t r, int sign);                          \
+    TwiddleColumnsFn<float> TwiddleColumnsF(int64_t r, int sign);
 
 namespace orb::dft {
 
@@ -40,6 +44,12 @@ using SmallFn = void (*)(const Cx<T> *x, Cx<T> *y, T scale, int64_t rows, int64_
 // y = scale * DFT(x) with x == y allowed; tw and work as two_pass.h says.
 template <class T>
 using TwoPassFn = void (*)(const Cx<T> *x, Cx<T> *y, Cx<T> *work, const Cx<T> *tw, T scale);
+// For columns k2 in [k0, k1) of y (r rows of m), out[k2 + m k] = scale *
+// sum_j y[j m + k2] w_n^(j k2) w_r^(j k) with n = r m and w_n^(j k2) at
+// tw[j m + k2]; out may equal y; k0, k1 and m multiples of 8.
+template <class T>
+using TwiddleColumnsFn = void (*)(const Cx<T> *y, Cx<T> *out, const Cx<T> *tw, int64_t m, int64_t k0, int64_t k1,
+                                  T scale);
 // Twiddle layout of the two-pass kernels of n points of T: w_n^(j1 k2) =
 // c + i s interleaved from 16 KiB of data (n entries), below that as
 // {c, c} and {s, s} in two tables of n (the multiply then shuffles only
@@ -72,6 +82,8 @@ struct StageKernels {
     decltype(&k_sse2::TwoPassF) two_pass_f;
     decltype(&k_sse2::PointMulD) point_mul_d;
     decltype(&k_sse2::PointMulF) point_mul_f;
+    decltype(&k_sse2::TwiddleColumnsD) twiddle_columns_d;
+    decltype(&k_sse2::TwiddleColumnsF) twiddle_columns_f;
 
     template <class T>
     void PointMul(const Cx<T> *x, const Cx<T> *w, Cx<T> *y, int64_t n, T scale) const {

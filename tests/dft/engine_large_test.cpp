@@ -62,6 +62,10 @@ TEST_P(EngineLargeLengths, SampledBinsMatchNaiveDft) {
     if (four_step) forced.emplace(int64_t(1) << 18);
     std::optional<FirstLevelCacheWays> assumed;
     if (ways) assumed.emplace(ways);
+    // The rows on stage orders stay on the stages where a lone row would
+    // take the split for the second-level cache (engine_cache_split_test).
+    std::optional<SecondLevelCache> stages;
+    if (ways) stages.emplace(int64_t(1) << 30);
     const std::vector<LCx> x = RandomComplex(n, 77 + n);
     // The top bins are those Bluestein's convolution wraps, when it does.
     std::vector<int64_t> ks = {0, n - 3, n - 2, n - 1};

@@ -1,0 +1,93 @@
+// Lone rows split for the second-level cache (n = r x m: transpose, rows of
+// m, twiddled radix-r columns): with the cache assumed small, moderate
+// lengths take the split on every kernel build. Each result is checked
+// whole against the same transform on the stages (the cache assumed
+// large), and at sampled bins against the naive long-double DFT.
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "dft/engine/engine_internal.h"
+#include "engine_oracle.h"
+
+namespace orb::dft::test {
+namespace {
+
+struct SplitCase {
+    int64_t n;
+    bool is_double;
+    int level;
+    int nthreads = 1;
+    bool in_place = false;
+    int sign = -1;
+    double scale = 1.0;
+};
+
+// The transform of x through a plan made while the second-level cache is
+// assumed to hold l2 bytes.
+template <class T>
+std::vector<LCx> Run(const SplitCase &c, const std::vector<LCx> &x, int64_t l2) {
+    SecondLevelCache assumed(l2);
+    EngineProblem p;
+    p.is_double = sizeof(T) == 8, p.sign = c.sign, p.dims[0] = {c.n, 1, 1};
+    p.nthreads = c.nthreads, p.scale = c.scale;
+    std::vector<T> in(2 * c.n), out(2 * c.n, T(-7));
+    for (int64_t i = 0; i < c.n; ++i) in[2 * i] = T(x[i].real()), in[2 * i + 1] = T(x[i].imag());
+    int status = -1;
+    EnginePlan *plan = EnginePlanCreateForLevel(p, c.level, &status);
+    EXPECT_EQ(status, EngineOk);
+    std::vector<LCx> y;
+    if (!plan) return y;
+    T *dst = c.in_place ? in.data() : out.data();
+    EXPECT_EQ(EngineExecute(plan, in.data(), nullptr, dst, nullptr), EngineOk);
+    EnginePlanDestroy(plan);
+    for (int64_t k = 0; k < c.n; ++k) y.push_back({dst[2 * k], dst[2 * k + 1]});
+    return y;
+}
+
+class EngineCacheSplit : public ::testing::TestWithParam<SplitCase> {};
+
+TEST_P(EngineCacheSplit, MatchesStagesAndNaiveBins) {
+    const SplitCase c = GetParam();
+    const std::vector<LCx> x = RandomComplex(c.n, 31 + c.n);
+    // 256 KiB: every case's input and output together outgrow it, so the
+    // split runs; 1 GiB keeps the stages.
+    constexpr int64_t kSmall = int64_t(256) << 10, kLarge = int64_t(1) << 30;
+    const std::vector<LCx> split = c.is_double ? Run<double>(c, x, kSmall) : Run<float>(c, x, kSmall);
+    const std::vector<LCx> stages = c.is_double ? Run<double>(c, x, kLarge) : Run<float>(c, x, kLarge);
+    ASSERT_EQ(split.size(), size_t(c.n));
+    ASSERT_EQ(stages.size(), size_t(c.n));
+    EXPECT_LE(RelRms(split, stages), 2 * Tolerance(c.is_double, c.n));
+    // Bins in the first and last column block of every row.
+    std::vector<int64_t> ks = {0, 1, 7, 8, c.n / 2, c.n - 1};
+    for (int b = 0; b < 10; ++b) ks.push_back((b * 2654435761ll + 777) % c.n);
+    std::vector<LCx> got, ref = NaiveBins(x, ks, c.sign);
+    for (LCx &v : ref) v *= c.scale;
+    for (int64_t k : ks) got.push_back(split[k]);
+    EXPECT_LE(RelRms(got, ref), Tolerance(c.is_double, c.n));
+}
+
+// r = 16, 32 and 64 (rows of 2048 points and more), both precisions, every
+// kernel build, in place (the transpose then goes through the scratch),
+// a team of two and of three (the rows, the column blocks and the
+// transposed tiles shared unevenly), both signs and a scale.
+const SplitCase kCases[] = {
+    {32768, true, 7},           {65536, true, 7},
+    {131072, true, 7},          {131072, false, 7},
+    {65536, false, 7},          {32768, true, 5},
+    {65536, true, 6},           {131072, false, 5},
+    {131072, false, 6},         {65536, true, 7, 1, true},
+    {131072, false, 7, 1, true}, {32768, true, 5, 1, true, 1, 0.25},
+    {131072, true, 7, 2},       {65536, false, 7, 2, true},
+    {131072, true, 6, 3, false, 1, 0.5}, {32768, true, 7, 3, true},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, EngineCacheSplit, ::testing::ValuesIn(kCases), [](const auto &info) {
+    const SplitCase &c = info.param;
+    return std::to_string(c.n) + (c.is_double ? "_d" : "_s") + "_level" + std::to_string(c.level) +
+           (c.nthreads > 1 ? "_threads" + std::to_string(c.nthreads) : "") + (c.in_place ? "_inplace" : "") +
+           (c.sign > 0 ? "_backward" : "");
+});
+
+}  // namespace
+}  // namespace orb::dft::test
