@@ -63,8 +63,8 @@ bool Fft1D<T>::BuildBluestein() {
     blue_ = true;
     const int64_t n = n_, m = BluesteinLength(n, int(sizeof(Cx<T>)));
     m_ = m;
-    fwd_ = Create(m, -1, *kern_);
-    bwd_ = Create(m, +1, *kern_);
+    fwd_ = Create(m, -1, *kern_, lone_row_);
+    bwd_ = Create(m, +1, *kern_, lone_row_);
     chirp_ = MemArray<Cx<T>>(n);
     filter_ = MemArray<Cx<T>>(m);
     if (!fwd_ || !bwd_ || !chirp_ || !filter_) return false;

@@ -354,6 +354,7 @@ Fft1D<T> *Fft1D<T>::Create(int64_t n, int sign, const StageKernels &kern, bool l
     if (!f) return nullptr;
     f->n_ = n;
     f->sign_ = sign;
+    f->lone_row_ = lone_row;
     f->kern_ = &kern;
     int radix[kMaxStages], count = 0;
     bool ok;

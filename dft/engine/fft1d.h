@@ -73,6 +73,7 @@ private:
 
     int64_t n_ = 0;
     int sign_ = -1;
+    bool lone_row_ = false;  // as Create was told: the convolutions' FFTs are lone rows too
     const StageKernels *kern_ = nullptr;
     SmallFn<T> small_ = nullptr;
     StagePlan<T> sp_;

@@ -50,8 +50,8 @@ bool Fft1D<T>::BuildRader() {
     rader_ = true;
     const int64_t p = n_, m = p - 1;
     m_ = m;
-    fwd_ = Create(m, -1, *kern_);
-    bwd_ = Create(m, +1, *kern_);
+    fwd_ = Create(m, -1, *kern_, lone_row_);
+    bwd_ = Create(m, +1, *kern_, lone_row_);
     perm_ = MemArray<int32_t>(m);
     iperm_ = MemArray<int32_t>(m);
     filter_ = MemArray<Cx<T>>(m);

@@ -80,6 +80,10 @@ const SplitCase kCases[] = {
     {131072, false, 7, 1, true}, {32768, true, 5, 1, true, 1, 0.25},
     {131072, true, 7, 2},       {65536, false, 7, 2, true},
     {131072, true, 6, 3, false, 1, 0.5}, {32768, true, 7, 3, true},
+    // Convolutions of a lone row split too: Bluestein's 34560 points for
+    // 16531 (r = 16), Rader's 65536 for 65537 (r = 32), in place.
+    {16531, true, 7},           {16531, false, 5, 2},
+    {65537, true, 7},           {65537, false, 6},
 };
 
 INSTANTIATE_TEST_SUITE_P(Rows, EngineCacheSplit, ::testing::ValuesIn(kCases), [](const auto &info) {
