@@ -135,8 +135,9 @@
  *      n x n x n with n <= 10, dense default strides): fully unrolled
  *      three-pass kernels per CpuLevel, in or out of place.
  *   5. general: the transform engine (mixed radix, Bluestein for large
- *      prime factors, four-step for large n, real transforms through a
- *      half-length complex transform).
+ *      prime factors, a single long transform beyond the second-level
+ *      cache split into rows that fit it, four-step beyond the largest
+ *      cache, real transforms through a half-length complex transform).
  *   A commit that changes planner drops the old plan first; a re-commit
  *   with the same planner keeps its record (and its rank-1 descriptors).
  *   The engine's rules also read the processor's caches (the sizes of
