@@ -117,10 +117,10 @@ private:
     Cx<T> *split_tw_ = nullptr;
 };
 
-// The radix r of the cache split for a lone row of n points, 0 where the
-// row keeps the other rules' plan: its input and output together fit the
-// second-level cache, or no radix with a kernel divides it into rows of a
-// multiple of 8 points.
+// The radix r of the cache split for a lone double row of n points, 0
+// where the row keeps the other rules' plan: single precision, input and
+// output together in the second-level cache, or no radix with a kernel
+// that leaves rows of 2048 to 8192 points.
 template <class T>
 int64_t CacheSplitRadix(int64_t n, const StageKernels &kern);
 

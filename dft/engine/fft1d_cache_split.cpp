@@ -62,13 +62,16 @@ constexpr int64_t kMinRow = 2048, kMaxRow = 8192;
 // The widest radix first: with 64 the rows are shortest. AVX2+FMA, 2 MiB
 // second-level cache, FFTW_MEASURE time / ours, the stages then r = 16,
 // 32, 64: double 131072 0.74, 0.77, 0.84, 0.89; 2^18 0.71, 0.74, 0.78,
-// 0.79; 2^19 0.90, 1.03, 1.10, 1.13; single 2^18 0.84, -, 0.87, 0.95,
-// 2^19 1.35, -, 1.54, 1.67. In one process against the stages (r = 64,
+// 0.79; 2^19 0.90, 1.03, 1.10, 1.13. In one process against the stages (r = 64,
 // time ratios): 131072 0.80 out of place, 0.92 in place; 2^18 0.87 and
 // 0.97; 2^19 0.80 and 0.98. 100000 (r = 20 or 50, rows of 5000 or 2000)
 // ran 0.67 against the stages' 0.74.
 template <class T>
 int64_t CacheSplitRadix(int64_t n, const StageKernels &kern) {
+    // Single precision keeps its stages: 2^18 ran 0.88 of their time back
+    // to back but 1.05x slower in the benchmark, whose rounds alternate
+    // with FFTW's (double 131072 there 0.90-0.95, 2^19 0.97-1.04).
+    if constexpr (sizeof(T) != 8) return 0;
     const int64_t bytes = n * int64_t(sizeof(Cx<T>));
     // A row whose input and output share the second-level cache runs its
     // stages there.
@@ -76,10 +79,7 @@ int64_t CacheSplitRadix(int64_t n, const StageKernels &kern) {
     for (int64_t r : {int64_t(64), int64_t(32), int64_t(16)}) {
         const int64_t m = n / r;
         if (n % r != 0 || m < kMinRow || m > kMaxRow || m % kColumns<T> != 0) continue;
-        TwiddleColumnsFn<T> fn;
-        if constexpr (sizeof(T) == 8) fn = kern.twiddle_columns_d(r, -1);
-        else fn = kern.twiddle_columns_f(r, -1);
-        if (fn) return r;
+        if (kern.twiddle_columns_d(r, -1)) return r;
     }
     return 0;
 }
@@ -88,7 +88,6 @@ template <class T>
 bool Fft1D<T>::BuildCacheSplit(int64_t r) {
     const int64_t m = n_ / r;
     if constexpr (sizeof(T) == 8) split_fn_ = kern_->twiddle_columns_d(r, sign_);
-    else split_fn_ = kern_->twiddle_columns_f(r, sign_);
     if (!split_fn_) return false;
     split_r_ = r;
     split_m_ = m;

@@ -20,7 +20,7 @@
 // three_pass.h with n2 split again); null for pairs without a kernel.
 // PointMul* is y[j] = x[j] * w[j] * scale for j < n (y may equal x), the
 // pointwise passes of the convolution algorithms.
-// TwiddleColumns* is the last pass of a row split as n = r * m
+// TwiddleColumnsD is the last pass of a double row split as n = r * m
 // (twiddle_columns.cpp); null for radices without one.
 #define ORB_DFT_STAGE_DECLS                                                                 \
     void ExecStagesD(const StagePlan<double> &pl, const Cx<double> *in, Cx<double> *out,    \
@@ -33,8 +33,7 @@
     TwoPassFn<float> TwoPassF(int64_t n1, int64_t n2, int sign);                            \
     void PointMulD(const Cx<double> *x, const Cx<double> *w, Cx<double> *y, int64_t n, double scale); \
     void PointMulF(const Cx<float> *x, const Cx<float> *w, Cx<float> *y, int64_t n, float scale); \
-    TwiddleColumnsFn<double> TwiddleColumnsD(int64_t r, int sign);                          \
-    TwiddleColumnsFn<float> TwiddleColumnsF(int64_t r, int sign);
+    TwiddleColumnsFn<double> TwiddleColumnsD(int64_t r, int sign);
 
 namespace orb::dft {
 
@@ -83,7 +82,6 @@ struct StageKernels {
     decltype(&k_sse2::PointMulD) point_mul_d;
     decltype(&k_sse2::PointMulF) point_mul_f;
     decltype(&k_sse2::TwiddleColumnsD) twiddle_columns_d;
-    decltype(&k_sse2::TwiddleColumnsF) twiddle_columns_f;
 
     template <class T>
     void PointMul(const Cx<T> *x, const Cx<T> *w, Cx<T> *y, int64_t n, T scale) const {

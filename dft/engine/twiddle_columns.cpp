@@ -53,8 +53,5 @@ TwiddleColumnsFn<T> Lookup(int64_t r) {
 TwiddleColumnsFn<double> TwiddleColumnsD(int64_t r, int sign) {
     return sign < 0 ? Lookup<double, -1>(r) : Lookup<double, 1>(r);
 }
-TwiddleColumnsFn<float> TwiddleColumnsF(int64_t r, int sign) {
-    return sign < 0 ? Lookup<float, -1>(r) : Lookup<float, 1>(r);
-}
 
 }  // namespace orb::dft::ORB_KNS
