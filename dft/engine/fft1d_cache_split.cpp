@@ -47,10 +47,6 @@ void Share(int64_t count, int64_t unit, int id, int nth, int64_t *lo, int64_t *h
     *hi = units * (id + 1) / nth * unit;
 }
 
-}  // namespace
-
-namespace {
-
 // Rows from 2048 to 8192 points. With rows of 16384 (2^20 points), out
 // of place ran 0.90 of the stages' time but in place 1.13x slower, and a
 // plan does not know which it will run; with 32768 (2^21) out of place
@@ -62,9 +58,9 @@ constexpr int64_t kMinRow = 2048, kMaxRow = 8192;
 // The widest radix first: with 64 the rows are shortest. AVX2+FMA, 2 MiB
 // second-level cache, FFTW_MEASURE time / ours, the stages then r = 16,
 // 32, 64: double 131072 0.74, 0.77, 0.84, 0.89; 2^18 0.71, 0.74, 0.78,
-// 0.79; 2^19 0.90, 1.03, 1.10, 1.13. In one process against the stages (r = 64,
-// time ratios): 131072 0.80 out of place, 0.92 in place; 2^18 0.87 and
-// 0.97; 2^19 0.80 and 0.98. 100000 (r = 20 or 50, rows of 5000 or 2000)
+// 0.79; 2^19 0.90, 1.03, 1.10, 1.13. In one process against the stages
+// (r = 64, time ratios): 131072 0.80 out of place, 0.92 in place; 2^18
+// 0.87 and 0.97; 2^19 0.80 and 0.98. 100000 (r = 20 or 50, rows of 5000 or 2000)
 // ran 0.67 against the stages' 0.74.
 template <class T>
 int64_t CacheSplitRadix(int64_t n, const StageKernels &kern) {
