@@ -26,7 +26,7 @@ struct SplitCase {
 // The transform of x through a plan made while the second-level cache is
 // assumed to hold l2 bytes.
 template <class T>
-std::vector<LCx> Run(const SplitCase &c, const std::vector<LCx> &x, int64_t l2) {
+std::vector<LCx> Transformed(const SplitCase &c, const std::vector<LCx> &x, int64_t l2) {
     SecondLevelCache assumed(l2);
     EngineProblem p;
     p.is_double = sizeof(T) == 8, p.sign = c.sign, p.dims[0] = {c.n, 1, 1};
@@ -53,8 +53,8 @@ TEST_P(EngineCacheSplit, MatchesStagesAndNaiveBins) {
     // 256 KiB: every case's input and output together outgrow it, so the
     // split runs; 1 GiB keeps the stages.
     constexpr int64_t kSmall = int64_t(256) << 10, kLarge = int64_t(1) << 30;
-    const std::vector<LCx> split = c.is_double ? Run<double>(c, x, kSmall) : Run<float>(c, x, kSmall);
-    const std::vector<LCx> stages = c.is_double ? Run<double>(c, x, kLarge) : Run<float>(c, x, kLarge);
+    const std::vector<LCx> split = c.is_double ? Transformed<double>(c, x, kSmall) : Transformed<float>(c, x, kSmall);
+    const std::vector<LCx> stages = c.is_double ? Transformed<double>(c, x, kLarge) : Transformed<float>(c, x, kLarge);
     ASSERT_EQ(split.size(), size_t(c.n));
     ASSERT_EQ(stages.size(), size_t(c.n));
     EXPECT_LE(RelRms(split, stages), 2 * Tolerance(c.is_double, c.n));
