@@ -315,7 +315,9 @@ TEST(DftiPlanners, CacheSizesMatchTheSystemRecords) {
     EXPECT_EQ(DftiCacheSize(1), sys_l1d);
     EXPECT_EQ(DftiCacheSize(2), sys_l2);
     EXPECT_EQ(DftiCacheSize(0), sys_largest);
-    if (sys_l1d_ways > 0) EXPECT_EQ(DftiFirstLevelWays(), sys_l1d_ways);
+    if (sys_l1d_ways > 0) {
+        EXPECT_EQ(DftiFirstLevelWays(), sys_l1d_ways);
+    }
 }
 
 }  // namespace
