@@ -611,7 +611,7 @@ Fft1D<T>::~Fft1D() {
 template <class T>
 int64_t Fft1D<T>::WorkElems() const {
     if (four_) return n_ + FourStepBuffer();  // the middle array, then one member's buffers
-    if (split_sub_) return n_ + CacheSplitMember();  // the transposed rows, then one member's scratch
+    if (split_sub_) return n_ + CacheSplitMember();  // the rows in place, then one member's scratch
     if (!blue_ && !rader_) return n_;
     // Both convolutions run their FFTs in place in one array; the FFTs'
     // scratch then holds Bluestein's wrapped inputs in double (one element

@@ -109,8 +109,8 @@ private:
     Cx<T> *tw2_ = nullptr;
     // Lone rows beyond the second-level cache as n = r * m
     // (fft1d_cache_split.cpp): rows of split_m_ points (split_sub_), then
-    // the twiddled radix-r pass split_fn_ over w_n^(j k) at
-    // split_tw_[j m + k].
+    // the twiddled radix-r pass split_fn_ over blocks of B columns, with
+    // w_n^(j (k0 + q)) at split_tw_[k0 r + j B + q].
     int64_t split_r_ = 0, split_m_ = 0;
     Fft1D *split_sub_ = nullptr;
     TwiddleColumnsFn<T> split_fn_ = nullptr;

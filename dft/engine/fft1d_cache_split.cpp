@@ -18,14 +18,6 @@ namespace orb::dft {
 
 namespace {
 
-// Columns the last pass gathers at a time: 128 bytes of each row. Read in
-// place, the r legs of a column lie m elements apart, a multiple of 4 KiB
-// for the powers of two: all in one set of the first-level cache, where a
-// line was fetched again for every vector of columns (131072 points: the
-// pass took 37% of the time, against 18% gathered).
-template <class T>
-constexpr int64_t kColumns = 128 / int64_t(sizeof(Cx<T>));
-
 // Rows gathered together from the input: a cache line of the input holds
 // one element of each.
 template <class T>
@@ -74,7 +66,7 @@ int64_t CacheSplitRadix(int64_t n, const StageKernels &kern) {
     if (2 * bytes <= SecondLevelCacheBytes()) return 0;
     for (int64_t r : {int64_t(64), int64_t(32), int64_t(16)}) {
         const int64_t m = n / r;
-        if (n % r != 0 || m < kMinRow || m > kMaxRow || m % kColumns<T> != 0) continue;
+        if (n % r != 0 || m < kMinRow || m > kMaxRow || m % kTwiddleColumns<T> != 0) continue;
         if (kern.twiddle_columns_d(r, -1)) return r;
     }
     return 0;
@@ -93,7 +85,7 @@ bool Fft1D<T>::BuildCacheSplit(int64_t r) {
     if (!split_sub_ || !split_tw_ || !power.Init(n_, sign_)) return false;
     // In the order the last pass reads them: for each block of columns,
     // w_n^(j k) for its columns k, row j after row.
-    constexpr int64_t B = kColumns<T>;
+    constexpr int64_t B = kTwiddleColumns<T>;
     for (int64_t k0 = 0; k0 < m; k0 += B)
         for (int64_t j = 0; j < r; ++j)
             for (int64_t c = 0; c < B; ++c) split_tw_[k0 * r + j * B + c] = power.GetReduced<T>(j * (k0 + c));
@@ -103,7 +95,7 @@ bool Fft1D<T>::BuildCacheSplit(int64_t r) {
 // A row's scratch, then r x B gathered columns.
 template <class T>
 int64_t Fft1D<T>::CacheSplitMember() const {
-    return split_sub_->WorkElems() + split_r_ * kColumns<T>;
+    return split_sub_->WorkElems() + split_r_ * kTwiddleColumns<T>;
 }
 
 template <class T>
@@ -115,7 +107,7 @@ void Fft1D<T>::ExecCacheSplit(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale,
     // written. A group of rows is gathered and transformed at once, while
     // it is in the second-level cache (131072 points: a row of 4096 then
     // took 8 us, as alone, against 12.5 read back after a whole transpose).
-    constexpr int64_t B = kColumns<T>, G = kRowGroup<T>;
+    constexpr int64_t B = kTwiddleColumns<T>, G = kRowGroup<T>;
     const int64_t row_work = sub->WorkElems();
     Cx<T> *rows = in == out ? work : out;
     auto body = [&](Cx<T> *own, int id, int nth) {
@@ -128,11 +120,17 @@ void Fft1D<T>::ExecCacheSplit(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale,
         if (nth > 1) {
 #pragma omp barrier
         }
+        // The last pass gathers 128 bytes of each row (kTwiddleColumns).
+        // Read in place, the r legs of a column lie m elements apart, a
+        // multiple of 4 KiB for the powers of two: all in one set of the
+        // first-level cache, where a line was fetched again for every
+        // vector of columns (131072 points: the pass took 37% of the time,
+        // against 18% gathered).
         Cx<T> *cols = own + row_work;
         Share(m, B, id, nth, &lo, &hi);
         for (int64_t k0 = lo; k0 < hi; k0 += B) {
             for (int64_t j = 0; j < r; ++j) memcpy(cols + j * B, rows + j * m + k0, B * sizeof(Cx<T>));
-            split_fn_(cols, cols, split_tw_ + k0 * r, B, 0, B, scale);
+            split_fn_(cols, split_tw_ + k0 * r, scale);
             for (int64_t k = 0; k < r; ++k) memcpy(out + k * m + k0, cols + k * B, B * sizeof(Cx<T>));
         }
     };

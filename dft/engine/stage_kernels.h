@@ -43,12 +43,14 @@ using SmallFn = void (*)(const Cx<T> *x, Cx<T> *y, T scale, int64_t rows, int64_
 // y = scale * DFT(x) with x == y allowed; tw and work as two_pass.h says.
 template <class T>
 using TwoPassFn = void (*)(const Cx<T> *x, Cx<T> *y, Cx<T> *work, const Cx<T> *tw, T scale);
-// For columns k2 in [k0, k1) of y (r rows of m), out[k2 + m k] = scale *
-// sum_j y[j m + k2] w_n^(j k2) w_r^(j k) with n = r m and w_n^(j k2) at
-// tw[j m + k2]; out may equal y; k0, k1 and m multiples of 8.
+// The last pass of a row split as n = r * m on one gathered block of
+// kTwiddleColumns<T> columns (r rows of them, c[j B + q]): each column
+// times its twiddles t[j B + q], then the length-r DFT over j, times scale,
+// back in place.
 template <class T>
-using TwiddleColumnsFn = void (*)(const Cx<T> *y, Cx<T> *out, const Cx<T> *tw, int64_t m, int64_t k0, int64_t k1,
-                                  T scale);
+constexpr int64_t kTwiddleColumns = 128 / int64_t(2 * sizeof(T));
+template <class T>
+using TwiddleColumnsFn = void (*)(Cx<T> *c, const Cx<T> *t, T scale);
 // Twiddle layout of the two-pass kernels of n points of T: w_n^(j1 k2) =
 // c + i s interleaved from 16 KiB of data (n entries), below that as
 // {c, c} and {s, s} in two tables of n (the multiply then shuffles only

@@ -1,9 +1,8 @@
-// The last pass of a long row split as n = r * m (fft1d_cache_split.cpp):
-// y holds r transformed rows of m points; for each column k2 it multiplies
-// y[j m + k2] by w_n^(j k2), takes the length-r DFT over j with a codelet
-// body and stores the outputs at out[k2 + m k], their final places. Lanes
-// hold adjacent columns, so no pass shuffles elements between lanes; each
-// body loads all it reads before it stores, so out may equal y.
+// The last pass of a long row split as n = r * m (fft1d_cache_split.cpp)
+// on one block of B gathered columns: each column's r elements times their
+// twiddles, the length-r DFT over them with a codelet body, back in place.
+// Lanes hold adjacent columns, so no pass shuffles elements between lanes;
+// each body loads all it reads before it stores.
 #include "dft/engine/two_pass.h"
 
 namespace orb::dft::ORB_KNS {
@@ -13,26 +12,25 @@ namespace {
 using pack::Pack;
 
 template <int R, int S, class T, int LL>
-__attribute__((always_inline)) inline void Column(const Cx<T> *y, Cx<T> *out, const Cx<T> *tw, int64_t m,
-                                                  int64_t k2, T scale) {
+__attribute__((always_inline)) inline void Column(Cx<T> *c, const Cx<T> *t, int64_t q, T scale) {
     using P = Pack<T, LL>;
+    constexpr int64_t B = kTwiddleColumns<T>;
     constexpr int A = twopass::CodeletSplit(R);
     codelet::Body<A, R / A, S, T, P>(
         [&](int j) __attribute__((always_inline)) {
-            const P v = P::Load(y + j * m + k2);
-            return j == 0 ? v : Mul(v, P::Load(tw + j * m + k2));
+            const P v = P::Load(c + j * B + q);
+            return j == 0 ? v : Mul(v, P::Load(t + j * B + q));
         },
-        [&](int k, P v) __attribute__((always_inline)) { v.Store(out + k2 + m * k); }, scale);
+        [&](int k, P v) __attribute__((always_inline)) { v.Store(c + k * B + q); }, scale);
 }
 
-// Columns k0 .. k1-1 (multiples of the vector's complex lanes, as m is).
 template <int R, int S, class T>
-void Run(const Cx<T> *y, Cx<T> *out, const Cx<T> *tw, int64_t m, int64_t k0, int64_t k1, T scale) {
+void Run(Cx<T> *c, const Cx<T> *t, T scale) {
     constexpr int LL = pack::kLanes<T>;
     if (scale == T(1)) {
-        for (int64_t k2 = k0; k2 < k1; k2 += LL) Column<R, S, T, LL>(y, out, tw, m, k2, T(1));
+        for (int64_t q = 0; q < kTwiddleColumns<T>; q += LL) Column<R, S, T, LL>(c, t, q, T(1));
     } else {
-        for (int64_t k2 = k0; k2 < k1; k2 += LL) Column<R, S, T, LL>(y, out, tw, m, k2, scale);
+        for (int64_t q = 0; q < kTwiddleColumns<T>; q += LL) Column<R, S, T, LL>(c, t, q, scale);
     }
 }
 
