@@ -116,6 +116,46 @@ TEST(VmlComplexKernels, Accuracy) {
     }
 }
 
+
+// Numerators whose two products cancel to 2^-1..2^-60 of their size, in
+// the vector path (moderate parts) and in the scaled scalar path (parts
+// near 2^500). A quotient that starts its
+// correction from the unrounded sum of the products lands hundreds of
+// ulps off when the sum is a few units of its last place.
+TEST(VmlComplexKernels, QuotientsAndProductsWithCancellingParts) {
+    struct Case { int op; bool imag_cancels; int scale; };  // op 0 Mul, 1 Div
+    const Case cases[] = {{1, false, 0}, {1, true, 0}, {1, false, 500}, {1, true, 500},
+                          {0, false, 0}, {0, true, 0}, {0, false, 500}, {0, true, 500}};
+    std::mt19937_64 rng(11);
+    std::uniform_real_distribution<double> u(-1.0, 1.0);
+    std::uniform_int_distribution<int> depth(1, 60);
+    ModeScope mode(kQuiet);
+    for (const Case &c : cases) {
+        const int n = 500;
+        std::vector<VmlComplex16> a(n), b(n), y(n);
+        for (int i = 0; i < n; ++i) {
+            double ar = u(rng), ai = u(rng), br = u(rng), bi = u(rng);
+            const double f = 1 + std::ldexp(u(rng), -depth(rng));
+            // Div: Re = ar br + ai bi, Im = ai br - ar bi; Mul: Re = ar br - ai bi, Im = ar bi + ai br.
+            if (c.imag_cancels) bi = (c.op == 1 ? ai : -ai) * br / ar * f;
+            else br = (c.op == 1 ? -ai : ai) * bi / ar * f;
+            a[i] = {std::ldexp(ar, c.scale), std::ldexp(ai, c.scale)};
+            const int bscale = c.op == 1 ? c.scale : -c.scale;  // keeps the result near 1
+            b[i] = {std::ldexp(br, bscale), std::ldexp(bi, bscale)};
+        }
+        for (int slot = 0; slot < 30; ++slot) {
+            if (!SlotRunnable(slot)) continue;
+            (c.op == 1 ? vml_kernels_vzDiv : vml_kernels_vzMul)[slot](n, a.data(), b.data(), y.data());
+            for (int i = 0; i < n; ++i) {
+                const Q ar = a[i].real, ai = a[i].imag, br = b[i].real, bi = b[i].imag;
+                const Ops e = c.op == 1 ? QDiv(ar, ai, br, bi) : QMul(ar, ai, br, bi);
+                ASSERT_LE(UlpErr(y[i].real, e.re), 2.0) << "op " << c.op << " slot " << slot << " i " << i << " " << y[i].real << " " << double(e.re) << " a " << a[i].real << "," << a[i].imag << " b " << b[i].real << "," << b[i].imag;
+                ASSERT_LE(UlpErr(y[i].imag, e.im), 2.0) << "op " << c.op << " slot " << slot << " i " << i;
+            }
+        }
+    }
+}
+
 TEST(VmlComplexKernels, NoSpuriousOverflowAtTheLimits) {
     const double big = 1.5e308, small = 3e-308;
     const VmlComplex16 a[4] = {{big, big}, {small, small}, {big, -big}, {1.0, 1.0}};

@@ -93,6 +93,15 @@ inline DDV Dot2V(V a, V b, V c, V d) {
     return {s, err + (e + f)};
 }
 
+// Dot2Lean lane-wise (complex_ops.h): the same bits as the scalar form.
+inline DDV Dot2LeanV(V a, V b, V c, V d) {
+    const V p = a * b, e = ProdErr(a, b, p);
+    const V q = c * d, f = ProdErr(c, d, q);
+    const V sum = p + q, err = e + f;
+    const V hi = sum + err;
+    return {hi, err - (hi - sum)};
+}
+
 // Lanes where x is neither zero nor of magnitude in [2^-450, 2^451) (NaN
 // included): outside that range a square or a product of two parts could
 // overflow or reach the subnormal range, so the lane goes to the scaled
@@ -118,6 +127,25 @@ inline V MinV(V x, V y) {
 #else
     return Select(BitCast<U>(x < y), x, y);
 #endif
+}
+
+inline V MaxV(V x, V y) {
+#if ORB_KLEVEL >= 6 && ORB_KLEVEL != 41
+    return (V)_mm256_max_pd((__m256d)x, (__m256d)y);
+#elif ORB_KLEVEL >= 2
+    return (V)_mm_max_pd((__m128d)x, (__m128d)y);
+#else
+    return Select(BitCast<U>(x > y), x, y);
+#endif
+}
+
+// x^2 + y^2 as Dot2V(x, x, y, y) gives it, from the squares and the lesser
+// of them: both are positive, so the larger one plus the lesser recovers
+// the sum's error exactly (the same value, in three operations for five).
+inline DDV SumOfSquares(V x, V y, V x2, V y2, V least) {
+    const V s = x2 + y2;
+    const V err = least - (s - MaxV(x2, y2));
+    return {s, err + (ProdErr(x, x, x2) + ProdErr(y, y, y2))};
 }
 
 // A cheap superset of the lanes OutOfRange finds in any of the parts (and
@@ -154,17 +182,18 @@ inline V ExactRem(V n, V q, V d) {
 // kL complex quotients a/b; false when a lane must be redone by the scalar
 // path.
 inline bool Div(V ar, V ai, V br, V bi, V *x, V *y) {
-    const DDV d = Dot2V(br, br, bi, bi);
-    const DDV nr = Dot2V(ar, br, ai, bi);
-    const DDV ni = Dot2V(ai, br, -ar, bi);
+    const V br2 = br * br, bi2 = bi * bi, bmin = MinV(br2, bi2);
+    const DDV d = SumOfSquares(br, bi, br2, bi2, bmin);
+    const DDV nr = Dot2LeanV(ar, br, ai, bi);
+    const DDV ni = Dot2LeanV(ai, br, -ar, bi);
     const V inv = Splat(1.0) / d.hi;
     const V qr0 = nr.hi * inv, qi0 = ni.hi * inv;
-    const V rr = (ExactRem(nr.hi, qr0, d.hi) + nr.lo) - qr0 * d.lo;
-    const V ri = (ExactRem(ni.hi, qi0, d.hi) + ni.lo) - qi0 * d.lo;
+    const V rr = MulAddV(-qr0, d.lo, ExactRem(nr.hi, qr0, d.hi) + nr.lo);
+    const V ri = MulAddV(-qi0, d.lo, ExactRem(ni.hi, qi0, d.hi) + ni.lo);
     *x = MulAddV(rr, inv, qr0);
     *y = MulAddV(ri, inv, qi0);
-    const V a2 = ar * ar, b2 = bi * bi;
-    const U maybe = MaybeOutOfRange((a2 + ai * ai) + d.hi, MinV(MinV(a2, ai * ai), MinV(br * br, b2)));
+    const V a2 = ar * ar, ai2 = ai * ai;
+    const U maybe = MaybeOutOfRange((a2 + ai2) + d.hi, MinV(MinV(a2, ai2), bmin));
     if (!Any(maybe)) [[likely]] return true;
     const U zero = BitCast<U>(br == Splat(0.0)) & BitCast<U>(bi == Splat(0.0));
     return !Any(zero | OutOfRange(ar) | OutOfRange(ai) | OutOfRange(br) | OutOfRange(bi));
@@ -184,13 +213,14 @@ inline V SqrtV(V x) {
 
 // kL magnitudes; false when a lane must be redone by the scalar path.
 inline bool Abs(V re, V im, V *r) {
-    const DDV q = Dot2V(re, re, im, im);
+    const V re2 = re * re, im2 = im * im, least = MinV(re2, im2);
+    const DDV q = SumOfSquares(re, im, re2, im2, least);
     // sqrt(hi + lo) ~ r0 + (hi + lo - r0^2) / (2 r0).
     const V r0 = SqrtV(q.hi);
     const V p = r0 * r0;
     const V res = ((q.hi - p) - ProdErr(r0, r0, p)) + q.lo;
     *r = Select(BitCast<U>(r0 > Splat(0.0)), r0 + res / (Splat(2.0) * r0), r0);
-    const U maybe = MaybeOutOfRange(q.hi, MinV(re * re, im * im));
+    const U maybe = MaybeOutOfRange(q.hi, least);
     if (!Any(maybe)) [[likely]] return true;
     return !Any(OutOfRange(re) | OutOfRange(im));
 }
