@@ -45,10 +45,17 @@ template <auto Body, class... A> inline void Framed(A... args) {
     UnderControl([=] { Body(args...); });
 }
 
-// True when [y, y+bytes) and [x, x+bytes) overlap without being identical.
-inline bool PartialOverlap(const void *y, const void *x, size_t bytes) {
+// True when the output [y, y+ybytes) and an input [x, x+xbytes) overlap
+// without starting at the same address. The extents differ for complex
+// magnitudes (a real per complex): a single extent either misses an output
+// inside the input's upper part or sends disjoint arrays to the ordered
+// element loop.
+inline bool PartialOverlap(const void *y, size_t ybytes, const void *x, size_t xbytes) {
     const uintptr_t py = uintptr_t(y), px = uintptr_t(x);
-    return py != px && py < px + bytes && px < py + bytes;
+    return py != px && py < px + xbytes && px < py + ybytes;
+}
+inline bool PartialOverlap(const void *y, const void *x, size_t bytes) {
+    return PartialOverlap(y, bytes, x, bytes);
 }
 
 // Elements to peel so that y becomes 16-byte aligned, or -1 when y is not
@@ -143,8 +150,7 @@ inline void DriveBinary(int32_t n, const T *a, const T *b, T *y) {
 template <class T, class R, class Op>
 inline void DriveUnary(int32_t n, const T *a, R *y) {
     constexpr int32_t B = int32_t(64 / sizeof(T));
-    const size_t bytes = size_t(n) * sizeof(R);
-    if (n <= 6 || PartialOverlap(y, a, bytes)) {
+    if (n <= 6 || PartialOverlap(y, size_t(n) * sizeof(R), a, size_t(n) * sizeof(T))) {
         for (int32_t i = 0; i < n; ++i) y[i] = Op::Apply(a[i]);
         return;
     }

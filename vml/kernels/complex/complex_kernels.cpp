@@ -147,7 +147,7 @@ void ZDiv(int32_t n, const VmlComplex16 *a, const VmlComplex16 *b, VmlComplex16 
 
 void ZAbs(int32_t n, const VmlComplex16 *a, double *y) {
     if (n <= 0) return;
-    if (PartialOverlap(y, a, size_t(n) * sizeof *y)) {
+    if (PartialOverlap(y, size_t(n) * sizeof *y, a, size_t(n) * sizeof *a)) {
         for (int32_t i = 0; i < n; ++i) y[i] = OpCAbs::Apply(a[i]);
         return;
     }
@@ -161,12 +161,24 @@ void ZAbs(int32_t n, const VmlComplex16 *a, double *y) {
           [](VmlComplex16 p, VmlComplex16) { return OpCAbs::Apply(p); });
 }
 
+// The even and the odd lanes of x (a template, so that only the width in
+// use is instantiated).
+template <class W, class H> inline void EvenOdd(W x, H *even, H *odd) {
+    if constexpr (sizeof(W) == 32) {
+        *even = __builtin_shufflevector(x, x, 0, 2, 4, 6);
+        *odd = __builtin_shufflevector(x, x, 1, 3, 5, 7);
+    } else {
+        *even = __builtin_shufflevector(x, x, 0, 2);
+        *odd = __builtin_shufflevector(x, x, 1, 3);
+    }
+}
+
 // Single-precision magnitude in double lanes: squares of floats cannot
 // overflow or underflow a double, so no scaling and no scalar repair; an
 // infinite part wins over a NaN one by a lane select.
 void CAbs(int32_t n, const VmlComplex8 *a, float *y) {
     if (n <= 0) return;
-    if (PartialOverlap(y, a, size_t(n) * sizeof *a)) {
+    if (PartialOverlap(y, size_t(n) * sizeof *y, a, size_t(n) * sizeof *a)) {
         for (int32_t i = 0; i < n; ++i) y[i] = OpCAbs::Apply(a[i]);
         return;
     }
@@ -174,17 +186,17 @@ void CAbs(int32_t n, const VmlComplex8 *a, float *y) {
     constexpr int32_t L = cvec::kL;
     const V inf = cvec::Splat(__builtin_inf());
     int32_t i = 0;
+    // L complex floats are one float vector: its even lanes are the real
+    // parts, its odd lanes the imaginary ones, widened to L doubles.
+    typedef float Half __attribute__((vector_size(L * 4)));
     for (; i + L <= n; i += L) {
-        V re, im;
-        for (int32_t k = 0; k < L; ++k) {
-            re[k] = a[i + k].real;
-            im[k] = a[i + k].imag;
-        }
+        const VecF x = LoadU<VecF>(&a[i].real);
+        Half hre, him;
+        EvenOdd(x, &hre, &him);
+        const V re = __builtin_convertvector(hre, V), im = __builtin_convertvector(him, V);
         const cvec::U infinite = BitCast<cvec::U>(re * re == inf) | BitCast<cvec::U>(im * im == inf);
         const V r = Select(infinite, inf, cvec::SqrtV(re * re + im * im));
-        float out[L];
-        for (int32_t k = 0; k < L; ++k) out[k] = float(r[k]);
-        memcpy(y + i, out, sizeof out);
+        StoreU(y + i, __builtin_convertvector(r, Half));
     }
     for (; i < n; ++i) y[i] = OpCAbs::Apply(a[i]);
 }
