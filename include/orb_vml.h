@@ -38,13 +38,20 @@
  *   rounding fields) is neither read nor changed. Inside a kernel the
  *   rounding mode is round-to-nearest whatever the caller's MXCSR says.
  *   Complex Mul, MulByConj, Div, Abs: within 2 ulp of the exact result in
- *   each component for finite operands, without spurious overflow or
+ *   each component (double-precision Div within 1.5 ulp, cancelling
+ *   numerators included) for finite operands, without spurious overflow or
  *   underflow anywhere in the format's range (scaled evaluation). Infinite
  *   and NaN parts follow C99 Annex G: a product or quotient with an infinite
  *   operand part is an infinity even if the other part is NaN; x/0 with
  *   x != 0 is an infinity; finite/infinite is a zero; |z| is +inf if either
  *   part is infinite, else NaN if either part is NaN. Complex functions
  *   never report.
+ *   Arrays: an output may be one of the inputs (in place). For the
+ *   arithmetic, LinearFrac and the complex functions an output that
+ *   overlaps an input without starting at the same address gets the results
+ *   of the element-by-element loop in order; for the root, power and
+ *   arc-tangent functions such a call is not supported (results are
+ *   unspecified).
  *   LinearFrac: (scalea*a+shifta)/(scaleb*b+shiftb); with scaleb == 0 the
  *   division is replaced by a multiplication (may differ in the last bit);
  *   with scalea == 0 the result is shifta/(scaleb*b+shiftb). Never reports.
