@@ -244,10 +244,51 @@ inline void PrimeFactorDft(V *x, V *y) {
     }
 }
 
+// S i v as Swap(v) times (-S, S): written into a sum, the product fuses.
+template <int S, typename V>
+inline V SignedI() {
+    return Alternate<V>(-S, S);
+}
+
+// 4 points: two radix-2 steps, the product by S i fused into the last two
+// sums (eight operations).
+template <int S, typename V>
+inline void Radix4(const V *x, V *y) {
+    const V p = x[0] + x[2], q = x[0] - x[2], r = x[1] + x[3], t = Swap(x[1] - x[3]);
+    y[0] = p + r;
+    y[2] = p - r;
+    y[1] = q + t * SignedI<S, V>();
+    y[3] = q - t * SignedI<S, V>();
+}
+
+// 8 points, decimated in frequency: the even outputs are the 4-point
+// transform of the sums; the odd ones, of the differences times w8^(S j),
+// where the two odd rotations share the factor 1/sqrt(2) and fold it into
+// fused sums (26 operations, 28 as a 2 x 4 split).
+template <int S, typename V>
+inline void Radix8(const V *x, V *y) {
+    V a[4], b[4];
+    for (int j = 0; j < 4; ++j) a[j] = x[j] + x[j + 4], b[j] = x[j] - x[j + 4];
+    V even[4];
+    Radix4<S>(a, even);
+    for (int k = 0; k < 4; ++k) y[2 * k] = even[k];
+    const V h = Splat<V>(0.70710678118654752440084436210484903928);
+    const V b2 = Swap(b[2]) * SignedI<S, V>();  // w8^(2S) b2 = S i b2
+    const V p = b[0] + b2, q = b[0] - b2;
+    const V d = b[1] - b[3], e = Swap(b[1] + b[3]);
+    const V z1 = d + e * SignedI<S, V>(), z2 = d - e * SignedI<S, V>();
+    y[1] = p + z1 * h;
+    y[5] = p - z1 * h;
+    y[3] = q - z2 * h;
+    y[7] = q + z2 * h;
+}
+
 template <int N, int S, typename V>
 inline void Dft(V *x, V *y) {
     constexpr int f = SmallestFactor(N);
     if constexpr (N == 1) y[0] = x[0];
+    else if constexpr (N == 4) Radix4<S>(x, y);
+    else if constexpr (N == 8) Radix8<S>(x, y);
     else if constexpr (f == N) PrimeDft<N, S>(x, y);
     else if constexpr (Gcd(f, N / f) == 1) PrimeFactorDft<f, N / f, S>(x, y);
     else SplitDft<f, N / f, S>(x, y, std::make_integer_sequence<int, N / f>{});
