@@ -84,6 +84,18 @@ struct Pack {
         for (int i = 0; i < L; ++i) r.v[2 * i] = w.re, r.v[2 * i + 1] = w.im;
         return r;
     }
+    // L complex numbers from split parts: re[0..L) and im[0..L).
+    static Pack LoadParts(const T *re, const T *im) {
+        typedef T H __attribute__((vector_size(L * sizeof(T)), aligned(sizeof(T))));
+        H a, b;
+        memcpy(&a, re, sizeof a);
+        memcpy(&b, im, sizeof b);
+        Pack r;
+        if constexpr (L == 1) r.v = __builtin_shufflevector(a, b, 0, 1);
+        else if constexpr (L == 2) r.v = __builtin_shufflevector(a, b, 0, 2, 1, 3);
+        else r.v = __builtin_shufflevector(a, b, 0, 4, 1, 5, 2, 6, 3, 7);
+        return r;
+    }
     // Lanes from L separate complex numbers (p[0], p[stride], ...).
     static Pack Gather(const Cx<T> *p, int64_t stride) {
         Pack r;

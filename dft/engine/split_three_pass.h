@@ -1,22 +1,20 @@
 // The three-pass kernels of three_pass.h on split storage: the first pass
-// loads W adjacent columns of each part as they lie (SoaPack lanes) and
-// writes interleaved rows of the scratch Y; the second pass runs as before
-// on Y and stores each vector's real and imaginary halves straight into the
-// two output arrays. Y is always the caller's work array (n elements), so
-// in place needs nothing else. The two-pass lengths keep the join and split
+// joins its packs from the two input arrays as it loads them and writes
+// interleaved rows of the scratch Y; the second pass runs as before on Y
+// and stores each vector's real and imaginary halves straight into the two
+// output arrays. Y is always the caller's work array (n elements), so in
+// place needs nothing else. The two-pass lengths keep the join and split
 // copies: on the parts their first pass (lanes stored pair by pair) measured
 // slower at 256 (0.78-0.83 of FFTW against 0.83-0.92).
 #ifndef ORB_DFT_ENGINE_SPLIT_THREE_PASS_H
 #define ORB_DFT_ENGINE_SPLIT_THREE_PASS_H
 
-#include "dft/engine/soa_pack.h"
 #include "dft/engine/split_kernels.h"
 #include "dft/engine/three_pass.h"
 
 namespace orb::dft::ORB_KNS::splitpass {
 
 using pack::Pack;
-using pack::SoaPack;
 using twopass::CodeletSplit;
 
 template <class T>
@@ -49,43 +47,22 @@ __attribute__((always_inline)) inline void SplitSecond(const Cx<T> *y, T *out_re
 }
 
 // Three passes, n = N1 * A * B; tw as three_pass.h's Run reads it, w_(A B)^e
-// after its w_n entries.
+// after its w_n entries. The first pass is the interleaved one, its packs
+// joined from the parts as they are loaded (two half-vector loads and a
+// lane permute a pack); on packs of split lanes (four columns, real and
+// imaginary vectors) its 64-point column bodies kept twice as many vectors
+// live and spilled: 1024 took 2.6 us, against 1.4 interleaved.
 template <int N1, int A, int B, int S, class T>
 void ThreePass(const T *xr, const T *xi, T *out_re, T *out_im, Cx<T> *work, const Cx<T> *tw, T scale) {
-    constexpr int W = kW<T>, M = A * B;
-    using P = SoaPack<T, W>;
-    const Cx<T> *twb = tw + TwoPassTwiddleEntries<T>(N1 * M);
-    for (int64_t j1 = 0; j1 < N1; j1 += W) {
-        P s[M];
-        for (int ja = 0; ja < A; ++ja) {
-            const T *ar = xr + j1 + N1 * ja, *ai = xi + j1 + N1 * ja;
-            P *sa = s + ja * B;
-            codelet::Body<CodeletSplit(B), B / CodeletSplit(B), S, T, P>(
-                [&](int j) __attribute__((always_inline)) {
-                    return P{P::Load(ar + N1 * A * j), P::Load(ai + N1 * A * j)};
-                },
-                [&](int k, P v) __attribute__((always_inline)) { sa[k] = v; }, T(1));
-        }
-        for (int kb = 0; kb < B; ++kb) {
-            P o[A];
-            codelet::Body<CodeletSplit(A), A / CodeletSplit(A), S, T, P>(
-                [&](int ja) __attribute__((always_inline)) {
-                    const P v = s[ja * B + kb];
-                    if (ja == 0) return v;
-                    const Cx<T> w = twb[ja * kb];
-                    return Mul(v, P{typename P::V{} + w.re, typename P::V{} + w.im});
-                },
-                [&](int ka, P v) __attribute__((always_inline)) { o[ka] = v; }, T(1));
-            // Lane c is column j1 + c: its row of Y at kb + B ka.
-            bfly::StaticFor<A>([&](auto ka) __attribute__((always_inline)) {
-                bfly::StaticFor<W>([&](auto c) __attribute__((always_inline)) {
-                    work[(j1 + c) * M + kb + B * ka] = Cx<T>{o[ka].re[int(c)], o[ka].im[int(c)]};
-                });
-            });
-        }
-    }
+    constexpr int M = A * B;
     constexpr int LL = codelet::RowLanes<T, N1, M>();
-    for (int64_t k2 = 0; k2 < M; k2 += LL) SplitSecond<N1, M, S, T, LL>(work, out_re, out_im, tw, k2, scale);
+    using P = Pack<T, LL>;
+    P s[M];
+    const Cx<T> *twb = tw + TwoPassTwiddleEntries<T>(N1 * M);
+    auto load = [xr, xi](int64_t e) __attribute__((always_inline)) { return P::LoadParts(xr + e, xi + e); };
+    for (int64_t j1 = 0; j1 < N1; j1 += LL) threepass::BlockColumns<N1, A, B, S, T, LL>(load, work, twb, s, j1);
+    constexpr int L2 = codelet::RowLanes<T, N1, M>();
+    for (int64_t k2 = 0; k2 < M; k2 += L2) SplitSecond<N1, M, S, T, L2>(work, out_re, out_im, tw, k2, scale);
 }
 
 // Three-pass column blocks up to this many points keep their scratch in

@@ -21,17 +21,19 @@ using pack::Pack;
 using twopass::CodeletSplit;
 
 // Pass 1 for columns j1 .. j1+LL-1: their length-(A*B) transforms into the
-// rows of y. twb[e] = w_(A B)^e; s holds A*B packs.
-template <int N1, int A, int B, int S, class T, int LL>
-__attribute__((always_inline)) inline void BlockColumns(const Cx<T> *x, Cx<T> *y, const Cx<T> *twb, Pack<T, LL> *s,
+// rows of y. twb[e] = w_(A B)^e; s holds A*B packs; load(e) gives the pack
+// of input elements e .. e+LL-1 (interleaved pairs, or joined from split
+// parts as they are read).
+template <int N1, int A, int B, int S, class T, int LL, class Load>
+__attribute__((always_inline)) inline void BlockColumns(Load load, Cx<T> *y, const Cx<T> *twb, Pack<T, LL> *s,
                                                         int64_t j1) {
     using P = Pack<T, LL>;
     constexpr int M = A * B;
     for (int ja = 0; ja < A; ++ja) {
-        const Cx<T> *xa = x + j1 + N1 * ja;
+        const int64_t xa = j1 + N1 * ja;
         P *sa = s + ja * B;
         codelet::Body<CodeletSplit(B), B / CodeletSplit(B), S, T, P>(
-            [&](int j) __attribute__((always_inline)) { return P::Load(xa + N1 * A * j); },
+            [&](int j) __attribute__((always_inline)) { return load(xa + N1 * A * j); },
             [&](int k, P v) __attribute__((always_inline)) { sa[k] = v; }, T(1));
     }
     for (int kb = 0; kb < B; ++kb) {
@@ -55,7 +57,8 @@ void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
     Pack<T, LL> s[M];
     Cx<T> *y = x == out ? work : out;
     const Cx<T> *twb = tw + TwoPassTwiddleEntries<T>(N1 * M);
-    for (int64_t j1 = 0; j1 < N1; j1 += LL) BlockColumns<N1, A, B, S, T, LL>(x, y, twb, s, j1);
+    auto load = [x](int64_t e) __attribute__((always_inline)) { return Pack<T, LL>::Load(x + e); };
+    for (int64_t j1 = 0; j1 < N1; j1 += LL) BlockColumns<N1, A, B, S, T, LL>(load, y, twb, s, j1);
     twopass::TwiddledPass<N1, M, S, T>(y, out, tw, scale);
 }
 
