@@ -61,8 +61,7 @@ void ThreePass(const T *xr, const T *xi, T *out_re, T *out_im, Cx<T> *work, cons
     const Cx<T> *twb = tw + TwoPassTwiddleEntries<T>(N1 * M);
     auto load = [xr, xi](int64_t e) __attribute__((always_inline)) { return P::LoadParts(xr + e, xi + e); };
     for (int64_t j1 = 0; j1 < N1; j1 += LL) threepass::BlockColumns<N1, A, B, S, T, LL>(load, work, twb, s, j1);
-    constexpr int L2 = codelet::RowLanes<T, N1, M>();
-    for (int64_t k2 = 0; k2 < M; k2 += L2) SplitSecond<N1, M, S, T, L2>(work, out_re, out_im, tw, k2, scale);
+    for (int64_t k2 = 0; k2 < M; k2 += LL) SplitSecond<N1, M, S, T, LL>(work, out_re, out_im, tw, k2, scale);
 }
 
 // Three-pass column blocks up to this many points keep their scratch in
