@@ -14,6 +14,7 @@
 #include <span>
 
 #include "dft/dfti_descriptor.h"
+#include "dft/engine/blocked_conv.h"
 #include "dft/engine/engine_memory.h"
 #include "dft/engine/power_table.h"
 #include "dft/engine/team_run.h"
@@ -598,6 +599,7 @@ Fft1D<T>::~Fft1D() {
     MemFree(wrap_);
     MemFree(perm_);
     MemFree(iperm_);
+    if (conv_) MemDelete(conv_);
     if (fwd_) MemDelete(fwd_);
     if (bwd_) MemDelete(bwd_);
     if (f1_) MemDelete(f1_);
@@ -613,6 +615,7 @@ int64_t Fft1D<T>::WorkElems() const {
     if (four_) return n_ + FourStepBuffer();  // the middle array, then one member's buffers
     if (split_sub_) return n_ + CacheSplitMember();  // the rows in place, then one member's scratch
     if (!blue_ && !rader_) return n_;
+    if (conv_) return m_ + conv_->MemberElems();  // the convolution's array, then one member's scratch
     // Both convolutions run their FFTs in place in one array; the FFTs'
     // scratch then holds Bluestein's wrapped inputs in double (one element
     // more for its alignment).

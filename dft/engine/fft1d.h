@@ -19,6 +19,9 @@
 namespace orb::dft {
 
 template <class T>
+class BlockedConv;
+
+template <class T>
 class Fft1D {
 public:
     // Null on allocation failure. lone_row: the plan runs this length as a
@@ -94,6 +97,10 @@ private:
     // out[j] (j >= 1) comes from slot iperm_[j-1] of the convolution.
     bool rader_ = false;
     int32_t *perm_ = nullptr, *iperm_ = nullptr;
+    // Rader's convolution in three passes (blocked_conv.h) where its array
+    // outgrows the second-level cache; iperm_ then names positions in it.
+    BlockedConv<T> *conv_ = nullptr;
+    void ExecRaderBlocked(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
     // Four-step for lengths beyond the caches: n = n1 * n2, column FFTs of
     // length n1, twiddles w_n^(j2 k1) (table tw4_[k1 n2 + j2]), row FFTs of
     // length n2, written transposed; columns and rows go in blocks.

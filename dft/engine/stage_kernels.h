@@ -21,7 +21,8 @@
 // PointMul* is y[j] = x[j] * w[j] * scale for j < n (y may equal x), the
 // pointwise passes of the convolution algorithms.
 // TwiddleColumnsD is the last pass of a double row split as n = r * m
-// (twiddle_columns.cpp); null for radices without one.
+// (twiddle_columns.cpp); null for radices without one. ConvColumnsD is the
+// middle pass of a convolution split that way (blocked_conv.h).
 #define ORB_DFT_STAGE_DECLS                                                                 \
     void ExecStagesD(const StagePlan<double> &pl, const Cx<double> *in, Cx<double> *out,    \
                      Cx<double> *work, double scale, int nthreads, int64_t vb);                         \
@@ -33,7 +34,8 @@
     TwoPassFn<float> TwoPassF(int64_t n1, int64_t n2, int sign);                            \
     void PointMulD(const Cx<double> *x, const Cx<double> *w, Cx<double> *y, int64_t n, double scale); \
     void PointMulF(const Cx<float> *x, const Cx<float> *w, Cx<float> *y, int64_t n, float scale); \
-    TwiddleColumnsFn<double> TwiddleColumnsD(int64_t r, int sign);
+    TwiddleColumnsFn<double> TwiddleColumnsD(int64_t r, int sign);                         \
+    ConvColumnsFn<double> ConvColumnsD(int64_t r);
 
 namespace orb::dft {
 
@@ -51,6 +53,11 @@ template <class T>
 constexpr int64_t kTwiddleColumns = 128 / int64_t(2 * sizeof(T));
 template <class T>
 using TwiddleColumnsFn = void (*)(Cx<T> *c, const Cx<T> *t, T scale);
+// The same block through a cyclic convolution's middle: the forward radix-r
+// pass (twiddles t before it, sign -1), times the filter h (laid out as
+// c), the inverse radix-r pass (conjugate twiddles after it), in place.
+template <class T>
+using ConvColumnsFn = void (*)(Cx<T> *c, const Cx<T> *t, const Cx<T> *h);
 // Twiddle layout of the two-pass kernels of n points of T: w_n^(j1 k2) =
 // c + i s interleaved from 16 KiB of data (n entries), below that as
 // {c, c} and {s, s} in two tables of n (the multiply then shuffles only
@@ -84,6 +91,7 @@ struct StageKernels {
     decltype(&k_sse2::PointMulD) point_mul_d;
     decltype(&k_sse2::PointMulF) point_mul_f;
     decltype(&k_sse2::TwiddleColumnsD) twiddle_columns_d;
+    decltype(&k_sse2::ConvColumnsD) conv_columns_d;
 
     template <class T>
     void PointMul(const Cx<T> *x, const Cx<T> *w, Cx<T> *y, int64_t n, T scale) const {

@@ -1,6 +1,7 @@
 // Lone rows split for the second-level cache (n = r x m: transpose, rows of
-// m, twiddled radix-r columns): with the cache assumed small, moderate
-// lengths take the split on every kernel build. Each result is checked
+// m, twiddled radix-r columns), and Rader's convolutions split the same
+// way: with the cache assumed small, moderate lengths take the split on
+// every kernel build. Each result is checked
 // whole against the same transform on the stages (the cache assumed
 // large), and at sampled bins against the naive long-double DFT.
 #include <gtest/gtest.h>
@@ -79,10 +80,17 @@ const SplitCase kCases[] = {
     {131072, true, 6, 1, true}, {32768, true, 5, 1, true, 1, 0.25},
     {131072, true, 7, 2},       {65536, true, 5, 2, true},
     {131072, true, 6, 3, false, 1, 0.5}, {32768, true, 7, 3, true},
-    // Convolutions of a lone row split too: Bluestein's 34560 points for
-    // 16531 (r = 16), Rader's 65536 for 65537 (r = 32).
+    // Bluestein's convolution of a lone row splits its FFTs too (34560
+    // points for 16531, r = 16).
     {16531, true, 7},           {16531, true, 5, 2},
+    // Rader's convolutions run in three passes instead (blocked_conv.h),
+    // against their two FFTs on the stages: r = 16 (40961), 32 (65537) and
+    // 64 (163841), every kernel build, in place, a team of two and of
+    // three, backward with a scale.
     {65537, true, 7},           {65537, true, 6},
+    {65537, true, 5, 1, true, 1, 0.5}, {40961, true, 7, 2, false, 1},
+    {40961, true, 5, 3, true},  {163841, true, 7, 1, false, -1, 0.25},
+    {163841, true, 6, 2, true, 1},
     // Single precision keeps its stages: the comparison then checks the
     // stages against themselves and the bins against the oracle.
     {131072, false, 7},
