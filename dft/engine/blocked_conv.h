@@ -50,7 +50,7 @@ public:
         r_ = Radix(m, kern);
         if (r_ == 0) return false;
         if constexpr (sizeof(T) == 8) fn_ = kern.conv_columns_d(r_);
-        m_ = m, rows_ = m / r_;
+        m_ = m, rows_ = m / r_, ld_ = rows_ + B;
         fwd_ = Fft1D<T>::Create(rows_, -1, kern, true);
         bwd_ = Fft1D<T>::Create(rows_, +1, kern, true);
         tw_ = MemArray<Cx<T>>(m);
@@ -80,7 +80,10 @@ public:
     int64_t MemberElems() const { return RowWork() + rows_ + r_ * B; }
 
     // Where element s of the convolution lies in the array.
-    int64_t Slot(int64_t s) const { return (s % r_) * rows_ + s / r_; }
+    int64_t Slot(int64_t s) const { return (s % r_) * ld_ + s / r_; }
+
+    // Elements of the array Run works in.
+    int64_t ArrayElems() const { return r_ * ld_; }
 
     // mid (m elements) = scale * m * IDFT(filter * DFT(x)), element s at
     // Slot(s), where x[s] = at(Slot(s)) (in the array's own order, so that
@@ -92,14 +95,14 @@ public:
     // afterwards.)
     template <class At, class Done>
     void Run(Cx<T> *mid, Cx<T> *own, int nthreads, T scale, Cx<T> *bin0, At at, Done done) const {
-        const int64_t r = r_, rows = rows_;
+        const int64_t r = r_, rows = rows_, ld = ld_;
         auto body = [&](Cx<T> *buf, int id, int nth) {
             // Each row goes through the scratch, so that its FFT runs out of
             // place (in place some lengths fall back from their kernels).
             Cx<T> *row = buf + RowWork(), *cols = row + rows;
             for (int64_t j = r * id / nth; j < r * (id + 1) / nth; ++j) {
-                for (int64_t k = 0; k < rows; ++k) row[k] = at(j * rows + k);
-                fwd_->Exec(row, mid + j * rows, buf, T(1), 1);
+                for (int64_t k = 0; k < rows; ++k) row[k] = at(j * ld + k);
+                fwd_->Exec(row, mid + j * ld, buf, T(1), 1);
             }
             if (nth > 1) {
 #pragma omp barrier
@@ -108,21 +111,21 @@ public:
             // lie a multiple of 4 KiB apart for the powers of two), through
             // the middle, and back.
             for (int64_t k0 = rows / B * id / nth * B; k0 < rows / B * (id + 1) / nth * B; k0 += B) {
-                for (int64_t j = 0; j < r; ++j) memcpy(cols + j * B, mid + j * rows + k0, B * sizeof(Cx<T>));
+                for (int64_t j = 0; j < r; ++j) memcpy(cols + j * B, mid + j * ld + k0, B * sizeof(Cx<T>));
                 if (k0 == 0) {
                     Cx<T> s{};
                     for (int64_t j = 0; j < r; ++j) s.re += cols[j * B].re, s.im += cols[j * B].im;
                     *bin0 = s;
                 }
                 fn_(cols, tw_ + k0 * r, filt_ + k0 * r);
-                for (int64_t j = 0; j < r; ++j) memcpy(mid + j * rows + k0, cols + j * B, B * sizeof(Cx<T>));
+                for (int64_t j = 0; j < r; ++j) memcpy(mid + j * ld + k0, cols + j * B, B * sizeof(Cx<T>));
             }
             if (nth > 1) {
 #pragma omp barrier
             }
             for (int64_t j = r * id / nth; j < r * (id + 1) / nth; ++j) {
-                bwd_->Exec(mid + j * rows, row, buf, scale, 1);
-                memcpy(mid + j * rows, row, size_t(rows) * sizeof(Cx<T>));
+                bwd_->Exec(mid + j * ld, row, buf, scale, 1);
+                memcpy(mid + j * ld, row, size_t(rows) * sizeof(Cx<T>));
             }
             if (nth > 1) {
 #pragma omp barrier
@@ -138,6 +141,7 @@ private:
     static constexpr int64_t kMinRow = 2048;
 
     int64_t m_ = 0, r_ = 0, rows_ = 0;
+    int64_t ld_ = 0;  // elements from row to row: a block more, so that a column's legs do not share a set of the first-level cache
     ConvColumnsFn<T> fn_ = nullptr;
     Fft1D<T> *fwd_ = nullptr, *bwd_ = nullptr;  // the rows' FFTs
     Cx<T> *tw_ = nullptr, *filt_ = nullptr;       // both in the column pass's order

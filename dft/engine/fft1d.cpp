@@ -615,7 +615,7 @@ int64_t Fft1D<T>::WorkElems() const {
     if (four_) return n_ + FourStepBuffer();  // the middle array, then one member's buffers
     if (split_sub_) return n_ + CacheSplitMember();  // the rows in place, then one member's scratch
     if (!blue_ && !rader_) return n_;
-    if (conv_) return m_ + conv_->MemberElems();  // the convolution's array, then one member's scratch
+    if (conv_) return conv_->ArrayElems() + conv_->MemberElems();  // the convolution's array, then one member's scratch
     // Both convolutions run their FFTs in place in one array; the FFTs'
     // scratch then holds Bluestein's wrapped inputs in double (one element
     // more for its alignment).

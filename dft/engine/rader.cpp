@@ -91,20 +91,18 @@ bool Fft1D<T>::BuildRader() {
     // both index tables name positions in their array: the outputs' slots,
     // and the inputs in the order the gather reads them.
     conv_ = MemNew<BlockedConv<T>>();
-    int32_t *order = MemArray<int32_t>(m);
-    const bool built = conv_ && order && conv_->Build(m, *kern_, filter_);
-    if (built) {
+    const bool built = conv_ && conv_->Build(m, *kern_, filter_);
+    int32_t *order = built ? MemArray<int32_t>(conv_->ArrayElems()) : nullptr;
+    if (order) {
         for (int64_t j = 0; j < m; ++j) iperm_[j] = int32_t(conv_->Slot(iperm_[j]));
         for (int64_t s = 0; s < m; ++s) order[conv_->Slot(s)] = perm_[s];
         MemFree(perm_);
         perm_ = order;
-        order = nullptr;
     }
-    MemFree(order);
     MemDelete(fwd_);
     MemFree(filter_);
     fwd_ = nullptr, filter_ = nullptr;
-    return built;
+    return order != nullptr;
 }
 
 template <class T>
@@ -118,7 +116,7 @@ void Fft1D<T>::ExecRaderBlocked(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scal
     // x[0] joins every output.
     const Cx<T> x0s = {x0.re * scale, x0.im * scale};
     conv_->Run(
-        mid, work + m, nthreads, scale, &sum, [&](int64_t at) { return in[perm[at]]; },
+        mid, work + conv_->ArrayElems(), nthreads, scale, &sum, [&](int64_t at) { return in[perm[at]]; },
         [=](int id, int nth) {
             const int64_t lo = m * id / nth, hi = m * (id + 1) / nth;
             for (int64_t j = lo; j < hi; ++j) out[j + 1] = {mid[iperm[j]].re + x0s.re, mid[iperm[j]].im + x0s.im};
