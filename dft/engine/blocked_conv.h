@@ -1,5 +1,5 @@
 // Cyclic convolution of length m = r * M against a fixed filter in three
-// passes over one array, for the convolutions of Rader's primes whose
+// passes over one array, for the convolutions of Rader and Bluestein whose
 // arrays outgrow the second-level cache. Two FFTs of length m with a
 // pointwise product between them cross memory nine or more times; here
 // the forward rows (with the input's gather), the columns (forward pass,
@@ -41,6 +41,15 @@ public:
             if (m % r == 0 && rows >= kMinRow && rows % B == 0 && kern.conv_columns_d(r)) return r;
         }
         return 0;
+    }
+
+    // Whether a convolution of m points runs here: where its array and the
+    // scratch outgrow the second-level cache. AVX2+FMA, 2 MiB, FFTW_MEASURE
+    // time / ours for Rader's primes, two FFTs then three passes: 40961
+    // (640 KiB) 2.26 and 1.87, 65537 1.79 and 1.98, 114689 1.45 and 2.04,
+    // 163841 1.99 and 2.79, 786433 2.33 and 2.44.
+    static bool Suits(int64_t m, const StageKernels &kern) {
+        return Radix(m, kern) != 0 && 2 * m * int64_t(sizeof(Cx<T>)) >= SecondLevelCacheBytes();
     }
 
     // filter: the kernel's spectrum in natural order (m points, forward
@@ -85,13 +94,13 @@ public:
     // Elements of the array Run works in.
     int64_t ArrayElems() const { return r_ * ld_; }
 
-    // mid (m elements) = scale * m * IDFT(filter * DFT(x)), element s at
-    // Slot(s), where x[s] = at(Slot(s)) (in the array's own order, so that
-    // a gather reads its indices in sequence); *bin0 = DFT(x)[0]. own:
-    // MemberElems elements for the serial call. Then each member of the
-    // team calls done(id, members) once all of mid is written, to read its
-    // share of the results. (Scattering the results from the last rows
-    // instead measured 1.1x slower for Rader's 65537 than gathering them
+    // mid (ArrayElems) = scale * m * IDFT(filter * DFT(x)), element s at
+    // Slot(s), where x[s] = at(Slot(s), s) (the position lets a gather read
+    // its indices in sequence); *bin0 = DFT(x)[0]. own: MemberElems
+    // elements for the serial call. Then each member of the team calls
+    // done(id, members) once all of mid is written, to read its share of
+    // the results. (Scattering the results from the last rows instead
+    // measured 1.1x slower for Rader's 65537 than gathering them
     // afterwards.)
     template <class At, class Done>
     void Run(Cx<T> *mid, Cx<T> *own, int nthreads, T scale, Cx<T> *bin0, At at, Done done) const {
@@ -101,7 +110,7 @@ public:
             // place (in place some lengths fall back from their kernels).
             Cx<T> *row = buf + RowWork(), *cols = row + rows;
             for (int64_t j = r * id / nth; j < r * (id + 1) / nth; ++j) {
-                for (int64_t k = 0; k < rows; ++k) row[k] = at(j * ld + k);
+                for (int64_t k = 0; k < rows; ++k) row[k] = at(j * ld + k, k * r + j);
                 fwd_->Exec(row, mid + j * ld, buf, T(1), 1);
             }
             if (nth > 1) {

@@ -615,12 +615,26 @@ int64_t Fft1D<T>::WorkElems() const {
     if (four_) return n_ + FourStepBuffer();  // the middle array, then one member's buffers
     if (split_sub_) return n_ + CacheSplitMember();  // the rows in place, then one member's scratch
     if (!blue_ && !rader_) return n_;
-    if (conv_) return conv_->ArrayElems() + conv_->MemberElems();  // the convolution's array, then one member's scratch
+    // The three passes' array, one member's scratch, then Bluestein's sums.
+    if (conv_) return conv_->ArrayElems() + conv_->MemberElems() + (blue_ ? WrapElems() : 0);
     // Both convolutions run their FFTs in place in one array; the FFTs'
-    // scratch then holds Bluestein's wrapped inputs in double (one element
-    // more for its alignment).
-    const int64_t wrap = (wrap_k_ * int64_t(sizeof(Cx<double>)) + int64_t(sizeof(Cx<T>)) - 1) / int64_t(sizeof(Cx<T>)) + 1;
-    return m_ + std::max({fwd_->WorkElems(), bwd_->WorkElems(), blue_ ? wrap : int64_t(0)});
+    // scratch then holds Bluestein's sums.
+    return m_ + std::max({fwd_->WorkElems(), bwd_->WorkElems(), blue_ ? WrapElems() : int64_t(0)});
+}
+
+template <class T>
+int64_t Fft1D<T>::WrapElems() const {
+    return (2 * wrap_k_ * int64_t(sizeof(Cx<double>)) + int64_t(sizeof(Cx<T>)) - 1) / int64_t(sizeof(Cx<T>)) + 1;
+}
+
+template <class T>
+bool Fft1D<T>::AdoptBlockedConv() {
+    conv_ = MemNew<BlockedConv<T>>();
+    const bool ok = conv_ && conv_->Build(m_, *kern_, filter_);
+    MemDelete(fwd_);
+    MemFree(filter_);
+    fwd_ = nullptr, filter_ = nullptr;
+    return ok;
 }
 
 template <class T>

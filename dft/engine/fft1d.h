@@ -97,10 +97,21 @@ private:
     // out[j] (j >= 1) comes from slot iperm_[j-1] of the convolution.
     bool rader_ = false;
     int32_t *perm_ = nullptr, *iperm_ = nullptr;
-    // Rader's convolution in three passes (blocked_conv.h) where its array
-    // outgrows the second-level cache; iperm_ then names positions in it.
+    // Either convolution in three passes (blocked_conv.h) where its array
+    // outgrows the second-level cache; Rader's perm_ and iperm_ then name
+    // positions in it.
     BlockedConv<T> *conv_ = nullptr;
     void ExecRaderBlocked(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
+    void ExecBluesteinBlocked(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
+    // Builds conv_ from filter_ (m_ points), then frees filter_ and fwd_,
+    // which only served to transform it.
+    bool AdoptBlockedConv();
+    // Bluestein's K corrections for the wrapped outputs from the input:
+    // corr[q] = sum_(j <= q) x[j] c[j] g_(q-j); xc: K elements of scratch.
+    void WrapSums(const Cx<T> *in, Cx<double> *xc, Cx<double> *corr) const;
+    // Elements of T holding Bluestein's 2K scratch pairs in double, with
+    // room to align them.
+    int64_t WrapElems() const;
     // Four-step for lengths beyond the caches: n = n1 * n2, column FFTs of
     // length n1, twiddles w_n^(j2 k1) (table tw4_[k1 n2 + j2]), row FFTs of
     // length n2, written transposed; columns and rows go in blocks.

@@ -46,17 +46,6 @@ int64_t PrimitiveRoot(int64_t p) {
     }
 }
 
-// Whether Rader's convolution of m points runs in three passes: where the
-// array and its scratch outgrow the second-level cache. AVX2+FMA, 2 MiB,
-// FFTW_MEASURE time / ours, two FFTs then three passes: 40961 (640 KiB)
-// 2.26 and 1.87, 65537 1.79 and 1.98, 114689 1.45 and 2.04, 163841 1.99
-// and 2.79, 786433 2.33 and 2.44.
-template <class T>
-bool RunsBlocked(int64_t m, const StageKernels &kern) {
-    if (BlockedConv<T>::Radix(m, kern) == 0) return false;
-    return 2 * m * int64_t(sizeof(Cx<T>)) >= SecondLevelCacheBytes();
-}
-
 }  // namespace
 
 template <class T>
@@ -64,7 +53,7 @@ bool Fft1D<T>::BuildRader() {
     rader_ = true;
     const int64_t p = n_, m = p - 1;
     m_ = m;
-    const bool blocked = RunsBlocked<T>(m, *kern_);
+    const bool blocked = BlockedConv<T>::Suits(m, *kern_);
     fwd_ = Create(m, -1, *kern_, lone_row_);
     bwd_ = blocked ? nullptr : Create(m, +1, *kern_, lone_row_);
     perm_ = MemArray<int32_t>(m);
@@ -87,22 +76,15 @@ bool Fft1D<T>::BuildRader() {
         return true;
     });
     if (!ok || !blocked) return ok;
-    // The three passes keep their own filter, laid out as they read it, and
-    // both index tables name positions in their array: the outputs' slots,
-    // and the inputs in the order the gather reads them.
-    conv_ = MemNew<BlockedConv<T>>();
-    const bool built = conv_ && conv_->Build(m, *kern_, filter_);
-    int32_t *order = built ? MemArray<int32_t>(conv_->ArrayElems()) : nullptr;
-    if (order) {
-        for (int64_t j = 0; j < m; ++j) iperm_[j] = int32_t(conv_->Slot(iperm_[j]));
-        for (int64_t s = 0; s < m; ++s) order[conv_->Slot(s)] = perm_[s];
-        MemFree(perm_);
-        perm_ = order;
-    }
-    MemDelete(fwd_);
-    MemFree(filter_);
-    fwd_ = nullptr, filter_ = nullptr;
-    return order != nullptr;
+    // Both index tables then name positions in the convolution's array: the
+    // outputs' slots, and the inputs in the order the gather reads them.
+    int32_t *order = AdoptBlockedConv() ? MemArray<int32_t>(conv_->ArrayElems()) : nullptr;
+    if (!order) return false;
+    for (int64_t j = 0; j < m; ++j) iperm_[j] = int32_t(conv_->Slot(iperm_[j]));
+    for (int64_t s = 0; s < m; ++s) order[conv_->Slot(s)] = perm_[s];
+    MemFree(perm_);
+    perm_ = order;
+    return true;
 }
 
 template <class T>
@@ -116,7 +98,7 @@ void Fft1D<T>::ExecRaderBlocked(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scal
     // x[0] joins every output.
     const Cx<T> x0s = {x0.re * scale, x0.im * scale};
     conv_->Run(
-        mid, work + conv_->ArrayElems(), nthreads, scale, &sum, [&](int64_t at) { return in[perm[at]]; },
+        mid, work + conv_->ArrayElems(), nthreads, scale, &sum, [&](int64_t at, int64_t) { return in[perm[at]]; },
         [=](int id, int nth) {
             const int64_t lo = m * id / nth, hi = m * (id + 1) / nth;
             for (int64_t j = lo; j < hi; ++j) out[j + 1] = {mid[iperm[j]].re + x0s.re, mid[iperm[j]].im + x0s.im};

@@ -80,9 +80,11 @@ const SplitCase kCases[] = {
     {131072, true, 6, 1, true}, {32768, true, 5, 1, true, 1, 0.25},
     {131072, true, 7, 2},       {65536, true, 5, 2, true},
     {131072, true, 6, 3, false, 1, 0.5}, {32768, true, 7, 3, true},
-    // Bluestein's convolution of a lone row splits its FFTs too (34560
-    // points for 16531, r = 16).
+    // Bluestein's convolutions run in three passes too: 16531 on 34560
+    // points, 16387 = 7 x 2341 on 32768 with the K = 5 outputs that wrap
+    // (both r = 16).
     {16531, true, 7},           {16531, true, 5, 2},
+    {16387, true, 7},           {16387, true, 6, 2, true, 1, 0.5},
     // Rader's convolutions run in three passes instead (blocked_conv.h),
     // against their two FFTs on the stages: r = 16 (40961), 32 (65537) and
     // 64 (163841), every kernel build, in place, a team of two and of
