@@ -72,7 +72,8 @@ bool Fft1D<T>::BuildBluestein() {
     const int64_t n = n_, m = BluesteinLength<T>(n, *kern_);
     m_ = m;
     const bool blocked = BlockedConv<T>::Suits(m, *kern_);
-    fwd_ = Create(m, -1, *kern_, lone_row_);
+    // With the three passes, fwd_ only transforms the filter: plain stages.
+    fwd_ = Create(m, -1, *kern_, lone_row_ && !blocked);
     bwd_ = blocked ? nullptr : Create(m, +1, *kern_, lone_row_);
     chirp_ = MemArray<Cx<T>>(n);
     filter_ = MemArray<Cx<T>>(m);

@@ -54,7 +54,8 @@ bool Fft1D<T>::BuildRader() {
     const int64_t p = n_, m = p - 1;
     m_ = m;
     const bool blocked = BlockedConv<T>::Suits(m, *kern_);
-    fwd_ = Create(m, -1, *kern_, lone_row_);
+    // With the three passes, fwd_ only transforms the filter: plain stages.
+    fwd_ = Create(m, -1, *kern_, lone_row_ && !blocked);
     bwd_ = blocked ? nullptr : Create(m, +1, *kern_, lone_row_);
     perm_ = MemArray<int32_t>(m);
     iperm_ = MemArray<int32_t>(m);
