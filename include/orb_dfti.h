@@ -134,10 +134,12 @@
  *   4. small cube (complex, interleaved, one transform, scales exactly 1.0,
  *      n x n x n with n <= 10, dense default strides): fully unrolled
  *      three-pass kernels per CpuLevel, in or out of place.
- *   5. general: the transform engine (mixed radix, Bluestein for large
- *      prime factors, a single long transform beyond the second-level
- *      cache split into rows that fit it, four-step beyond the largest
- *      cache, real transforms through a half-length complex transform).
+ *   5. general: the transform engine (mixed radix, Rader's and
+ *      Bluestein's convolutions for large prime factors, in double
+ *      precision run as three passes over one array once it outgrows the
+ *      second-level cache, a single long transform beyond that cache split
+ *      into rows that fit it, four-step beyond the largest cache, real
+ *      transforms through a half-length complex transform).
  *   A commit that changes planner drops the old plan first; a re-commit
  *   with the same planner keeps its record (and its rank-1 descriptors).
  *   The engine's rules also read the processor's caches (the sizes of
