@@ -20,6 +20,8 @@ namespace orb::dft {
 
 template <class T>
 class BlockedConv;
+template <class T>
+class RealRader;
 
 template <class T>
 class Fft1D {
@@ -173,9 +175,15 @@ void SetSecondLevelCacheForTesting(int64_t bytes);
 // follow it.
 void SetFourStepFromForTesting(int64_t n);
 
+// Whether the real transforms of length n run Rader's convolution on real
+// data (real_rader.h): a prime whose complex transform would run Rader's,
+// from kRealRaderFrom points.
+bool RealRaderFits(int64_t n);
+
 // Real transform of length n: R2C (sign -1) maps n reals to n/2+1 complex,
 // C2R (sign +1) the inverse shape. Even n runs a half-length complex FFT
-// with a pre/post pass; odd n a full-length complex FFT.
+// with a pre/post pass; odd n a full-length complex FFT, or for a prime
+// length where RealRaderFits, three real FFTs of lengths n-1 and (n-1)/2.
 template <class T>
 class RealFft1D {
 public:
@@ -197,6 +205,7 @@ public:
 private:
     int64_t n_ = 0;
     Fft1D<T> *fft_ = nullptr;  // length n/2 (even n) or n (odd n)
+    RealRader<T> *rader_ = nullptr;  // instead of fft_ where RealRaderFits(n)
     Cx<T> *w_ = nullptr;       // the pair step's table of sign i exp(sign 2 pi i k / n) (even n)
     RealSplitFn<T> split_ = nullptr;  // the pair step over w_ (even n)
     SmallFn<T> half_ = nullptr;       // the length-n/2 codelet, when there is one

@@ -12,41 +12,9 @@
 #include "dft/engine/fft1d.h"
 #include "dft/engine/filter_transform.h"
 #include "dft/engine/power_table.h"
+#include "dft/engine/primitive_root.h"
 
 namespace orb::dft {
-
-namespace {
-
-int64_t PowMod(int64_t b, int64_t e, int64_t p) {
-    int64_t r = 1;
-    b %= p;
-    for (; e > 0; e >>= 1) {
-        if (e & 1) r = r * b % p;
-        b = b * b % p;
-    }
-    return r;
-}
-
-// Smallest primitive root of the prime p (p < 2^31, so products fit).
-int64_t PrimitiveRoot(int64_t p) {
-    int64_t q[32];
-    int nq = 0;
-    int64_t m = p - 1;
-    for (int64_t d = 2; m > 1; ++d) {
-        if (d * d > m) d = m;
-        if (m % d == 0) {
-            q[nq++] = d;
-            while (m % d == 0) m /= d;
-        }
-    }
-    for (int64_t g = 2;; ++g) {
-        bool ok = true;
-        for (int i = 0; i < nq && ok; ++i) ok = PowMod(g, (p - 1) / q[i], p) != 1;
-        if (ok) return g;
-    }
-}
-
-}  // namespace
 
 template <class T>
 bool Fft1D<T>::BuildRader() {

@@ -165,6 +165,69 @@ TEST(EngineIdentities, LargeLengths) {
     Identities<double>(3 * 5 * 7 * 4096, true);
 }
 
+// Real transforms of large primes run Rader's convolution on real data
+// (three real FFTs of lengths p-1 and (p-1)/2): sampled bins of R2C against
+// the naive DFT of the real row, and sampled outputs of C2R against the
+// naive inverse of the full conjugate-even spectrum (the imaginary part of
+// bin 0, which no real signal has, must be ignored). 65537 (half length
+// 2^15), 7681 (3840) on every kernel build, 786433 (393216: the convolution
+// beyond the second-level cache), 2251 ((p-1)/2 = 1125, odd: its real
+// transform runs full length), threaded and scaled.
+TEST(EngineRealPrimes, SampledBinsMatchNaiveDft) {
+    struct Row {
+        int64_t n;
+        bool is_double;
+        int nthreads;
+        int level;
+        double scale;
+    };
+    const Row rows[] = {{65537, true, 1, 0, 1.0},  {65537, false, 2, 0, 1.0}, {65537, true, 2, 0, 0.5},
+                        {7681, true, 1, 5, 1.0},   {7681, true, 1, 6, 1.0},   {7681, false, 1, 7, 2.0},
+                        {786433, true, 2, 0, 1.0}, {2251, true, 1, 0, 1.0},   {2251, false, 1, 0, 1.0}};
+    for (const Row &r : rows) {
+        const int64_t n = r.n, h = n / 2;
+        std::vector<int64_t> ks = {0, 1, 2, h - 1, h};
+        for (int b = 2; b < 10; ++b) ks.push_back((b * 2654435761ll + 12345) % (h + 1));
+        for (EngineKind kind : {EngineKind::R2C, EngineKind::C2R}) {
+            const bool fwd = kind == EngineKind::R2C;
+            EngineProblem p;
+            p.kind = kind, p.is_double = r.is_double, p.sign = fwd ? -1 : 1, p.dims[0] = {n, 1, 1};
+            p.nthreads = r.nthreads, p.scale = r.scale;
+            // Forward: x real. Backward: bins 0..h, spread to the full
+            // conjugate-even spectrum for the oracle.
+            std::vector<LCx> x = RandomComplex(n, 31 + n), full(n);
+            if (fwd) {
+                for (auto &v : x) v = v.real();
+                full = x;
+            } else {
+                full[0] = x[0].real();
+                for (int64_t k = 1; k <= h; ++k) full[k] = x[k], full[n - k] = std::conj(x[k]);
+            }
+            std::vector<long double> in(2 * n), out(2 * n);
+            for (int64_t i = 0; i < (fwd ? n : h + 1); ++i) {
+                if (fwd) in[i] = x[i].real();
+                else in[2 * i] = x[i].real(), in[2 * i + 1] = x[i].imag();
+            }
+            const auto run = [&]<class T>(T) {
+                std::vector<T> a(in.begin(), in.end()), y(2 * n);
+                int status = -1;
+                EnginePlan *plan = r.level ? EnginePlanCreateForLevel(p, r.level, &status) : EnginePlanCreate(p, &status);
+                ASSERT_EQ(status, EngineOk);
+                EXPECT_EQ(EngineExecute(plan, a.data(), nullptr, y.data(), nullptr), EngineOk);
+                EnginePlanDestroy(plan);
+                std::copy(y.begin(), y.end(), out.begin());
+            };
+            if (r.is_double) run(double{});
+            else run(float{});
+            std::vector<LCx> got, ref = NaiveBins(full, ks, p.sign);
+            for (auto &v : ref) v *= (long double)r.scale;
+            for (int64_t k : ks) got.push_back(fwd ? LCx(out[2 * k], out[2 * k + 1]) : LCx(out[k]));
+            EXPECT_LE(RelRms(got, ref), Tolerance(r.is_double, n))
+                << (fwd ? "R2C" : "C2R") << " n=" << n << " level " << r.level << " threads " << r.nthreads;
+        }
+    }
+}
+
 // Threads change how work is shared, not the arithmetic: results equal.
 TEST(EngineThreads, ThreadedEqualsSingleThreaded) {
     for (bool four_step : {false, true}) {

@@ -28,8 +28,9 @@ TEST(EngineLengths, EveryLengthUpTo100MatchesNaiveDft) {
 // 167 (166 = 2*83), 971 (970 = 2*5*97) and 4099 (4098 = 2*3*683) do not
 // (Bluestein on 320, 2048 and 8640 points, 167 with 13 wrapped outputs
 // fixed up after the convolution). Both directions, in and
-// out of place, scaled, threaded, and the real transforms (a full-length
-// complex FFT for odd n).
+// out of place, scaled, threaded, and the real transforms (Rader's
+// convolution on real data from 97 on, 131 with an odd half length
+// (p-1)/2 = 65; a full-length complex FFT for the rest).
 TEST(EnginePrimes, ConvolutionPathsMatchNaiveDft) {
     struct Call {
         const char *name;
