@@ -139,7 +139,8 @@
  *      precision run as three passes over one array once it outgrows the
  *      second-level cache, a single long transform beyond that cache split
  *      into rows that fit it, four-step beyond the largest cache, real
- *      transforms through a half-length complex transform).
+ *      transforms through a half-length complex transform, those of
+ *      prime length from 97 through Rader's convolution on real data).
  *   A commit that changes planner drops the old plan first; a re-commit
  *   with the same planner keeps its record (and its rank-1 descriptors).
  *   The engine's rules also read the processor's caches (the sizes of
