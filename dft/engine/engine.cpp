@@ -16,6 +16,7 @@
 #include "dft/engine/engine_memory.h"
 #include "dft/engine/fft1d.h"
 #include "dft/engine/real_kernels.h"
+#include "dft/engine/row_radix_2d.h"
 #include "dft/engine/split_kernels.h"
 
 namespace orb::dft {
@@ -150,6 +151,9 @@ struct PlanT {
     // A lone contiguous row without a codelet for the whole call: Execute
     // calls its Fft1D or RealFft1D directly (no pass loop).
     bool solo_row = false;
+    // A large 2-D complex transform on radix-N column passes: Execute hands
+    // it the whole call (row_radix_2d.h).
+    RowRadix2D<T> *radix2d = nullptr;
     // Workspace kept with the plan for large problems, lent to one Execute
     // at a time (a concurrent caller allocates its own).
     void *cache = nullptr;
@@ -158,6 +162,7 @@ struct PlanT {
 
     ~PlanT() {
         MemFree(cache);
+        if (radix2d) MemDelete(radix2d);
         for (int i = 0; i < 8; ++i) {
             if (c[i]) MemDelete(c[i]);
             if (r[i]) MemDelete(r[i]);
@@ -687,7 +692,10 @@ __attribute__((noinline)) int Execute(const PlanT<T> &pl, const void *in_re, con
     }
     Cx<T> *temp = static_cast<Cx<T> *>(ws);
     bufs[kTemp].re = temp;
-    if (pl.solo_row) {
+    if (pl.radix2d) {
+        pl.radix2d->Exec(static_cast<const Cx<T> *>(in_re), static_cast<Cx<T> *>(out_re), temp, T(pl.pb.scale),
+                         pl.pb.nthreads);
+    } else if (pl.solo_row) {
         const T scale = T(pl.pb.scale);
         Cx<T> *work = temp + 2 * RowPitch(pl.pass[0].n);  // where RunRow puts it
         const bool ends = pl.pb.packed_ends;
@@ -771,7 +779,17 @@ EnginePlan *Create(const EngineProblem &pb, int level, int *status) {
         *status = EngineInvalid;
         return nullptr;
     }
-    pl->cache_bytes = WorkspaceBytes(*pl);
+    if (RowRadix2D<T>::Suits(pb, *pl->kern)) {
+        pl->radix2d = RowRadix2D<T>::Create(pb, *pl->kern);
+        if (!pl->radix2d) {
+            MemDelete(pl);
+            MemDelete(plan);
+            *status = EngineNoMemory;
+            return nullptr;
+        }
+    }
+    pl->cache_bytes = pl->radix2d ? pl->radix2d->MemberElems() * pb.nthreads * int64_t(sizeof(Cx<T>))
+                                  : WorkspaceBytes(*pl);
     if (pl->cache_bytes > 16384) pl->cache = MemRaw(pl->cache_bytes);  // optional: Execute copes without
     plan->is_double = pb.is_double;
     plan->impl = pl;

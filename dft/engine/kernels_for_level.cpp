@@ -8,7 +8,8 @@ namespace orb::dft {
                                         &k_##lvl::SmallCodeletD, &k_##lvl::SmallCodeletF, \
                                         &k_##lvl::TwoPassD, &k_##lvl::TwoPassF, \
                                         &k_##lvl::PointMulD, &k_##lvl::PointMulF, \
-                                        &k_##lvl::TwiddleColumnsD, &k_##lvl::ConvColumnsD};
+                                        &k_##lvl::TwiddleColumnsD, &k_##lvl::ConvColumnsD, \
+                                        &k_##lvl::RowsDftD};
 ORB_DFT_KERNEL_LEVELS(ORB_DFT_KERNEL_SET)
 #undef ORB_DFT_KERNEL_SET
 

@@ -22,7 +22,8 @@
 // pointwise passes of the convolution algorithms.
 // TwiddleColumnsD is the last pass of a double row split as n = r * m
 // (twiddle_columns.cpp); null for radices without one. ConvColumnsD is the
-// middle pass of a convolution split that way (blocked_conv.h).
+// middle pass of a convolution split that way (blocked_conv.h). RowsDftD
+// runs length-r DFTs across whole rows (RowsDftFn).
 #define ORB_DFT_STAGE_DECLS                                                                 \
     void ExecStagesD(const StagePlan<double> &pl, const Cx<double> *in, Cx<double> *out,    \
                      Cx<double> *work, double scale, int nthreads, int64_t vb);                         \
@@ -35,7 +36,8 @@
     void PointMulD(const Cx<double> *x, const Cx<double> *w, Cx<double> *y, int64_t n, double scale); \
     void PointMulF(const Cx<float> *x, const Cx<float> *w, Cx<float> *y, int64_t n, float scale); \
     TwiddleColumnsFn<double> TwiddleColumnsD(int64_t r, int sign);                         \
-    ConvColumnsFn<double> ConvColumnsD(int64_t r);
+    ConvColumnsFn<double> ConvColumnsD(int64_t r);                                         \
+    RowsDftFn<double> RowsDftD(int64_t r, int sign);
 
 namespace orb::dft {
 
@@ -58,6 +60,11 @@ using TwiddleColumnsFn = void (*)(Cx<T> *c, const Cx<T> *t, T scale);
 // c), the inverse radix-r pass (conjugate twiddles after it), in place.
 template <class T>
 using ConvColumnsFn = void (*)(Cx<T> *c, const Cx<T> *t, const Cx<T> *h);
+// For every column c < ncols: the r elements src[j ss + c] (j < r), their
+// DFT over j, output k times tw[k] (none when tw is null), stored at
+// dst[k ds + c]. dst may equal src when ds == ss.
+template <class T>
+using RowsDftFn = void (*)(const Cx<T> *src, int64_t ss, Cx<T> *dst, int64_t ds, int64_t ncols, const Cx<T> *tw);
 // Twiddle layout of the two-pass kernels of n points of T: w_n^(j1 k2) =
 // c + i s interleaved from 16 KiB of data (n entries), below that as
 // {c, c} and {s, s} in two tables of n (the multiply then shuffles only
@@ -92,6 +99,7 @@ struct StageKernels {
     decltype(&k_sse2::PointMulF) point_mul_f;
     decltype(&k_sse2::TwiddleColumnsD) twiddle_columns_d;
     decltype(&k_sse2::ConvColumnsD) conv_columns_d;
+    decltype(&k_sse2::RowsDftD) rows_dft_d;
 
     template <class T>
     void PointMul(const Cx<T> *x, const Cx<T> *w, Cx<T> *y, int64_t n, T scale) const {

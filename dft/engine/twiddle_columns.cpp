@@ -6,6 +6,10 @@
 // Also the middle of a convolution split the same way (blocked_conv.h): the
 // forward column pass, the filter and the inverse column pass on one block
 // while it is in registers and the first-level cache.
+// And the length-r DFTs across whole rows of the column passes of large
+// two-dimensional transforms (engine_row_radix.cpp): each lane a column.
+#include <string.h>
+
 #include "dft/engine/two_pass.h"
 
 namespace orb::dft::ORB_KNS {
@@ -65,6 +69,49 @@ void RunConv(Cx<T> *c, const Cx<T> *t, const Cx<T> *h) {
     for (int64_t q = 0; q < kTwiddleColumns<T>; q += LL) ConvColumn<R, T, LL>(c, t, h, q);
 }
 
+// Column c of the rows src + j ss (j < R): the DFT over j, output k times
+// tw[k] (Twiddled), stored at dst + k ds + c. Loads before stores, so dst
+// may equal src with ds == ss.
+template <int R, int S, class T, int LL, bool Twiddled>
+__attribute__((always_inline)) inline void RowsColumn(const Cx<T> *src, int64_t ss, Cx<T> *dst, int64_t ds,
+                                                      const Cx<T> *tw, int64_t c) {
+    using P = Pack<T, LL>;
+    constexpr int A = twopass::CodeletSplit(R);
+    codelet::Body<A, R / A, S, T, P>(
+        [&](int j) __attribute__((always_inline)) { return P::Load(src + j * ss + c); },
+        [&](int k, P v) __attribute__((always_inline)) {
+            if (Twiddled && k != 0) v = pack::MulConst(v, tw[k].re, tw[k].im);
+            v.Store(dst + k * ds + c);
+        },
+        T(1));
+}
+
+// Rows far apart share one set of the first-level cache: a vector's
+// worth of each row read or written where it lies would see its line
+// evicted before the next vector of the same line came. Blocks of each
+// row (512 bytes, 256 for 64 rows: 16 KiB of buffer) are copied whole to
+// a buffer and back instead.
+template <int R, int S, class T, bool Twiddled>
+void RowsDftLoop(const Cx<T> *src, int64_t ss, Cx<T> *dst, int64_t ds, int64_t ncols, const Cx<T> *tw) {
+    constexpr int LL = pack::kLanes<T>;
+    constexpr int64_t W = (R <= 32 ? 1024 : 32768 / R) / int64_t(sizeof(Cx<T>));
+    alignas(64) Cx<T> buf[R * W];
+    int64_t c = 0;
+    for (; c + W <= ncols; c += W) {
+        for (int j = 0; j < R; ++j) memcpy(buf + j * W, src + j * ss + c, sizeof(Cx<T>) * W);
+        for (int64_t q = 0; q < W; q += LL) RowsColumn<R, S, T, LL, Twiddled>(buf, W, buf, W, tw, q);
+        for (int k = 0; k < R; ++k) memcpy(dst + k * ds + c, buf + k * W, sizeof(Cx<T>) * W);
+    }
+    for (; c + LL <= ncols; c += LL) RowsColumn<R, S, T, LL, Twiddled>(src, ss, dst, ds, tw, c);
+    for (; c < ncols; ++c) RowsColumn<R, S, T, 1, Twiddled>(src, ss, dst, ds, tw, c);
+}
+
+template <int R, int S, class T>
+void RunRowsDft(const Cx<T> *src, int64_t ss, Cx<T> *dst, int64_t ds, int64_t ncols, const Cx<T> *tw) {
+    if (tw) RowsDftLoop<R, S, T, true>(src, ss, dst, ds, ncols, tw);
+    else RowsDftLoop<R, S, T, false>(src, ss, dst, ds, ncols, tw);
+}
+
 // The radices the split takes (fft1d_cache_split.cpp says which where).
 #define ORB_DFT_TWIDDLE_COLUMNS(X) X(16) X(32) X(64)
 
@@ -81,6 +128,14 @@ TwiddleColumnsFn<T> Lookup(int64_t r) {
 
 TwiddleColumnsFn<double> TwiddleColumnsD(int64_t r, int sign) {
     return sign < 0 ? Lookup<double, -1>(r) : Lookup<double, 1>(r);
+}
+
+RowsDftFn<double> RowsDftD(int64_t r, int sign) {
+#define ORB_DFT_ROWS_DFT_CASE(R) \
+    if (r == R) return sign < 0 ? &RunRowsDft<R, -1, double> : &RunRowsDft<R, 1, double>;
+    ORB_DFT_TWIDDLE_COLUMNS(ORB_DFT_ROWS_DFT_CASE)
+#undef ORB_DFT_ROWS_DFT_CASE
+    return nullptr;
 }
 
 ConvColumnsFn<double> ConvColumnsD(int64_t r) {

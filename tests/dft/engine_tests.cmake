@@ -8,4 +8,5 @@ orb_add_test(engine_dft_test
     ${CMAKE_CURRENT_LIST_DIR}/engine_lengths_test.cpp
     ${CMAKE_CURRENT_LIST_DIR}/engine_layouts_test.cpp
     ${CMAKE_CURRENT_LIST_DIR}/engine_large_test.cpp
-    ${CMAKE_CURRENT_LIST_DIR}/engine_cache_split_test.cpp)
+    ${CMAKE_CURRENT_LIST_DIR}/engine_cache_split_test.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/engine_row_radix_test.cpp)
