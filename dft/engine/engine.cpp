@@ -693,8 +693,7 @@ __attribute__((noinline)) int Execute(const PlanT<T> &pl, const void *in_re, con
     Cx<T> *temp = static_cast<Cx<T> *>(ws);
     bufs[kTemp].re = temp;
     if (pl.radix2d) {
-        pl.radix2d->Exec(static_cast<const Cx<T> *>(in_re), static_cast<Cx<T> *>(out_re), temp, T(pl.pb.scale),
-                         pl.pb.nthreads);
+        pl.radix2d->Exec(in_re, out_re, temp, T(pl.pb.scale), pl.pb.nthreads);
     } else if (pl.solo_row) {
         const T scale = T(pl.pb.scale);
         Cx<T> *work = temp + 2 * RowPitch(pl.pass[0].n);  // where RunRow puts it
@@ -780,7 +779,7 @@ EnginePlan *Create(const EngineProblem &pb, int level, int *status) {
         return nullptr;
     }
     if (RowRadix2D<T>::Suits(pb, *pl->kern)) {
-        pl->radix2d = RowRadix2D<T>::Create(pb, *pl->kern);
+        pl->radix2d = RowRadix2D<T>::Create(pb, *pl->kern, *pl->rkern);
         if (!pl->radix2d) {
             MemDelete(pl);
             MemDelete(plan);
@@ -788,8 +787,9 @@ EnginePlan *Create(const EngineProblem &pb, int level, int *status) {
             return nullptr;
         }
     }
-    pl->cache_bytes = pl->radix2d ? pl->radix2d->MemberElems() * pb.nthreads * int64_t(sizeof(Cx<T>))
-                                  : WorkspaceBytes(*pl);
+    pl->cache_bytes =
+        pl->radix2d ? (pl->radix2d->MemberElems() * pb.nthreads + pl->radix2d->ArrayElems()) * int64_t(sizeof(Cx<T>))
+                    : WorkspaceBytes(*pl);
     if (pl->cache_bytes > 16384) pl->cache = MemRaw(pl->cache_bytes);  // optional: Execute copes without
     plan->is_double = pb.is_double;
     plan->impl = pl;

@@ -41,30 +41,45 @@ void Share(int nthreads, int64_t count, F f) {
     }
 }
 
+// Row j = j1 + r j2 <-> row j2 + r j1.
+inline int64_t Transposed(int64_t j, int64_t r) { return j / r + r * (j % r); }
+
 }  // namespace
 
 template <class T>
 bool RowRadix2D<T>::Suits(const EngineProblem &pb, const StageKernels &kern) {
-    if (sizeof(T) != 8 || pb.kind != EngineKind::C2C || pb.rank != 2 || pb.split_in || pb.split_out) return false;
+    if (sizeof(T) != 8 || pb.rank != 2 || pb.split_in || pb.split_out) return false;
     for (int k = 0; k < pb.howmany_rank; ++k)
         if (pb.howmany[k].n != 1) return false;
     const EngineDim &d0 = pb.dims[0], &d1 = pb.dims[1];
-    const int64_t r = RadixOf(d0.n);
-    return r != 0 && d1.n >= kMinRow && d1.is == 1 && d1.os == 1 && d0.is == d0.os && d0.is >= d1.n &&
-           kern.rows_dft_d(r, pb.sign) != nullptr && d0.n * d1.n * int64_t(sizeof(Cx<T>)) > SecondLevelCacheBytes();
+    const int64_t r = RadixOf(d0.n), n1 = d1.n, h = n1 / 2 + 1;
+    bool layout;
+    if (pb.kind == EngineKind::C2C) {
+        layout = d0.is == d0.os && d0.is >= n1;
+    } else {
+        const int64_t re = pb.kind == EngineKind::R2C ? d0.is : d0.os, cx = pb.kind == EngineKind::R2C ? d0.os : d0.is;
+        layout = (re == n1 && cx == h) || (re == 2 * cx && cx >= h);
+    }
+    const int64_t cols = pb.kind == EngineKind::C2C ? n1 : h;
+    return r != 0 && layout && n1 >= kMinRow && d1.is == 1 && d1.os == 1 &&
+           kern.rows_dft_d(r, pb.sign) != nullptr && d0.n * cols * int64_t(sizeof(Cx<T>)) > SecondLevelCacheBytes();
 }
 
 template <class T>
-RowRadix2D<T> *RowRadix2D<T>::Create(const EngineProblem &pb, const StageKernels &kern) {
+RowRadix2D<T> *RowRadix2D<T>::Create(const EngineProblem &pb, const StageKernels &kern, const RealKernels &rkern) {
     RowRadix2D *p = MemNew<RowRadix2D>();
     if (!p) return nullptr;
     const int64_t n0 = pb.dims[0].n, r = RadixOf(n0);
-    p->n1_ = pb.dims[1].n, p->radix_ = r, p->ld_ = pb.dims[0].is;
+    p->kind_ = pb.kind;
+    p->n1_ = pb.dims[1].n, p->radix_ = r;
+    p->cols_ = pb.kind == EngineKind::C2C ? p->n1_ : p->n1_ / 2 + 1;
+    p->ldi_ = pb.dims[0].is, p->ldo_ = pb.dims[0].os;
     if constexpr (sizeof(T) == 8) p->group_ = kern.rows_dft_d(r, pb.sign);
-    p->row_ = Fft1D<T>::Create(p->n1_, pb.sign, kern, true);
+    if (pb.kind == EngineKind::C2C) p->row_ = Fft1D<T>::Create(p->n1_, pb.sign, kern, true);
+    else p->real_ = RealFft1D<T>::Create(p->n1_, pb.sign, kern, rkern, true);
     p->tw_ = MemArray<Cx<T>>(n0);
     PowerTable power;
-    if (!p->group_ || !p->row_ || !p->tw_ || !power.Init(n0, pb.sign)) {
+    if (!p->group_ || !(p->row_ || p->real_) || !p->tw_ || !power.Init(n0, pb.sign)) {
         MemDelete(p);
         return nullptr;
     }
@@ -76,51 +91,105 @@ RowRadix2D<T> *RowRadix2D<T>::Create(const EngineProblem &pb, const StageKernels
 template <class T>
 RowRadix2D<T>::~RowRadix2D() {
     if (row_) MemDelete(row_);
+    if (real_) MemDelete(real_);
     MemFree(tw_);
 }
 
 // The row transform's scratch, then a row buffer for the in-place swaps.
 template <class T>
 int64_t RowRadix2D<T>::MemberElems() const {
-    return row_->WorkElems() + n1_ + 8;
+    return (row_ ? row_->WorkElems() : real_->WorkElems()) + n1_ + 8;
 }
 
 template <class T>
-void RowRadix2D<T>::Exec(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const {
-    const int64_t r = radix_, n0 = r * r, n1 = n1_, ld = ld_;
-    const int64_t per = MemberElems();
+int64_t RowRadix2D<T>::ArrayElems() const {
+    return kind_ == EngineKind::C2R ? radix_ * radix_ * cols_ : 0;
+}
+
+// Row j of the source (rows lds of its elements apart) to row
+// Transposed(j) of out (the forward kinds: in to out; real backward: the
+// column steps' array to out).
+template <class T>
+void RowRadix2D<T>::RowStep(const void *in, int64_t lds, void *out, Cx<T> *work, T scale, int nthreads) const {
+    const int64_t r = radix_, n0 = r * r, per = MemberElems(), ldd = ldo_;
+    const bool c2r = kind_ == EngineKind::C2R;
     const bool in_place = in == out;
-    // Step 1: row j = j1 + r j2 to row j2 + r j1 (a transpose of the r x r
-    // grid of rows: in place, pairs swap).
     Share(nthreads, n0, [&](int64_t first, int64_t last, int id) {
-        Cx<T> *w = work + id * per, *buf = w + row_->WorkElems();
+        Cx<T> *w = work + id * per, *buf = w + (row_ ? row_->WorkElems() : real_->WorkElems());
+        auto one = [&](const void *src, int64_t j, int64_t d) {
+            if (row_)
+                row_->Exec(static_cast<const Cx<T> *>(src) + j * lds, static_cast<Cx<T> *>(out) + d * ldd, w, scale, 1);
+            else if (!c2r)
+                real_->Forward(static_cast<const T *>(src) + j * lds, static_cast<Cx<T> *>(out) + d * ldd, w, scale, 1);
+            else
+                real_->Backward(static_cast<const Cx<T> *>(src) + j * lds, static_cast<T *>(out) + d * ldd, w, scale, 1);
+        };
         for (int64_t j = first; j < last; ++j) {
-            const int64_t d = (j / r) + r * (j % r);
+            const int64_t d = Transposed(j, r);
             if (!in_place) {
-                row_->Exec(in + j * ld, out + d * ld, w, scale, 1);
+                one(in, j, d);
             } else if (d == j) {
-                row_->Exec(out + j * ld, out + j * ld, w, scale, 1);
+                one(in, j, j);
             } else if (j < d) {
-                memcpy(buf, out + d * ld, size_t(n1) * sizeof(Cx<T>));
-                row_->Exec(out + j * ld, out + d * ld, w, scale, 1);
-                row_->Exec(buf, out + j * ld, w, scale, 1);
+                // Row d's source is in the way of row j's result: kept first.
+                const size_t bytes = row_ ? n1_ * sizeof(Cx<T>) : c2r ? cols_ * sizeof(Cx<T>) : n1_ * sizeof(T);
+                const unsigned char *at = static_cast<const unsigned char *>(in) + d * lds * (row_ || c2r ? sizeof(Cx<T>) : sizeof(T));
+                memcpy(buf, at, bytes);
+                one(in, j, d);
+                one(buf, 0, j);
             }
         }
     });
-    // Steps 2 and 3 share the columns out in blocks of 8: a member's
-    // columns depend on no other member's.
-    const int64_t blocks = (n1 + 7) / 8;
+}
+
+template <class T>
+void RowRadix2D<T>::ColumnSteps(const Cx<T> *src, int64_t lds, Cx<T> *a, int64_t lda, int nthreads) const {
+    const int64_t r = radix_, cols = cols_;
+    const bool backward = kind_ == EngineKind::C2R;
+    // Columns in blocks of 8 over the team: a member's columns depend on
+    // no other member's.
+    const int64_t blocks = (cols + 7) / 8;
     Share(nthreads, blocks, [&](int64_t b0, int64_t b1, int) {
-        const int64_t c0 = 8 * b0, c1 = b1 == blocks ? n1 : 8 * b1;
-        for (int64_t j1 = 0; j1 < r; ++j1) {
-            Cx<T> *g = out + j1 * r * ld + c0;
-            group_(g, ld, g, ld, c1 - c0, tw_ + j1 * r);
-        }
-        for (int64_t k2 = 0; k2 < r; ++k2) {
-            Cx<T> *g = out + k2 * ld + c0;
-            group_(g, r * ld, g, r * ld, c1 - c0, nullptr);
+        const int64_t c0 = 8 * b0, c1 = b1 == blocks ? cols : 8 * b1;
+        if (backward) {
+            for (int64_t j1 = 0; j1 < r; ++j1)
+                group_(src + j1 * lds + c0, r * lds, a + j1 * lda + c0, r * lda, c1 - c0, tw_ + j1 * r);
+            for (int64_t k2 = 0; k2 < r; ++k2) {
+                Cx<T> *g = a + k2 * r * lda + c0;
+                group_(g, lda, g, lda, c1 - c0, nullptr);
+            }
+        } else {
+            for (int64_t j1 = 0; j1 < r; ++j1) {
+                Cx<T> *g = a + j1 * r * lda + c0;
+                group_(g, lda, g, lda, c1 - c0, tw_ + j1 * r);
+            }
+            for (int64_t k2 = 0; k2 < r; ++k2) {
+                Cx<T> *g = a + k2 * lda + c0;
+                group_(g, r * lda, g, r * lda, c1 - c0, nullptr);
+            }
         }
     });
+}
+
+template <class T>
+void RowRadix2D<T>::Exec(const void *in, void *out, Cx<T> *work, T scale, int nthreads) const {
+    if (kind_ != EngineKind::C2R) {
+        RowStep(in, ldi_, out, work, scale, nthreads);
+        ColumnSteps(static_cast<Cx<T> *>(out), ldo_, static_cast<Cx<T> *>(out), ldo_, nthreads);
+        return;
+    }
+    // Real backward: the columns into the scratch array (or in place),
+    // then the real rows out of it.
+    const Cx<T> *x = static_cast<const Cx<T> *>(in);
+    if (in == out) {
+        Cx<T> *a = static_cast<Cx<T> *>(out);
+        ColumnSteps(x, ldi_, a, ldi_, nthreads);
+        RowStep(a, ldi_, out, work, scale, nthreads);
+        return;
+    }
+    Cx<T> *a = work + nthreads * MemberElems();
+    ColumnSteps(x, ldi_, a, cols_, nthreads);
+    RowStep(a, cols_, out, work, scale, nthreads);
 }
 
 template class RowRadix2D<float>;

@@ -1,8 +1,9 @@
-// Large two-dimensional complex transforms whose columns run as two
-// radix-N passes across whole rows (n0 = 1024 or 4096): sampled bins
-// against the naive long-double 2-D DFT, out of place and in place, both
+// Large two-dimensional transforms whose columns run as two radix-N passes
+// across whole rows (n0 = 1024 or 4096): sampled bins against the naive
+// long-double 2-D DFT, complex and real, out of place and in place, both
 // directions, scaled, padded rows, rows whose length leaves a partial
-// column block, teams of threads, every kernel build.
+// column block, teams of threads, every kernel build; the real backward
+// transform leaves its input as it was.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -83,6 +84,83 @@ TEST(EngineRowRadix2D, SampledBinsMatchNaiveDft) {
                 for (int64_t c = r.n1; c < r.ld; ++c) untouched &= out[2 * (j * r.ld + c)] == 7.0;
             EXPECT_TRUE(untouched) << r.n0 << " x " << r.n1 << " ld " << r.ld;
         }
+    }
+}
+
+struct RealRow {
+    int64_t n0, n1;
+    bool forward, in_place;
+    double scale;
+    int nthreads;
+    int level;
+};
+
+// Real rows: forward from a real array, backward from the half spectrum of
+// a conjugate-even array (the bins of columns 0 and n1/2 made to agree
+// with their mirror images, as a real signal's do).
+TEST(EngineRowRadix2D, RealRowsMatchNaiveDft) {
+    const RealRow rows[] = {
+        {1024, 256, true, false, 1.0, 1, 0},  {1024, 256, true, true, 1.0, 2, 0},
+        {1024, 300, true, true, 0.5, 2, 7},   {4096, 256, true, false, 1.0, 2, 6},
+        {1024, 256, false, false, 1.0 / (1024 * 256), 3, 0}, {1024, 256, false, true, 1.0, 1, 5},
+        {1024, 300, false, false, 1.0, 2, 0}, {4096, 256, false, false, 1.0, 1, 7},
+    };
+    const SecondLevelCache assumed(int64_t(2) << 20);
+    for (const RealRow &r : rows) {
+        const int64_t n0 = r.n0, n1 = r.n1, h = n1 / 2 + 1;
+        // Row strides: in place a real row is two complex rows' reals.
+        const int64_t re_ld = r.in_place ? 2 * h : n1, cx_ld = h;
+        std::vector<double> re(n0 * re_ld + 2 * n0 * cx_ld, 7.0), cx(2 * n0 * cx_ld, 7.0);
+        std::vector<LCx> full(n0 * n1);  // the oracle's input, n0 x n1
+        if (r.forward) {
+            const std::vector<LCx> x = RandomReal(n0 * n1, 5 + n1);
+            for (int64_t j = 0; j < n0; ++j)
+                for (int64_t c = 0; c < n1; ++c) re[j * re_ld + c] = double(x[j * n1 + c].real()), full[j * n1 + c] = re[j * re_ld + c];
+        } else {
+            const std::vector<LCx> z = RandomComplex(n0 * h, 9 + n1);
+            for (int64_t k0 = 0; k0 < n0; ++k0)
+                for (int64_t k1 = 0; k1 < h; ++k1) {
+                    LCx v = z[k0 * h + k1];
+                    if (k1 == 0 || 2 * k1 == n1) {
+                        // Mirror pairs (k0, n0-k0) agree; self-mirrored bins are real.
+                        const int64_t m0 = (n0 - k0) % n0;
+                        v = m0 == k0 ? LCx(v.real()) : m0 < k0 ? std::conj(LCx(z[m0 * h + k1])) : v;
+                    }
+                    cx[2 * (k0 * cx_ld + k1)] = double(v.real()), cx[2 * (k0 * cx_ld + k1) + 1] = double(v.imag());
+                }
+            for (int64_t k0 = 0; k0 < n0; ++k0)
+                for (int64_t k1 = 0; k1 < n1; ++k1) {
+                    const bool low = k1 < h;
+                    const int64_t a0 = low ? k0 : (n0 - k0) % n0, a1 = low ? k1 : n1 - k1;
+                    const LCx v(cx[2 * (a0 * cx_ld + a1)], cx[2 * (a0 * cx_ld + a1) + 1]);
+                    full[k0 * n1 + k1] = low ? v : std::conj(v);
+                }
+        }
+        const std::vector<double> kept = cx;
+        EngineProblem p;
+        p.kind = r.forward ? EngineKind::R2C : EngineKind::C2R, p.is_double = true, p.sign = r.forward ? -1 : 1;
+        p.rank = 2, p.dims[0] = {n0, r.forward ? re_ld : cx_ld, r.forward ? cx_ld : re_ld}, p.dims[1] = {n1, 1, 1};
+        p.scale = r.scale, p.nthreads = r.nthreads;
+        int status = -1;
+        EnginePlan *plan = r.level ? EnginePlanCreateForLevel(p, r.level, &status) : EnginePlanCreate(p, &status);
+        ASSERT_EQ(status, EngineOk);
+        // In place both sides are the real array (its rows hold h complex).
+        if (r.in_place && !r.forward) std::copy(cx.begin(), cx.end(), re.begin());
+        double *src = r.forward || r.in_place ? re.data() : cx.data();
+        double *dst = r.in_place ? re.data() : r.forward ? cx.data() : re.data();
+        ASSERT_EQ(EngineExecute(plan, src, nullptr, dst, nullptr), EngineOk);
+        EnginePlanDestroy(plan);
+        std::vector<std::pair<int64_t, int64_t>> bins = {{0, 0}, {n0 - 1, r.forward ? h - 1 : n1 - 1}, {1, 0}};
+        for (int b = 0; b < 12; ++b) bins.push_back({(b * 2654435761ll + 7) % n0, (b * 40503ll + 3) % (r.forward ? h : n1)});
+        std::vector<LCx> got, ref = NaiveBins2D(full, n0, n1, n1, p.sign, bins);
+        for (auto &v : ref) v *= (long double)r.scale;
+        for (const auto &[k0, k1] : bins)
+            got.push_back(r.forward ? LCx(dst[2 * (k0 * cx_ld + k1)], dst[2 * (k0 * cx_ld + k1) + 1])
+                                    : LCx(dst[k0 * re_ld + k1]));
+        EXPECT_LE(RelRms(got, ref), Tolerance(true, n0 * n1))
+            << n0 << " x " << n1 << (r.forward ? " R2C" : " C2R") << (r.in_place ? " in place" : "") << " threads "
+            << r.nthreads << " level " << r.level;
+        if (!r.forward && !r.in_place) EXPECT_TRUE(cx == kept) << "C2R input changed, " << n0 << " x " << n1;
     }
 }
 
