@@ -5,6 +5,8 @@
 #include <omp.h>
 #include <string.h>
 
+#include <utility>
+
 #include "dft/engine/engine_memory.h"
 #include "dft/engine/power_table.h"
 
@@ -16,15 +18,20 @@ namespace {
 // would run one short row per call).
 constexpr int64_t kMinRow = 256;
 
-// n0 = r * r. In one process against the gathered column blocks (AVX2+FMA,
-// one thread, ms): 1024 x 1024 10.3 -> 8.0, 1024 x 512 3.7 -> 2.7, 1024 x
-// 256 1.7 -> 1.4, 4096 x 256 10.7 -> 6.5; with r = 16 the blocks held
-// their own (256 x 512 0.54 against 0.57, 256 x 1024 even) or won (256 x
-// 4096 6.5 against 8.4): short columns gather cheaply.
-int64_t RadixOf(int64_t n0) {
-    for (int64_t r : {32, 64})
-        if (r * r == n0) return r;
-    return 0;
+// n0 = A * B (A the radix of the strided pass, B of the adjacent groups).
+// In one process against the gathered column blocks (AVX2+FMA, one
+// thread, ms): 1024 x 1024 10.3 -> 8.0, 1024 x 512 3.7 -> 2.7, 1024 x 256
+// 1.7 -> 1.4, 4096 x 256 10.7 -> 6.5; with 16 x 16 the blocks held their
+// own (256 x 512 0.54 against 0.57, 256 x 1024 even) or won (256 x 4096
+// 6.5 against 8.4): short columns gather cheaply.
+bool SplitOf(int64_t n0, int64_t *a, int64_t *b) {
+    static constexpr int64_t kSplits[][3] = {{512, 16, 32}, {1024, 32, 32}, {2048, 32, 64}, {4096, 64, 64}};
+    for (const auto &row : kSplits)
+        if (row[0] == n0) {
+            *a = row[1], *b = row[2];
+            return true;
+        }
+    return false;
 }
 
 // count items over nthreads threads: f(first, last, id).
@@ -41,8 +48,8 @@ void Share(int nthreads, int64_t count, F f) {
     }
 }
 
-// Row j = j1 + r j2 <-> row j2 + r j1.
-inline int64_t Transposed(int64_t j, int64_t r) { return j / r + r * (j % r); }
+// Row j = j1 + a j2 goes to row j2 + b j1.
+inline int64_t Dest(int64_t j, int64_t a, int64_t b) { return j / a + b * (j % a); }
 
 }  // namespace
 
@@ -52,7 +59,8 @@ bool RowRadix2D<T>::Suits(const EngineProblem &pb, const StageKernels &kern) {
     for (int k = 0; k < pb.howmany_rank; ++k)
         if (pb.howmany[k].n != 1) return false;
     const EngineDim &d0 = pb.dims[0], &d1 = pb.dims[1];
-    const int64_t r = RadixOf(d0.n), n1 = d1.n, h = n1 / 2 + 1;
+    int64_t a = 0, b = 0;
+    const int64_t n1 = d1.n, h = n1 / 2 + 1;
     bool layout;
     if (pb.kind == EngineKind::C2C) {
         layout = d0.is == d0.os && d0.is >= n1;
@@ -61,30 +69,40 @@ bool RowRadix2D<T>::Suits(const EngineProblem &pb, const StageKernels &kern) {
         layout = (re == n1 && cx == h) || (re == 2 * cx && cx >= h);
     }
     const int64_t cols = pb.kind == EngineKind::C2C ? n1 : h;
-    return r != 0 && layout && n1 >= kMinRow && d1.is == 1 && d1.os == 1 &&
-           kern.rows_dft_d(r, pb.sign) != nullptr && d0.n * cols * int64_t(sizeof(Cx<T>)) > SecondLevelCacheBytes();
+    return SplitOf(d0.n, &a, &b) && layout && n1 >= kMinRow && d1.is == 1 && d1.os == 1 &&
+           kern.rows_dft_d(a, pb.sign) != nullptr && kern.rows_dft_d(b, pb.sign) != nullptr &&
+           d0.n * cols * int64_t(sizeof(Cx<T>)) > SecondLevelCacheBytes();
 }
 
 template <class T>
 RowRadix2D<T> *RowRadix2D<T>::Create(const EngineProblem &pb, const StageKernels &kern, const RealKernels &rkern) {
     RowRadix2D *p = MemNew<RowRadix2D>();
     if (!p) return nullptr;
-    const int64_t n0 = pb.dims[0].n, r = RadixOf(n0);
+    const int64_t n0 = pb.dims[0].n;
+    int64_t a = 0, b = 0;
+    SplitOf(n0, &a, &b);
     p->kind_ = pb.kind;
-    p->n1_ = pb.dims[1].n, p->radix_ = r;
+    p->n1_ = pb.dims[1].n, p->a_ = a, p->b_ = b;
     p->cols_ = pb.kind == EngineKind::C2C ? p->n1_ : p->n1_ / 2 + 1;
     p->ldi_ = pb.dims[0].is, p->ldo_ = pb.dims[0].os;
-    if constexpr (sizeof(T) == 8) p->group_ = kern.rows_dft_d(r, pb.sign);
+    if constexpr (sizeof(T) == 8) p->dft_a_ = kern.rows_dft_d(a, pb.sign), p->dft_b_ = kern.rows_dft_d(b, pb.sign);
     if (pb.kind == EngineKind::C2C) p->row_ = Fft1D<T>::Create(p->n1_, pb.sign, kern, true);
     else p->real_ = RealFft1D<T>::Create(p->n1_, pb.sign, kern, rkern, true);
     p->tw_ = MemArray<Cx<T>>(n0);
+    p->cycles_ = MemArray<int32_t>(n0);
     PowerTable power;
-    if (!p->group_ || !(p->row_ || p->real_) || !p->tw_ || !power.Init(n0, pb.sign)) {
+    if (!p->dft_a_ || !p->dft_b_ || !(p->row_ || p->real_) || !p->tw_ || !p->cycles_ || !power.Init(n0, pb.sign)) {
         MemDelete(p);
         return nullptr;
     }
-    for (int64_t j1 = 0; j1 < r; ++j1)
-        for (int64_t k2 = 0; k2 < r; ++k2) p->tw_[j1 * r + k2] = power.GetReduced<T>(j1 * k2);
+    for (int64_t j1 = 0; j1 < a; ++j1)
+        for (int64_t k2 = 0; k2 < b; ++k2) p->tw_[j1 * b + k2] = power.GetReduced<T>(j1 * k2);
+    // A cycle's first row is its smallest.
+    for (int64_t j = 0; j < n0; ++j) {
+        int64_t k = Dest(j, a, b);
+        while (k > j) k = Dest(k, a, b);
+        if (k == j) p->cycles_[p->ncycles_++] = int32_t(j);
+    }
     return p;
 }
 
@@ -93,58 +111,75 @@ RowRadix2D<T>::~RowRadix2D() {
     if (row_) MemDelete(row_);
     if (real_) MemDelete(real_);
     MemFree(tw_);
+    MemFree(cycles_);
 }
 
-// The row transform's scratch, then a row buffer for the in-place swaps.
+// The row transform's scratch, then two row buffers for the in-place
+// cycles.
 template <class T>
 int64_t RowRadix2D<T>::MemberElems() const {
-    return (row_ ? row_->WorkElems() : real_->WorkElems()) + n1_ + 8;
+    return (row_ ? row_->WorkElems() : real_->WorkElems()) + 2 * (n1_ + 8);
 }
 
 template <class T>
 int64_t RowRadix2D<T>::ArrayElems() const {
-    return kind_ == EngineKind::C2R ? radix_ * radix_ * cols_ : 0;
+    return kind_ == EngineKind::C2R ? a_ * b_ * cols_ : 0;
 }
 
-// Row j of the source (rows lds of its elements apart) to row
-// Transposed(j) of out (the forward kinds: in to out; real backward: the
-// column steps' array to out).
+// Row j of the source (rows lds of its elements apart) to row Dest(j) of
+// out (the forward kinds: in to out; real backward: the column steps'
+// array to out).
 template <class T>
 void RowRadix2D<T>::RowStep(const void *in, int64_t lds, void *out, Cx<T> *work, T scale, int nthreads) const {
-    const int64_t r = radix_, n0 = r * r, per = MemberElems(), ldd = ldo_;
+    const int64_t a = a_, b = b_, n0 = a * b, per = MemberElems(), ldd = ldo_;
     const bool c2r = kind_ == EngineKind::C2R;
-    const bool in_place = in == out;
-    Share(nthreads, n0, [&](int64_t first, int64_t last, int id) {
-        Cx<T> *w = work + id * per, *buf = w + (row_ ? row_->WorkElems() : real_->WorkElems());
-        auto one = [&](const void *src, int64_t j, int64_t d) {
-            if (row_)
-                row_->Exec(static_cast<const Cx<T> *>(src) + j * lds, static_cast<Cx<T> *>(out) + d * ldd, w, scale, 1);
-            else if (!c2r)
-                real_->Forward(static_cast<const T *>(src) + j * lds, static_cast<Cx<T> *>(out) + d * ldd, w, scale, 1);
-            else
-                real_->Backward(static_cast<const Cx<T> *>(src) + j * lds, static_cast<T *>(out) + d * ldd, w, scale, 1);
-        };
-        for (int64_t j = first; j < last; ++j) {
-            const int64_t d = Transposed(j, r);
-            if (!in_place) {
-                one(in, j, d);
-            } else if (d == j) {
-                one(in, j, j);
-            } else if (j < d) {
-                // Row d's source is in the way of row j's result: kept first.
-                const size_t bytes = row_ ? n1_ * sizeof(Cx<T>) : c2r ? cols_ * sizeof(Cx<T>) : n1_ * sizeof(T);
-                const unsigned char *at = static_cast<const unsigned char *>(in) + d * lds * (row_ || c2r ? sizeof(Cx<T>) : sizeof(T));
-                memcpy(buf, at, bytes);
-                one(in, j, d);
-                one(buf, 0, j);
+    const size_t src_elem = row_ || c2r ? sizeof(Cx<T>) : sizeof(T);
+    const size_t src_bytes = row_ ? n1_ * sizeof(Cx<T>) : c2r ? cols_ * sizeof(Cx<T>) : n1_ * sizeof(T);
+    auto run = [&](Cx<T> *w, const void *src, int64_t j, int64_t d) {
+        if (row_)
+            row_->Exec(static_cast<const Cx<T> *>(src) + j * lds, static_cast<Cx<T> *>(out) + d * ldd, w, scale, 1);
+        else if (!c2r)
+            real_->Forward(static_cast<const T *>(src) + j * lds, static_cast<Cx<T> *>(out) + d * ldd, w, scale, 1);
+        else
+            real_->Backward(static_cast<const Cx<T> *>(src) + j * lds, static_cast<T *>(out) + d * ldd, w, scale, 1);
+    };
+    if (in != out) {
+        Share(nthreads, n0, [&](int64_t first, int64_t last, int id) {
+            for (int64_t j = first; j < last; ++j) run(work + id * per, in, j, Dest(j, a, b));
+        });
+        return;
+    }
+    // In place, cycle by cycle: each destination's own source row is kept
+    // before the row is overwritten.
+    const unsigned char *base = static_cast<const unsigned char *>(in);
+    Share(nthreads, ncycles_, [&](int64_t first, int64_t last, int id) {
+        Cx<T> *w = work + id * per, *cur = w + (row_ ? row_->WorkElems() : real_->WorkElems()), *next = cur + n1_ + 8;
+        for (int64_t c = first; c < last; ++c) {
+            const int64_t j0 = cycles_[c];
+            int64_t d = Dest(j0, a, b);
+            if (d == j0) {
+                run(w, in, j0, j0);
+                continue;
+            }
+            memcpy(cur, base + d * lds * src_elem, src_bytes);
+            run(w, in, j0, d);
+            for (int64_t j = d;; std::swap(cur, next)) {
+                d = Dest(j, a, b);
+                if (d == j0) {
+                    run(w, cur, 0, d);
+                    break;
+                }
+                memcpy(next, base + d * lds * src_elem, src_bytes);
+                run(w, cur, 0, d);
+                j = d;
             }
         }
     });
 }
 
 template <class T>
-void RowRadix2D<T>::ColumnSteps(const Cx<T> *src, int64_t lds, Cx<T> *a, int64_t lda, int nthreads) const {
-    const int64_t r = radix_, cols = cols_;
+void RowRadix2D<T>::ColumnSteps(const Cx<T> *src, int64_t lds, Cx<T> *x, int64_t ldx, int nthreads) const {
+    const int64_t a = a_, b = b_, cols = cols_;
     const bool backward = kind_ == EngineKind::C2R;
     // Columns in blocks of 8 over the team: a member's columns depend on
     // no other member's.
@@ -152,20 +187,20 @@ void RowRadix2D<T>::ColumnSteps(const Cx<T> *src, int64_t lds, Cx<T> *a, int64_t
     Share(nthreads, blocks, [&](int64_t b0, int64_t b1, int) {
         const int64_t c0 = 8 * b0, c1 = b1 == blocks ? cols : 8 * b1;
         if (backward) {
-            for (int64_t j1 = 0; j1 < r; ++j1)
-                group_(src + j1 * lds + c0, r * lds, a + j1 * lda + c0, r * lda, c1 - c0, tw_ + j1 * r);
-            for (int64_t k2 = 0; k2 < r; ++k2) {
-                Cx<T> *g = a + k2 * r * lda + c0;
-                group_(g, lda, g, lda, c1 - c0, nullptr);
+            for (int64_t j1 = 0; j1 < a; ++j1)
+                dft_b_(src + j1 * lds + c0, a * lds, x + j1 * ldx + c0, a * ldx, c1 - c0, tw_ + j1 * b);
+            for (int64_t k2 = 0; k2 < b; ++k2) {
+                Cx<T> *g = x + k2 * a * ldx + c0;
+                dft_a_(g, ldx, g, ldx, c1 - c0, nullptr);
             }
         } else {
-            for (int64_t j1 = 0; j1 < r; ++j1) {
-                Cx<T> *g = a + j1 * r * lda + c0;
-                group_(g, lda, g, lda, c1 - c0, tw_ + j1 * r);
+            for (int64_t j1 = 0; j1 < a; ++j1) {
+                Cx<T> *g = x + j1 * b * ldx + c0;
+                dft_b_(g, ldx, g, ldx, c1 - c0, tw_ + j1 * b);
             }
-            for (int64_t k2 = 0; k2 < r; ++k2) {
-                Cx<T> *g = a + k2 * lda + c0;
-                group_(g, r * lda, g, r * lda, c1 - c0, nullptr);
+            for (int64_t k2 = 0; k2 < b; ++k2) {
+                Cx<T> *g = x + k2 * ldx + c0;
+                dft_a_(g, b * ldx, g, b * ldx, c1 - c0, nullptr);
             }
         }
     });

@@ -1,5 +1,5 @@
 // Large two-dimensional transforms whose columns run as two radix-N passes
-// across whole rows (n0 = 1024 or 4096): sampled bins against the naive
+// across whole rows (n0 = 512, 1024, 2048 or 4096): sampled bins against the naive
 // long-double 2-D DFT, complex and real, out of place and in place, both
 // directions, scaled, padded rows, rows whose length leaves a partial
 // column block, teams of threads, every kernel build; the real backward
@@ -48,6 +48,10 @@ TEST(EngineRowRadix2D, SampledBinsMatchNaiveDft) {
         {1024, 256, 256, -1, false, 1.0, 1, 5},   {1024, 256, 256, 1, true, 1.0, 2, 6},
         {1024, 256, 256, -1, false, 1.0, 1, 7},   {4096, 256, 256, -1, false, 1.0, 2, 0},
         {4096, 256, 256, 1, true, 1.0, 1, 5},
+        // 512 = 16 x 32 and 2048 = 32 x 64: in place the rows move in
+        // cycles longer than pairs.
+        {512, 264, 264, -1, true, 1.0, 2, 0},     {512, 264, 272, 1, false, 0.5, 1, 5},
+        {2048, 256, 256, -1, true, 1.0, 2, 0},    {2048, 256, 256, 1, false, 1.0, 1, 6},
     };
     // Planned for a 2 MiB second-level cache, whatever this machine's: the
     // arrays here (4 MiB and up) then outgrow it.
@@ -104,6 +108,9 @@ TEST(EngineRowRadix2D, RealRowsMatchNaiveDft) {
         {1024, 300, true, true, 0.5, 2, 7},   {4096, 256, true, false, 1.0, 2, 6},
         {1024, 256, false, false, 1.0 / (1024 * 256), 3, 0}, {1024, 256, false, true, 1.0, 1, 5},
         {1024, 300, false, false, 1.0, 2, 0}, {4096, 256, false, false, 1.0, 1, 7},
+        {512, 512, true, true, 1.0, 2, 0},    {512, 512, false, true, 1.0, 1, 0},
+        {2048, 256, false, false, 1.0, 2, 7}, {2048, 256, true, true, 1.0, 1, 6},
+        {2048, 256, false, true, 0.25, 2, 0},
     };
     const SecondLevelCache assumed(int64_t(2) << 20);
     for (const RealRow &r : rows) {
