@@ -138,9 +138,9 @@
  *      Bluestein's convolutions for large prime factors, in double
  *      precision run as three passes over one array once it outgrows the
  *      second-level cache, a single long transform beyond that cache split
- *      into rows that fit it, the columns of large 1024- or 4096-row
- *      double 2-D transforms as two radix-32 or radix-64 passes across
- *      whole rows, four-step beyond the largest cache, real
+ *      into rows that fit it, the columns of large double 2-D
+ *      transforms of 512, 1024, 2048 or 4096 rows as two radix passes
+ *      across whole rows, four-step beyond the largest cache, real
  *      transforms through a half-length complex transform, those of
  *      prime length from 97 through Rader's convolution on real data).
  *   A commit that changes planner drops the old plan first; a re-commit
