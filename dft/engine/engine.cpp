@@ -151,8 +151,9 @@ struct PlanT {
     // A lone contiguous row without a codelet for the whole call: Execute
     // calls its Fft1D or RealFft1D directly (no pass loop).
     bool solo_row = false;
-    // A large 2-D complex transform on radix-N column passes: Execute hands
-    // it the whole call (row_radix_2d.h).
+    // A large 2-D double transform whose columns run as radix passes
+    // across whole rows: Execute hands it the whole call, and the plan has
+    // no passes (row_radix_2d.h).
     RowRadix2D<T> *radix2d = nullptr;
     // Workspace kept with the plan for large problems, lent to one Execute
     // at a time (a concurrent caller allocates its own).
@@ -746,7 +747,9 @@ EnginePlan *Create(const EngineProblem &pb, int level, int *status) {
     pl->kern = &KernelsForLevel(level);
     pl->rkern = &RealKernelsForLevel(level);
     pl->skern = &SplitKernelsForEngine(level);
-    if (!BuildPasses<T>(*pl)) {
+    const bool radix2d = RowRadix2D<T>::Suits(pb, *pl->kern);
+    if (radix2d) pl->radix2d = RowRadix2D<T>::Create(pb, *pl->kern, *pl->rkern);
+    if (radix2d ? !pl->radix2d : !BuildPasses<T>(*pl)) {
         MemDelete(pl);
         MemDelete(plan);
         *status = EngineNoMemory;
@@ -777,15 +780,6 @@ EnginePlan *Create(const EngineProblem &pb, int level, int *status) {
         MemDelete(plan);
         *status = EngineInvalid;
         return nullptr;
-    }
-    if (RowRadix2D<T>::Suits(pb, *pl->kern)) {
-        pl->radix2d = RowRadix2D<T>::Create(pb, *pl->kern, *pl->rkern);
-        if (!pl->radix2d) {
-            MemDelete(pl);
-            MemDelete(plan);
-            *status = EngineNoMemory;
-            return nullptr;
-        }
     }
     pl->cache_bytes =
         pl->radix2d ? (pl->radix2d->MemberElems() * pb.nthreads + pl->radix2d->ArrayElems()) * int64_t(sizeof(Cx<T>))

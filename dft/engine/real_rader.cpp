@@ -79,30 +79,30 @@ int64_t RealRader<T>::WorkElems() const {
 template <class T>
 void RealRader<T>::Forward(const T *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const {
     const int64_t h = h_, m = 2 * h;
-    Cx<T> *lo = work, *spec = work + h + 1, *fw = work + 2 * h + 2;
+    Cx<T> *lo = work, *bins = work + h + 1, *fw = work + 2 * h + 2;
     T *a = reinterpret_cast<T *>(lo);
     // Everything is read from `in` before `out` is written (they may alias).
     const T x0 = in[0];
     for (int64_t q = 0; q < m; ++q) a[q] = in[perm_[q]];
-    fwd_->Forward(a, spec, fw, T(1), nthreads);
-    // spec[0] is the sum of x[1..p-1].
-    const T sum = spec[0].re;
+    fwd_->Forward(a, bins, fw, T(1), nthreads);
+    // bins[0] is the sum of x[1..p-1].
+    const T sum = bins[0].re;
     // Even bins C[2j] = A[2j] B[2j] (j <= h/2) into lo; the odd ones, as
-    // -i C[k], in place in spec with the even ones zeroed.
+    // -i C[k], in place in bins with the even ones zeroed.
     const Cx<T> *f = filter_;
     for (int64_t k = 0; k <= h; ++k) {
-        const Cx<T> x = spec[k], b = f[k];
+        const Cx<T> x = bins[k], b = f[k];
         const Cx<T> c = {x.re * b.re - x.im * b.im, x.re * b.im + x.im * b.re};
         if (k % 2 == 0) {
             lo[k / 2] = c;
-            spec[k] = {T(0), T(0)};
+            bins[k] = {T(0), T(0)};
         } else {
-            spec[k] = {c.im, -c.re};
+            bins[k] = {c.im, -c.re};
         }
     }
-    T *t = reinterpret_cast<T *>(lo), *u = reinterpret_cast<T *>(spec);
+    T *t = reinterpret_cast<T *>(lo), *u = reinterpret_cast<T *>(bins);
     half_->Backward(lo, t, fw, T(1), nthreads);
-    bwd_->Backward(spec, u, fw, T(1), nthreads);
+    bwd_->Backward(bins, u, fw, T(1), nthreads);
     const T x0s = x0 * scale;
     for (int64_t k = 1; k <= h; ++k) {
         const int32_t s = slot_[k - 1];
@@ -116,8 +116,8 @@ void RealRader<T>::Forward(const T *in, Cx<T> *out, Cx<T> *work, T scale, int nt
 template <class T>
 void RealRader<T>::Backward(const Cx<T> *in, T *out, Cx<T> *work, T scale, int nthreads) const {
     const int64_t p = p_, h = h_;
-    Cx<T> *lo = work, *spec = work + h + 1, *fw = work + 2 * h + 2;
-    T *re = reinterpret_cast<T *>(lo), *im = reinterpret_cast<T *>(spec);
+    Cx<T> *lo = work, *bins = work + h + 1, *fw = work + 2 * h + 2;
+    T *re = reinterpret_cast<T *>(lo), *im = reinterpret_cast<T *>(bins);
     // a[q] = X[g^q] = re[q] + i im[q]; a[q+h] = conj(a[q]).
     const T x0 = in[0].re;
     T sum = 0;
@@ -129,15 +129,15 @@ void RealRader<T>::Backward(const Cx<T> *in, T *out, Cx<T> *work, T scale, int n
     }
     // Even bins A[2j] = 2 RFFT_h(re)[j], odd bins A[k] = i RFFT_m(im)[k].
     half_->Forward(re, lo, fw, T(1), nthreads);
-    fwd_->Forward(im, spec, fw, T(1), nthreads);
+    fwd_->Forward(im, bins, fw, T(1), nthreads);
     const Cx<T> *f = filter_;
     for (int64_t k = 0; k <= h; ++k) {
-        const Cx<T> x = k % 2 == 0 ? Cx<T>{2 * lo[k / 2].re, 2 * lo[k / 2].im} : Cx<T>{-spec[k].im, spec[k].re};
+        const Cx<T> x = k % 2 == 0 ? Cx<T>{2 * lo[k / 2].re, 2 * lo[k / 2].im} : Cx<T>{-bins[k].im, bins[k].re};
         const Cx<T> b = f[k];
-        spec[k] = {x.re * b.re - x.im * b.im, x.re * b.im + x.im * b.re};
+        bins[k] = {x.re * b.re - x.im * b.im, x.re * b.im + x.im * b.re};
     }
-    T *c = reinterpret_cast<T *>(spec);
-    bwd_->Backward(spec, c, fw, T(1), nthreads);
+    T *c = reinterpret_cast<T *>(bins);
+    bwd_->Backward(bins, c, fw, T(1), nthreads);
     // x[0] + sum over the conjugate pairs of bins 1..p-1.
     out[0] = (x0 + 2 * sum) * scale;
     const T x0s = x0 * scale;
