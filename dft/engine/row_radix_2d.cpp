@@ -14,24 +14,41 @@ namespace orb::dft {
 
 namespace {
 
-// Rows shorter than this keep the gathered column passes (the row step
-// would run one short row per call).
+// Arrays past the second-level cache: rows shorter than this keep the
+// gathered column passes (the row step would run one short row per call).
 constexpr int64_t kMinRow = 256;
+// Arrays in the second-level cache: at least this many columns, and this
+// many elements in all. 64 x 33 and 256 x 32 ran as fast or faster on the
+// codelets over gathered or adjacent columns.
+constexpr int64_t kMinCachedColumns = 33;
+constexpr int64_t kMinCachedElems = 4096;
 
 // n0 = A * B (A the radix of the strided pass, B of the adjacent groups).
 // In one process against the gathered column blocks (AVX2+FMA, one
 // thread, ms): 1024 x 1024 10.3 -> 8.0, 1024 x 512 3.7 -> 2.7, 1024 x 256
-// 1.7 -> 1.4, 4096 x 256 10.7 -> 6.5; with 16 x 16 the blocks held their
-// own (256 x 512 0.54 against 0.57, 256 x 1024 even) or won (256 x 4096
-// 6.5 against 8.4): short columns gather cheaply.
-bool SplitOf(int64_t n0, int64_t *a, int64_t *b) {
-    static constexpr int64_t kSplits[][3] = {{512, 16, 32}, {1024, 32, 32}, {2048, 32, 64}, {4096, 64, 64}};
+// 1.7 -> 1.4, 4096 x 256 10.7 -> 6.5; with 16 x 16 past the cache the
+// blocks held their own (256 x 512 0.54 against 0.57, 256 x 1024 even) or
+// won (256 x 4096 6.5 against 8.4): short columns gather cheaply. In the
+// cache (us): 64 x 64 9.1 -> 7.0, 128 x 128 42 -> 35, real 128 x 128 27
+// -> 22, real 256 x 256 104 -> 90.
+bool SplitOf(int64_t n0, bool cached, int64_t *a, int64_t *b) {
+    static constexpr int64_t kSplits[][3] = {{64, 8, 8},     {128, 8, 16},   {256, 16, 16},
+                                             {512, 16, 32},  {1024, 32, 32}, {2048, 32, 64},
+                                             {4096, 64, 64}};
     for (const auto &row : kSplits)
-        if (row[0] == n0) {
+        if (row[0] == n0 && (row[0] >= 512) != cached) {
             *a = row[1], *b = row[2];
             return true;
         }
     return false;
+}
+
+// The rows of the array the column steps run on, in complex elements: the
+// output for the forward kinds, the input in place or the scratch array
+// (cols apart) for the real backward one.
+int64_t ColumnStride(const EngineProblem &pb, int64_t cols) {
+    if (pb.kind != EngineKind::C2R) return pb.dims[0].os;
+    return pb.dims[0].os == 2 * pb.dims[0].is ? pb.dims[0].is : cols;
 }
 
 // count items over nthreads threads: f(first, last, id).
@@ -54,13 +71,12 @@ inline int64_t Dest(int64_t j, int64_t a, int64_t b) { return j / a + b * (j % a
 }  // namespace
 
 template <class T>
-bool RowRadix2D<T>::Suits(const EngineProblem &pb, const StageKernels &kern) {
-    if (sizeof(T) != 8 || pb.rank != 2 || pb.split_in || pb.split_out) return false;
+int RowRadix2D<T>::FormOf(const EngineProblem &pb, const StageKernels &kern) {
+    if (sizeof(T) != 8 || pb.rank != 2 || pb.split_in || pb.split_out) return kNone;
     for (int k = 0; k < pb.howmany_rank; ++k)
-        if (pb.howmany[k].n != 1) return false;
+        if (pb.howmany[k].n != 1) return kNone;
     const EngineDim &d0 = pb.dims[0], &d1 = pb.dims[1];
-    int64_t a = 0, b = 0;
-    const int64_t n1 = d1.n, h = n1 / 2 + 1;
+    const int64_t n0 = d0.n, n1 = d1.n, h = n1 / 2 + 1;
     bool layout;
     if (pb.kind == EngineKind::C2C) {
         layout = d0.is == d0.os && d0.is >= n1;
@@ -68,10 +84,26 @@ bool RowRadix2D<T>::Suits(const EngineProblem &pb, const StageKernels &kern) {
         const int64_t re = pb.kind == EngineKind::R2C ? d0.is : d0.os, cx = pb.kind == EngineKind::R2C ? d0.os : d0.is;
         layout = (re == n1 && cx == h) || (re == 2 * cx && cx >= h);
     }
+    if (!layout || d1.is != 1 || d1.os != 1) return kNone;
     const int64_t cols = pb.kind == EngineKind::C2C ? n1 : h;
-    return SplitOf(d0.n, &a, &b) && layout && n1 >= kMinRow && d1.is == 1 && d1.os == 1 &&
-           kern.rows_dft_d(a, pb.sign) != nullptr && kern.rows_dft_d(b, pb.sign) != nullptr &&
-           d0.n * cols * int64_t(sizeof(Cx<T>)) > SecondLevelCacheBytes();
+    const bool cached = n0 * cols * int64_t(sizeof(Cx<T>)) <= SecondLevelCacheBytes();
+    int64_t a = 0, b = 0;
+    if (!SplitOf(n0, cached, &a, &b)) return kNone;
+    // Rows a multiple of 4 KiB apart share one first-level set: in the
+    // cache they keep the gathered blocks (256 x 256 complex: 300 us read
+    // where they lie, 210 either way else).
+    const bool buffered = !cached;
+    if (cached && (cols < kMinCachedColumns || n0 * cols < kMinCachedElems ||
+                   ColumnStride(pb, cols) * int64_t(sizeof(Cx<T>)) % 4096 == 0))
+        return kNone;
+    if (!cached && n1 < kMinRow) return kNone;
+    if (!kern.rows_dft_d(a, pb.sign, buffered) || !kern.rows_dft_d(b, pb.sign, buffered)) return kNone;
+    return cached ? kInCache : kStreamed;
+}
+
+template <class T>
+bool RowRadix2D<T>::Suits(const EngineProblem &pb, const StageKernels &kern) {
+    return FormOf(pb, kern) != kNone;
 }
 
 template <class T>
@@ -79,13 +111,17 @@ RowRadix2D<T> *RowRadix2D<T>::Create(const EngineProblem &pb, const StageKernels
     RowRadix2D *p = MemNew<RowRadix2D>();
     if (!p) return nullptr;
     const int64_t n0 = pb.dims[0].n;
+    const int form = FormOf(pb, kern);
     int64_t a = 0, b = 0;
-    SplitOf(n0, &a, &b);
+    SplitOf(n0, form == kInCache, &a, &b);
     p->kind_ = pb.kind;
     p->n1_ = pb.dims[1].n, p->a_ = a, p->b_ = b;
     p->cols_ = pb.kind == EngineKind::C2C ? p->n1_ : p->n1_ / 2 + 1;
     p->ldi_ = pb.dims[0].is, p->ldo_ = pb.dims[0].os;
-    if constexpr (sizeof(T) == 8) p->dft_a_ = kern.rows_dft_d(a, pb.sign), p->dft_b_ = kern.rows_dft_d(b, pb.sign);
+    if constexpr (sizeof(T) == 8) {
+        const bool buffered = form == kStreamed;
+        p->dft_a_ = kern.rows_dft_d(a, pb.sign, buffered), p->dft_b_ = kern.rows_dft_d(b, pb.sign, buffered);
+    }
     if (pb.kind == EngineKind::C2C) p->row_ = Fft1D<T>::Create(p->n1_, pb.sign, kern, true);
     else p->real_ = RealFft1D<T>::Create(p->n1_, pb.sign, kern, rkern, true);
     p->tw_ = MemArray<Cx<T>>(n0);

@@ -1,9 +1,14 @@
-// Large two-dimensional transforms n0 x n1 with n0 = A x B (A, B = 32 or
-// 64, or 16 x 32), double precision, complex and real: the column
-// transforms as two radix passes across whole rows instead of gathered
-// blocks of columns. Rows 16 KiB apart at 1024 x 1024 made each gathered
-// column block visit a thousand pages for 128 bytes apiece; across whole
-// rows every pass streams them.
+// Two-dimensional transforms n0 x n1 with n0 = A x B, double precision,
+// complex and real: the column transforms as two radix passes across whole
+// rows instead of gathered blocks of columns.
+//  - Arrays past the second-level cache, n0 = 512 .. 4096 (16 x 32 ..
+//    64 x 64): rows 16 KiB apart at 1024 x 1024 made each gathered column
+//    block visit a thousand pages for 128 bytes apiece; across whole rows
+//    every pass streams them.
+//  - Arrays in the second-level cache, n0 = 64, 128, 256 (8 x 8, 8 x 16,
+//    16 x 16): each pass reads and writes every element once where it
+//    lies, two columns to a vector, where the gathered blocks copied each
+//    column to a row and back.
 // Complex and real forward:
 //  1. Rows: row j = j1 + A j2 is transformed (and scaled) into output row
 //     j2 + B j1, so that each group of B adjacent rows holds one j1.
@@ -32,8 +37,10 @@ template <class T>
 class RowRadix2D {
 public:
     // Whether the problem takes this form: one double transform of rank 2,
-    // interleaved, rows contiguous, n0 = A x B with both kernels, rows
-    // of 256 points or more, beyond the second-level cache; complex rows
+    // interleaved, rows contiguous, n0 = A x B with both kernels; past the
+    // second-level cache rows of 256 points or more, in it 33 columns or
+    // more, 4096 elements or more, and rows not a multiple of 4 KiB apart
+    // (row_radix_2d.cpp has the measurements); complex rows
     // laid out alike on both sides, real ones either dense (n1 reals, n1/2+1
     // complex) or a real row twice as long as a complex one.
     static bool Suits(const EngineProblem &pb, const StageKernels &kern);
@@ -52,6 +59,8 @@ public:
     void Exec(const void *in, void *out, Cx<T> *work, T scale, int nthreads) const;
 
 private:
+    enum { kNone, kStreamed, kInCache };
+    static int FormOf(const EngineProblem &pb, const StageKernels &kern);
     void RowStep(const void *in, int64_t lds, void *out, Cx<T> *work, T scale, int nthreads) const;
     // Steps 2 and 3 (or their transposes) on the complex array at x,
     // rows ldx apart; the first of them reads src (rows lds apart).

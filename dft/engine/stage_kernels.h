@@ -23,7 +23,9 @@
 // TwiddleColumnsD is the last pass of a double row split as n = r * m
 // (twiddle_columns.cpp); null for radices without one. ConvColumnsD is the
 // middle pass of a convolution split that way (blocked_conv.h). RowsDftD
-// runs length-r DFTs across whole rows (RowsDftFn).
+// runs length-r DFTs across whole rows (RowsDftFn), buffered (blocks of
+// each row copied to a buffer and back: rows far apart, or 4 KiB apart) or
+// where they lie.
 #define ORB_DFT_STAGE_DECLS                                                                 \
     void ExecStagesD(const StagePlan<double> &pl, const Cx<double> *in, Cx<double> *out,    \
                      Cx<double> *work, double scale, int nthreads, int64_t vb);                         \
@@ -37,7 +39,7 @@
     void PointMulF(const Cx<float> *x, const Cx<float> *w, Cx<float> *y, int64_t n, float scale); \
     TwiddleColumnsFn<double> TwiddleColumnsD(int64_t r, int sign);                         \
     ConvColumnsFn<double> ConvColumnsD(int64_t r);                                         \
-    RowsDftFn<double> RowsDftD(int64_t r, int sign);
+    RowsDftFn<double> RowsDftD(int64_t r, int sign, bool buffered);
 
 namespace orb::dft {
 

@@ -89,27 +89,31 @@ __attribute__((always_inline)) inline void RowsColumn(const Cx<T> *src, int64_t 
 // Rows far apart share one set of the first-level cache: a vector's
 // worth of each row read or written where it lies would see its line
 // evicted before the next vector of the same line came. Blocks of each
-// row (512 bytes, 256 for 64 rows: 16 KiB of buffer) are copied whole to
-// a buffer and back instead.
-template <int R, int S, class T, bool Twiddled>
+// row (1 KiB, 512 bytes for 64 rows) are copied whole to a buffer and back
+// instead (Buffered). Rows of an array in the second-level cache, not a
+// multiple of 4 KiB apart, are read where they lie: the copies would cost
+// more than the misses they save.
+template <int R, int S, class T, bool Twiddled, bool Buffered>
 void RowsDftLoop(const Cx<T> *src, int64_t ss, Cx<T> *dst, int64_t ds, int64_t ncols, const Cx<T> *tw) {
     constexpr int LL = pack::kLanes<T>;
-    constexpr int64_t W = (R <= 32 ? 1024 : 32768 / R) / int64_t(sizeof(Cx<T>));
-    alignas(64) Cx<T> buf[R * W];
     int64_t c = 0;
-    for (; c + W <= ncols; c += W) {
-        for (int j = 0; j < R; ++j) memcpy(buf + j * W, src + j * ss + c, sizeof(Cx<T>) * W);
-        for (int64_t q = 0; q < W; q += LL) RowsColumn<R, S, T, LL, Twiddled>(buf, W, buf, W, tw, q);
-        for (int k = 0; k < R; ++k) memcpy(dst + k * ds + c, buf + k * W, sizeof(Cx<T>) * W);
+    if constexpr (Buffered) {
+        constexpr int64_t W = (R <= 32 ? 1024 : 32768 / R) / int64_t(sizeof(Cx<T>));
+        alignas(64) Cx<T> buf[R * W];
+        for (; c + W <= ncols; c += W) {
+            for (int j = 0; j < R; ++j) memcpy(buf + j * W, src + j * ss + c, sizeof(Cx<T>) * W);
+            for (int64_t q = 0; q < W; q += LL) RowsColumn<R, S, T, LL, Twiddled>(buf, W, buf, W, tw, q);
+            for (int k = 0; k < R; ++k) memcpy(dst + k * ds + c, buf + k * W, sizeof(Cx<T>) * W);
+        }
     }
     for (; c + LL <= ncols; c += LL) RowsColumn<R, S, T, LL, Twiddled>(src, ss, dst, ds, tw, c);
     for (; c < ncols; ++c) RowsColumn<R, S, T, 1, Twiddled>(src, ss, dst, ds, tw, c);
 }
 
-template <int R, int S, class T>
+template <int R, int S, class T, bool Buffered>
 void RunRowsDft(const Cx<T> *src, int64_t ss, Cx<T> *dst, int64_t ds, int64_t ncols, const Cx<T> *tw) {
-    if (tw) RowsDftLoop<R, S, T, true>(src, ss, dst, ds, ncols, tw);
-    else RowsDftLoop<R, S, T, false>(src, ss, dst, ds, ncols, tw);
+    if (tw) RowsDftLoop<R, S, T, true, Buffered>(src, ss, dst, ds, ncols, tw);
+    else RowsDftLoop<R, S, T, false, Buffered>(src, ss, dst, ds, ncols, tw);
 }
 
 // The radices the split takes (fft1d_cache_split.cpp says which where).
@@ -130,9 +134,16 @@ TwiddleColumnsFn<double> TwiddleColumnsD(int64_t r, int sign) {
     return sign < 0 ? Lookup<double, -1>(r) : Lookup<double, 1>(r);
 }
 
-RowsDftFn<double> RowsDftD(int64_t r, int sign) {
+template <int R>
+RowsDftFn<double> RowsDftOf(int sign, bool buffered) {
+    if (buffered) return sign < 0 ? &RunRowsDft<R, -1, double, true> : &RunRowsDft<R, 1, double, true>;
+    return sign < 0 ? &RunRowsDft<R, -1, double, false> : &RunRowsDft<R, 1, double, false>;
+}
+
+RowsDftFn<double> RowsDftD(int64_t r, int sign, bool buffered) {
 #define ORB_DFT_ROWS_DFT_CASE(R) \
-    if (r == R) return sign < 0 ? &RunRowsDft<R, -1, double> : &RunRowsDft<R, 1, double>;
+    if (r == R) return RowsDftOf<R>(sign, buffered);
+    ORB_DFT_ROWS_DFT_CASE(8)
     ORB_DFT_TWIDDLE_COLUMNS(ORB_DFT_ROWS_DFT_CASE)
 #undef ORB_DFT_ROWS_DFT_CASE
     return nullptr;

@@ -1,5 +1,6 @@
-// Large two-dimensional transforms whose columns run as two radix-N passes
-// across whole rows (n0 = 512, 1024, 2048 or 4096): sampled bins against the naive
+// Two-dimensional transforms whose columns run as two radix-N passes
+// across whole rows (n0 = 512, 1024, 2048 or 4096 past the second-level
+// cache, 64, 128 or 256 in it): sampled bins against the naive
 // long-double 2-D DFT, complex and real, out of place and in place, both
 // directions, scaled, padded rows, rows whose length leaves a partial
 // column block, teams of threads, every kernel build; the real backward
@@ -52,6 +53,11 @@ TEST(EngineRowRadix2D, SampledBinsMatchNaiveDft) {
         // cycles longer than pairs.
         {512, 264, 264, -1, true, 1.0, 2, 0},     {512, 264, 272, 1, false, 0.5, 1, 5},
         {2048, 256, 256, -1, true, 1.0, 2, 0},    {2048, 256, 256, 1, false, 1.0, 1, 6},
+        // In the cache: columns read where they lie, an odd last column.
+        {64, 64, 64, -1, false, 1.0, 1, 0},       {64, 64, 64, 1, true, 0.5, 2, 0},
+        {128, 128, 128, -1, true, 1.0, 1, 7},     {128, 101, 104, 1, false, 1.0 / 128, 3, 5},
+        {128, 33, 33, -1, false, 1.0, 1, 6},      {256, 200, 200, -1, true, 1.0, 2, 0},
+        {256, 120, 130, 1, false, 2.0, 1, 7},
     };
     // Planned for a 2 MiB second-level cache, whatever this machine's: the
     // arrays here (4 MiB and up) then outgrow it.
@@ -111,6 +117,10 @@ TEST(EngineRowRadix2D, RealRowsMatchNaiveDft) {
         {512, 512, true, true, 1.0, 2, 0},    {512, 512, false, true, 1.0, 1, 0},
         {2048, 256, false, false, 1.0, 2, 7}, {2048, 256, true, true, 1.0, 1, 6},
         {2048, 256, false, true, 0.25, 2, 0},
+        {128, 128, true, false, 1.0, 1, 0},   {128, 128, false, false, 1.0, 2, 0},
+        {256, 256, false, true, 1.0, 1, 7},   {256, 256, true, true, 1.0 / 256, 3, 5},
+        {64, 130, true, true, 1.0, 1, 6},     {128, 64, false, false, 0.5, 2, 6},
+        {256, 98, true, false, 1.0, 2, 7},
     };
     const SecondLevelCache assumed(int64_t(2) << 20);
     for (const RealRow &r : rows) {
