@@ -140,6 +140,9 @@ struct PlanT {
     // safe as pass by pass.
     int64_t slabs = 0;
     int slab_pass = 0;
+    // Double slabs of 64, 128 or 256 rows: each slab's two passes run as
+    // one 2-D transform with radix column passes (row_radix_2d.h).
+    RowRadix2D<T> *slab2d = nullptr;
     // Short contiguous complex rows with a straight-line codelet: Execute
     // hands all rows to it (no workspace, no pass loop).
     SmallFn<T> solo = nullptr;
@@ -164,6 +167,7 @@ struct PlanT {
     ~PlanT() {
         MemFree(cache);
         if (radix2d) MemDelete(radix2d);
+        if (slab2d) MemDelete(slab2d);
         for (int i = 0; i < 8; ++i) {
             if (c[i]) MemDelete(c[i]);
             if (r[i]) MemDelete(r[i]);
@@ -266,6 +270,23 @@ bool BuildPasses(PlanT<T> &pl) {
         // An array that fits the cache whole gains nothing and pays a call
         // per slab.
         if (slabs > 1 && slab_bytes <= kSlabMaxBytes && slabs * slab_bytes > kSlabMaxBytes) pl.slabs = slabs;
+        if (pl.slabs > 0 && !pb.split_in && !pb.split_out) {
+            // The slab as a problem of its own: from the input to the output,
+            // or (real backward) from the scratch array, which it may
+            // overwrite, to the output.
+            const bool c2r = pb.kind == EngineKind::C2R;
+            EngineProblem sp;
+            sp.kind = pb.kind, sp.is_double = pb.is_double, sp.sign = pb.sign, sp.rank = 2, sp.scale = pb.scale;
+            for (int j = 0; j < 2; ++j) {
+                const int dim = r - 2 + j;
+                // The scratch array's rows are h complex elements apart.
+                sp.dims[j] = {d[dim].n, c2r ? (j == 0 ? h : 1) : d[dim].is, d[dim].os};
+            }
+            if (RowRadix2D<T>::Suits(sp, *pl.kern, c2r)) {
+                pl.slab2d = RowRadix2D<T>::Create(sp, *pl.kern, *pl.rkern, c2r);
+                if (!pl.slab2d) return false;
+            }
+        }
     }
     for (int i = 0; i < pl.npass; ++i) {
         const Pass &p = pl.pass[i];
@@ -357,6 +378,7 @@ bool BuildPasses(PlanT<T> &pl) {
         }
         if (need > pl.row_elems) pl.row_elems = need;
     }
+    if (pl.slab2d) pl.row_elems = std::max(pl.row_elems, pl.slab2d->MemberElems());
     return true;
 }
 
@@ -532,18 +554,25 @@ void RunColumns(const PlanT<T> &pl, int pi, const Side &src, bool ssplit, int64_
 
 // Rows of one pass shared over the team; out of line so that serial calls
 // never touch the OpenMP runtime.
+// Where row `row` of pass p starts on its source (*so) and destination
+// (*dof), in their elements.
+inline void RowOffsets(const Pass &p, int64_t row, int64_t *so, int64_t *dof) {
+    *so = 0, *dof = 0;
+    for (int k = p.nloop - 1; k >= 0; --k) {
+        const int64_t i = row % p.ln[k];
+        row /= p.ln[k];
+        *so += i * p.lis[k], *dof += i * p.los[k];
+    }
+}
+
 template <class T>
 void RunRowRange(const PlanT<T> &pl, int pi, const Side *bufs, const bool *split, int64_t r0, int64_t r1,
                  Cx<T> *scratch) {
     const Pass &p = pl.pass[pi];
     const int64_t nl = p.nloop > 0 ? p.ln[p.nloop - 1] : 1;
     for (int64_t row = r0; row < r1;) {
-        int64_t so = 0, dof = 0, rest = row;
-        for (int k = p.nloop - 1; k >= 0; --k) {
-            int64_t i = rest % p.ln[k];
-            rest /= p.ln[k];
-            so += i * p.lis[k], dof += i * p.los[k];
-        }
+        int64_t so, dof;
+        RowOffsets(p, row, &so, &dof);
         int64_t nb = p.block;
         if (nb > 1) {
             nb = std::min(nb, nl - row % nl);
@@ -619,6 +648,21 @@ template <class T>
 void RunSlabRange(const PlanT<T> &pl, const Side *bufs, const bool *split, int64_t s0, int64_t s1, Cx<T> *scratch) {
     const int p0 = pl.slab_pass, p1 = p0 + 1;
     const int64_t r0 = PassRows<T>(pl.pass[p0]) / pl.slabs, r1 = PassRows<T>(pl.pass[p1]) / pl.slabs;
+    if (pl.slab2d) {
+        // A slab starts where the first row of each of its passes does.
+        const Pass &a = pl.pass[p0], &b = pl.pass[p1];
+        const size_t in_elem = pl.pb.kind == EngineKind::R2C ? sizeof(T) : sizeof(Cx<T>);
+        const size_t out_elem = pl.pb.kind == EngineKind::C2R ? sizeof(T) : sizeof(Cx<T>);
+        for (int64_t s = s0; s < s1; ++s) {
+            int64_t so, dof, unused;
+            RowOffsets(a, s * r0, &so, &unused);
+            RowOffsets(b, s * r1, &unused, &dof);
+            const void *src = static_cast<const unsigned char *>(bufs[a.src].re) + so * in_elem;
+            void *dst = static_cast<unsigned char *>(bufs[b.dst].re) + dof * out_elem;
+            pl.slab2d->Exec(src, dst, scratch, T(pl.pb.scale), 1);
+        }
+        return;
+    }
     for (int64_t s = s0; s < s1; ++s) {
         RunRowRange<T>(pl, p0, bufs, split, s * r0, (s + 1) * r0, scratch);
         RunRowRange<T>(pl, p1, bufs, split, s * r1, (s + 1) * r1, scratch);

@@ -44,11 +44,12 @@ bool SplitOf(int64_t n0, bool cached, int64_t *a, int64_t *b) {
 }
 
 // The rows of the array the column steps run on, in complex elements: the
-// output for the forward kinds, the input in place or the scratch array
-// (cols apart) for the real backward one.
-int64_t ColumnStride(const EngineProblem &pb, int64_t cols) {
+// output for the forward kinds; for the real backward one the input (in
+// place, or when it may be overwritten) or else the scratch array (cols
+// apart).
+int64_t ColumnStride(const EngineProblem &pb, int64_t cols, bool overwrite_input) {
     if (pb.kind != EngineKind::C2R) return pb.dims[0].os;
-    return pb.dims[0].os == 2 * pb.dims[0].is ? pb.dims[0].is : cols;
+    return overwrite_input || pb.dims[0].os == 2 * pb.dims[0].is ? pb.dims[0].is : cols;
 }
 
 // count items over nthreads threads: f(first, last, id).
@@ -71,18 +72,20 @@ inline int64_t Dest(int64_t j, int64_t a, int64_t b) { return j / a + b * (j % a
 }  // namespace
 
 template <class T>
-int RowRadix2D<T>::FormOf(const EngineProblem &pb, const StageKernels &kern) {
+int RowRadix2D<T>::FormOf(const EngineProblem &pb, const StageKernels &kern, bool overwrite_input) {
     if (sizeof(T) != 8 || pb.rank != 2 || pb.split_in || pb.split_out) return kNone;
     for (int k = 0; k < pb.howmany_rank; ++k)
         if (pb.howmany[k].n != 1) return kNone;
     const EngineDim &d0 = pb.dims[0], &d1 = pb.dims[1];
     const int64_t n0 = d0.n, n1 = d1.n, h = n1 / 2 + 1;
+    // Rows apart by at least their length on either side; only the
+    // layouts that allow it run in place (Exec).
     bool layout;
     if (pb.kind == EngineKind::C2C) {
-        layout = d0.is == d0.os && d0.is >= n1;
+        layout = d0.is >= n1 && d0.os >= n1;
     } else {
         const int64_t re = pb.kind == EngineKind::R2C ? d0.is : d0.os, cx = pb.kind == EngineKind::R2C ? d0.os : d0.is;
-        layout = (re == n1 && cx == h) || (re == 2 * cx && cx >= h);
+        layout = re >= n1 && cx >= h;
     }
     if (!layout || d1.is != 1 || d1.os != 1) return kNone;
     const int64_t cols = pb.kind == EngineKind::C2C ? n1 : h;
@@ -94,7 +97,7 @@ int RowRadix2D<T>::FormOf(const EngineProblem &pb, const StageKernels &kern) {
     // where they lie, 210 either way else).
     const bool buffered = !cached;
     if (cached && (cols < kMinCachedColumns || n0 * cols < kMinCachedElems ||
-                   ColumnStride(pb, cols) * int64_t(sizeof(Cx<T>)) % 4096 == 0))
+                   ColumnStride(pb, cols, overwrite_input) * int64_t(sizeof(Cx<T>)) % 4096 == 0))
         return kNone;
     if (!cached && n1 < kMinRow) return kNone;
     if (!kern.rows_dft_d(a, pb.sign, buffered) || !kern.rows_dft_d(b, pb.sign, buffered)) return kNone;
@@ -102,19 +105,21 @@ int RowRadix2D<T>::FormOf(const EngineProblem &pb, const StageKernels &kern) {
 }
 
 template <class T>
-bool RowRadix2D<T>::Suits(const EngineProblem &pb, const StageKernels &kern) {
-    return FormOf(pb, kern) != kNone;
+bool RowRadix2D<T>::Suits(const EngineProblem &pb, const StageKernels &kern, bool overwrite_input) {
+    return FormOf(pb, kern, overwrite_input) != kNone;
 }
 
 template <class T>
-RowRadix2D<T> *RowRadix2D<T>::Create(const EngineProblem &pb, const StageKernels &kern, const RealKernels &rkern) {
+RowRadix2D<T> *RowRadix2D<T>::Create(const EngineProblem &pb, const StageKernels &kern, const RealKernels &rkern,
+                                     bool overwrite_input) {
     RowRadix2D *p = MemNew<RowRadix2D>();
     if (!p) return nullptr;
     const int64_t n0 = pb.dims[0].n;
-    const int form = FormOf(pb, kern);
+    const int form = FormOf(pb, kern, overwrite_input);
     int64_t a = 0, b = 0;
     SplitOf(n0, form == kInCache, &a, &b);
     p->kind_ = pb.kind;
+    p->overwrite_ = overwrite_input;
     p->n1_ = pb.dims[1].n, p->a_ = a, p->b_ = b;
     p->cols_ = pb.kind == EngineKind::C2C ? p->n1_ : p->n1_ / 2 + 1;
     p->ldi_ = pb.dims[0].is, p->ldo_ = pb.dims[0].os;
@@ -159,7 +164,7 @@ int64_t RowRadix2D<T>::MemberElems() const {
 
 template <class T>
 int64_t RowRadix2D<T>::ArrayElems() const {
-    return kind_ == EngineKind::C2R ? a_ * b_ * cols_ : 0;
+    return kind_ == EngineKind::C2R && !overwrite_ ? a_ * b_ * cols_ : 0;
 }
 
 // Row j of the source (rows lds of its elements apart) to row Dest(j) of
@@ -249,11 +254,11 @@ void RowRadix2D<T>::Exec(const void *in, void *out, Cx<T> *work, T scale, int nt
         ColumnSteps(static_cast<Cx<T> *>(out), ldo_, static_cast<Cx<T> *>(out), ldo_, nthreads);
         return;
     }
-    // Real backward: the columns into the scratch array (or in place),
-    // then the real rows out of it.
+    // Real backward: the columns into the scratch array (or in the input,
+    // in place or when it may be overwritten), then the real rows out of it.
     const Cx<T> *x = static_cast<const Cx<T> *>(in);
-    if (in == out) {
-        Cx<T> *a = static_cast<Cx<T> *>(out);
+    if (in == out || overwrite_) {
+        Cx<T> *a = const_cast<Cx<T> *>(x);
         ColumnSteps(x, ldi_, a, ldi_, nthreads);
         RowStep(a, ldi_, out, work, scale, nthreads);
         return;

@@ -40,12 +40,14 @@ public:
     // interleaved, rows contiguous, n0 = A x B with both kernels; past the
     // second-level cache rows of 256 points or more, in it 33 columns or
     // more, 4096 elements or more, and rows not a multiple of 4 KiB apart
-    // (row_radix_2d.cpp has the measurements); complex rows
-    // laid out alike on both sides, real ones either dense (n1 reals, n1/2+1
-    // complex) or a real row twice as long as a complex one.
-    static bool Suits(const EngineProblem &pb, const StageKernels &kern);
-    // Null on allocation failure.
-    static RowRadix2D *Create(const EngineProblem &pb, const StageKernels &kern, const RealKernels &rkern);
+    // (row_radix_2d.cpp has the measurements); rows at least their length
+    // apart on both sides.
+    static bool Suits(const EngineProblem &pb, const StageKernels &kern, bool overwrite_input = false);
+    // Null on allocation failure. overwrite_input: the real backward
+    // transform may work in its input (a scratch array of the caller's)
+    // instead of an array of its own.
+    static RowRadix2D *Create(const EngineProblem &pb, const StageKernels &kern, const RealKernels &rkern,
+                              bool overwrite_input = false);
     RowRadix2D() = default;  // made by Create only
     ~RowRadix2D();
 
@@ -53,14 +55,16 @@ public:
     // real backward transform works in (after the threads' scratch).
     int64_t MemberElems() const;
     int64_t ArrayElems() const;
-    // out = scale * DFT2(in); in may equal out (in the layout of a real row
-    // twice as long as a complex one, for the real kinds). work:
+    // out = scale * DFT2(in); in may equal out where the layout allows it
+    // (complex rows alike on both sides; a real row twice as long as a
+    // complex one, for the real kinds); in is left as it
+    // was unless in == out or the plan may overwrite it. work:
     // MemberElems() for each of nthreads threads, then ArrayElems().
     void Exec(const void *in, void *out, Cx<T> *work, T scale, int nthreads) const;
 
 private:
     enum { kNone, kStreamed, kInCache };
-    static int FormOf(const EngineProblem &pb, const StageKernels &kern);
+    static int FormOf(const EngineProblem &pb, const StageKernels &kern, bool overwrite_input);
     void RowStep(const void *in, int64_t lds, void *out, Cx<T> *work, T scale, int nthreads) const;
     // Steps 2 and 3 (or their transposes) on the complex array at x,
     // rows ldx apart; the first of them reads src (rows lds apart).
@@ -69,6 +73,7 @@ private:
     EngineKind kind_ = EngineKind::C2C;
     int64_t n1_ = 0, cols_ = 0, a_ = 0, b_ = 0;
     int64_t ldi_ = 0, ldo_ = 0;  // row strides of in and out, in their elements
+    bool overwrite_ = false;     // the real backward transform works in its input
     RowsDftFn<T> dft_a_ = nullptr, dft_b_ = nullptr;  // lengths A and B
     // In place: the first row of each cycle of the row permutation.
     int32_t *cycles_ = nullptr;

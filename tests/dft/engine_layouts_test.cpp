@@ -149,6 +149,18 @@ std::vector<Case> LayoutCases() {
         // double case; single stays under the slab threshold).
         {.name = "threads_c2r_4d_slabs_inplace", .kind = C2R, .sign = 1, .dims = {2, 4, 64, 130}, .batch = {2},
          .in_place = true, .scale = 0.5, .nthreads = 3},
+        // Slabs of 64, 128 and 256 double rows in the cache run as one 2-D
+        // transform each, with radix column passes; backward out of place
+        // it works in the scratch array, and the input stays as it was.
+        {.name = "c2c_3d_radix_slabs", .dims = {20, 64, 64}},
+        {.name = "c2c_3d_radix_slabs_inplace", .sign = 1, .dims = {12, 128, 70}, .in_place = true, .scale = 0.5,
+         .nthreads = 2},
+        {.name = "r2c_3d_radix_slabs", .kind = R2C, .dims = {12, 128, 100}, .pad = 3, .nthreads = 3},
+        {.name = "c2r_3d_radix_slabs", .kind = C2R, .sign = 1, .dims = {12, 128, 100}, .scale = 0.25},
+        {.name = "c2r_3d_radix_slabs_threads", .kind = C2R, .sign = 1, .dims = {6, 256, 99}, .nthreads = 2},
+        {.name = "c2r_2d_radix_columns", .kind = C2R, .sign = 1, .dims = {128, 100}},
+        {.name = "c2c_2d_radix_columns_inplace", .dims = {64, 90}, .pad = 2, .in_place = true, .nthreads = 2},
+        {.name = "r2c_4d_radix_slabs_batch", .kind = R2C, .dims = {3, 3, 64, 126}, .batch = {2}, .nthreads = 2},
         // Single rows of the two-pass kernels reached through a gathered
         // copy (strides, split storage) and with a thread count.
         {.name = "two_pass_strided", .dims = {256}, .in_unit = -2, .out_unit = 3},

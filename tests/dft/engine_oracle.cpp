@@ -177,6 +177,7 @@ Outcome Run(const Case &c) {
     ob.complex = out_complex;
     auto at = [](std::vector<T> &v, int64_t off) -> void * { return v.empty() ? nullptr : v.data() + off; };
     const bool in_il = in_complex && !c.split_in, out_il = out_complex && !c.split_out;
+    const std::vector<T> in_a = bin.a, in_b = bin.b;
     out.exec_status = EngineExecute(plan, at(bin.a, (in_il ? 2 : 1) * li.base), at(bin.b, li.base),
                                     at(ob.a, (out_il ? 2 : 1) * lo.base),
                                     out_complex && c.split_out ? at(ob.b, lo.base) : nullptr);
@@ -184,6 +185,7 @@ Outcome Run(const Case &c) {
 
     std::vector<LCx> got;
     out.stray_write = ob.Gather(lo, (int64_t)expect.size(), got) && !c.in_place;
+    out.input_changed = !c.in_place && (bin.a != in_a || bin.b != in_b);
     out.error = RelRms(got, expect);
     out.tolerance = Tolerance(c.is_double, Product(c.dims));
     return out;
@@ -346,6 +348,7 @@ void ExpectMatches(const Case &c) {
     ASSERT_EQ(o.exec_status, EngineOk) << c.name;
     EXPECT_LE(o.error, o.tolerance) << c.name;
     EXPECT_FALSE(o.stray_write) << c.name;
+    EXPECT_FALSE(o.input_changed) << c.name;
 }
 
 void ExpectMatches(const ApiCase &c) {

@@ -61,6 +61,7 @@ struct Outcome {
     double error = 1.0;          // relative RMS
     double tolerance = 0.0;
     bool stray_write = false;    // output buffer changed outside the output
+    bool input_changed = false;  // out of place: the input buffer changed
 };
 
 Outcome RunCase(const Case &c);
