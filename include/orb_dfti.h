@@ -138,10 +138,12 @@
  *      Bluestein's convolutions for large prime factors, in double
  *      precision run as three passes over one array once it outgrows the
  *      second-level cache, a single long transform beyond that cache split
- *      into rows that fit it, the columns of large double 2-D
- *      transforms of 512, 1024, 2048 or 4096 rows as two radix passes
- *      across whole rows, four-step beyond the largest cache, real
- *      transforms through a half-length complex transform, those of
+ *      into rows that fit it, the columns of double 2-D transforms of
+ *      64, 128 or 256 rows (inside the second-level cache; also the
+ *      slabs of larger arrays) and 512, 1024, 2048 or 4096 rows (beyond
+ *      it) as two radix passes across whole rows, four-step beyond the
+ *      largest cache, real transforms through a half-length complex
+ *      transform, those of
  *      prime length from 97 through Rader's convolution on real data).
  *   A commit that changes planner drops the old plan first; a re-commit
  *   with the same planner keeps its record (and its rank-1 descriptors).
