@@ -68,12 +68,14 @@ private:
     void RowStep(const void *in, int64_t lds, void *out, Cx<T> *work, T scale, int nthreads) const;
     // Steps 2 and 3 (or their transposes) on the complex array at x,
     // rows ldx apart; the first of them reads src (rows lds apart).
-    void ColumnSteps(const Cx<T> *src, int64_t lds, Cx<T> *x, int64_t ldx, int nthreads) const;
+    void ColumnSteps(const Cx<T> *src, int64_t lds, Cx<T> *x, int64_t ldx, int64_t cols, int nthreads) const;
+    void PackedRowStep(Cx<T> *p, const Cx<T> *last, Cx<T> *work, T scale, int nthreads) const;
 
     EngineKind kind_ = EngineKind::C2C;
     int64_t n1_ = 0, cols_ = 0, a_ = 0, b_ = 0;
     int64_t ldi_ = 0, ldo_ = 0;  // row strides of in and out, in their elements
     bool overwrite_ = false;     // the real backward transform works in its input
+    bool packed_ = false;        // ... or out of place in its output array
     RowsDftFn<T> dft_a_ = nullptr, dft_b_ = nullptr;  // lengths A and B
     // In place: the first row of each cycle of the row permutation.
     int32_t *cycles_ = nullptr;

@@ -103,6 +103,7 @@ struct RealRow {
     double scale;
     int nthreads;
     int level;
+    int64_t re_pad = 0;  // out of place: reals after each real row
 };
 
 // Real rows: forward from a real array, backward from the half spectrum of
@@ -121,12 +122,17 @@ TEST(EngineRowRadix2D, RealRowsMatchNaiveDft) {
         {256, 256, false, true, 1.0, 1, 7},   {256, 256, true, true, 1.0 / 256, 3, 5},
         {64, 130, true, true, 1.0, 1, 6},     {128, 64, false, false, 0.5, 2, 6},
         {256, 98, true, false, 1.0, 2, 7},
+        // Backward out of place past the cache the half spectrum lies in
+        // the output rows, the last column aside (even row distances), or
+        // in a scratch array (odd ones); the padding stays as it was.
+        {1024, 300, false, false, 1.0, 1, 0, 2},  {1024, 300, false, false, 0.5, 2, 6, 1},
+        {1024, 301, false, false, 1.0, 3, 0},     {2048, 257, false, false, 1.0, 1, 7, 3},
     };
     const SecondLevelCache assumed(int64_t(2) << 20);
     for (const RealRow &r : rows) {
         const int64_t n0 = r.n0, n1 = r.n1, h = n1 / 2 + 1;
         // Row strides: in place a real row is two complex rows' reals.
-        const int64_t re_ld = r.in_place ? 2 * h : n1, cx_ld = h;
+        const int64_t re_ld = r.in_place ? 2 * h : n1 + r.re_pad, cx_ld = h;
         std::vector<double> re(n0 * re_ld + 2 * n0 * cx_ld, 7.0), cx(2 * n0 * cx_ld, 7.0);
         std::vector<LCx> full(n0 * n1);  // the oracle's input, n0 x n1
         if (r.forward) {
@@ -179,6 +185,10 @@ TEST(EngineRowRadix2D, RealRowsMatchNaiveDft) {
             << r.nthreads << " level " << r.level;
         if (!r.forward && !r.in_place) {
             EXPECT_TRUE(cx == kept) << "C2R input changed, " << n0 << " x " << n1;
+            bool untouched = true;
+            for (int64_t j = 0; j < n0; ++j)
+                for (int64_t c = n1; c < re_ld; ++c) untouched &= re[j * re_ld + c] == 7.0;
+            EXPECT_TRUE(untouched) << "C2R padding written, " << n0 << " x " << n1;
         }
     }
 }
