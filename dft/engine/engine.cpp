@@ -143,6 +143,13 @@ struct PlanT {
     // Double slabs of 64, 128 or 256 rows: each slab's two passes run as
     // one 2-D transform with radix column passes (row_radix_2d.h).
     RowRadix2D<T> *slab2d = nullptr;
+    // Real backward 3-D out of place with such slabs: passes npass and
+    // npass + 1 (npack = 2) take the outer dimension from the input into
+    // the output array itself, as complex rows of h - 1 elements, and into
+    // a column of the scratch for the last bin of each row; the slabs then
+    // run in place there (RowRadix2D::ExecPacked). One array less crosses
+    // memory than through the scratch array.
+    int npack = 0;
     // Short contiguous complex rows with a straight-line codelet: Execute
     // hands all rows to it (no workspace, no pass loop).
     SmallFn<T> solo = nullptr;
@@ -286,9 +293,25 @@ bool BuildPasses(PlanT<T> &pl) {
                 pl.slab2d = RowRadix2D<T>::Create(sp, *pl.kern, *pl.rkern, c2r);
                 if (!pl.slab2d) return false;
             }
+            // Rows of the output a multiple of 4 KiB apart as complex would
+            // share one first-level set in the slab's column steps.
+            if (pl.slab2d && c2r && r == 3 && pb.howmany_rank == 0 && d[0].os % 2 == 0 && d[1].os % 2 == 0 &&
+                d[1].os / 2 * int64_t(sizeof(Cx<T>)) % 4096 != 0 && h >= 2) {
+                const int64_t pis[3] = {is[0], is[1], is[2]}, pos[3] = {d[0].os / 2, d[1].os / 2, 1};
+                const int64_t sos[3] = {d[1].n, 1, 0};
+                for (int part = 0; part < 2; ++part) {
+                    Pass &p = pl.pass[pl.npass + part];
+                    p.kind = EngineKind::C2C, p.n = d[0].n, p.src = kIn, p.dst = part == 0 ? kOut : kTemp;
+                    p.scaled = false, p.is = pis[0], p.os = part == 0 ? pos[0] : sos[0];
+                    AddLoop(p, d[1].n, pis[1], part == 0 ? pos[1] : sos[1]);
+                    if (part == 0) AddLoop(p, h - 1, pis[2], pos[2]);
+                    MergeLoops(p);
+                }
+                pl.npack = 2;
+            }
         }
     }
-    for (int i = 0; i < pl.npass; ++i) {
+    for (int i = 0; i < pl.npass + pl.npack; ++i) {
         const Pass &p = pl.pass[i];
         const int sign = pb.kind == EngineKind::R2C ? -1 : pb.kind == EngineKind::C2R ? 1 : pb.sign;
         int64_t need;
@@ -680,6 +703,29 @@ void RunSlabs(const PlanT<T> &pl, const Side *bufs, const bool *split, Cx<T> *sc
     });
 }
 
+// The packed real backward 3-D transform (PlanT::npack): the outer
+// dimension's two passes, then each slab in place in the output.
+template <class T>
+void RunPacked(const PlanT<T> &pl, const void *in, void *out, Cx<T> *temp) {
+    const Pass &first = pl.pass[pl.npass];
+    const int64_t h = pl.pb.dims[2].n / 2 + 1, n1 = pl.pb.dims[1].n;
+    const bool split[3] = {false, false, false};
+    const Side bufs[3] = {{const_cast<void *>(in), nullptr}, {out, nullptr}, {temp, nullptr}};
+    // The last column's pass starts at that column of the input.
+    const Side last[3] = {{const_cast<Cx<T> *>(static_cast<const Cx<T> *>(in)) + (h - 1) * pl.pb.dims[2].is, nullptr},
+                          {out, nullptr}, {temp, nullptr}};
+    Cx<T> *scratch = temp + pl.temp_elems;
+    RunPass<T>(pl, pl.npass, bufs, split, scratch);
+    RunPass<T>(pl, pl.npass + 1, last, split, scratch);
+    const int64_t slab = pl.pb.dims[0].os / 2;
+    auto run = [&](int64_t s0, int64_t s1, Cx<T> *own) {
+        for (int64_t s = s0; s < s1; ++s)
+            pl.slab2d->ExecPacked(static_cast<Cx<T> *>(out) + s * slab, temp + s * n1, own, T(pl.pb.scale), 1);
+    };
+    if (pl.team <= 1) run(0, first.n, scratch);
+    else ShareOut<T>(pl, first.n, scratch, run);
+}
+
 template <class T>
 int64_t WorkspaceBytes(const PlanT<T> &pl) {
     return (pl.temp_elems + pl.team * pl.row_elems) * int64_t(sizeof(Cx<T>));
@@ -749,6 +795,8 @@ __attribute__((noinline)) int Execute(const PlanT<T> &pl, const void *in_re, con
             pl.r[0]->Forward(static_cast<const T *>(in_re), static_cast<Cx<T> *>(out_re), work, scale, 1, ends);
         else
             pl.r[0]->Backward(static_cast<const Cx<T> *>(in_re), static_cast<T *>(out_re), work, scale, 1, ends);
+    } else if (pl.npack && in_re != out_re) {
+        RunPacked<T>(pl, in_re, out_re, temp);
     } else {
         for (int i = 0; i < pl.npass; ++i) {
             if (pl.slabs > 0 && i == pl.slab_pass) {

@@ -324,6 +324,13 @@ void RowRadix2D<T>::Exec(const void *in, void *out, Cx<T> *work, T scale, int nt
     RowStep(a, cols_, out, work, scale, nthreads);
 }
 
+template <class T>
+void RowRadix2D<T>::ExecPacked(Cx<T> *out, Cx<T> *last, Cx<T> *work, T scale, int nthreads) const {
+    ColumnSteps(out, ldo_ / 2, out, ldo_ / 2, cols_ - 1, nthreads);
+    ColumnSteps(last, 1, last, 1, 1, 1);
+    PackedRowStep(out, last, work, scale, nthreads);
+}
+
 template class RowRadix2D<float>;
 template class RowRadix2D<double>;
 

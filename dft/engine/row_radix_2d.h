@@ -62,6 +62,12 @@ public:
     // MemberElems() for each of nthreads threads, then ArrayElems().
     void Exec(const void *in, void *out, Cx<T> *work, T scale, int nthreads) const;
 
+    // Real backward, in place in the output array: the half spectrum's
+    // first cols - 1 columns in the output rows (out as complex, rows
+    // half a real row apart), its last column in last[] (one element a
+    // row; overwritten).
+    void ExecPacked(Cx<T> *out, Cx<T> *last, Cx<T> *work, T scale, int nthreads) const;
+
 private:
     enum { kNone, kStreamed, kInCache };
     static int FormOf(const EngineProblem &pb, const StageKernels &kern, bool overwrite_input);

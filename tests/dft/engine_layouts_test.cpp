@@ -158,6 +158,12 @@ std::vector<Case> LayoutCases() {
         {.name = "r2c_3d_radix_slabs", .kind = R2C, .dims = {12, 128, 100}, .pad = 3, .nthreads = 3},
         {.name = "c2r_3d_radix_slabs", .kind = C2R, .sign = 1, .dims = {12, 128, 100}, .scale = 0.25},
         {.name = "c2r_3d_radix_slabs_threads", .kind = C2R, .sign = 1, .dims = {6, 256, 99}, .nthreads = 2},
+        // Even output row and slab distances (pad 1): the outer dimension
+        // goes into the output array itself, the slabs run in place there.
+        {.name = "c2r_3d_packed_slabs", .kind = C2R, .sign = 1, .dims = {12, 128, 100}, .pad = 1, .scale = 0.5},
+        {.name = "c2r_3d_packed_slabs_threads", .kind = C2R, .sign = 1, .dims = {8, 128, 130}, .pad = 1,
+         .nthreads = 3},
+        {.name = "c2r_3d_radix_slabs_inplace", .kind = C2R, .sign = 1, .dims = {12, 128, 100}, .in_place = true},
         {.name = "c2r_2d_radix_columns", .kind = C2R, .sign = 1, .dims = {128, 100}},
         {.name = "c2c_2d_radix_columns_inplace", .dims = {64, 90}, .pad = 2, .in_place = true, .nthreads = 2},
         {.name = "r2c_4d_radix_slabs_batch", .kind = R2C, .dims = {3, 3, 64, 126}, .batch = {2}, .nthreads = 2},
