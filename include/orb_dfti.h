@@ -69,6 +69,9 @@
  *   interleaved or real data: in place 1 pointer, out of place 2 (in, out);
  *   DftiValueLayout42 complex data: in place 2 (re, im), out of place 4
  *   (in re, in im, out re, out im).
+ *   Out of place the input arrays are only read, for every transform
+ *   (the real backward one included): its complex passes work in the
+ *   output array where its rows allow, else in a scratch array.
  *
  * Real transforms (domain DftiValueReal)
  *   Forward: n reals -> conjugate-even result; backward: the inverse shape.
