@@ -672,7 +672,9 @@ void RunSlabRange(const PlanT<T> &pl, const Side *bufs, const bool *split, int64
     const int p0 = pl.slab_pass, p1 = p0 + 1;
     const int64_t r0 = PassRows<T>(pl.pass[p0]) / pl.slabs, r1 = PassRows<T>(pl.pass[p1]) / pl.slabs;
     if (pl.slab2d) {
-        // A slab starts where the first row of each of its passes does.
+        // A slab starts where the first row of each of its passes does. In
+        // place the slabs share one layout (complex rows alike, or real rows
+        // two complex ones long): the two passes too run only there.
         const Pass &a = pl.pass[p0], &b = pl.pass[p1];
         const size_t in_elem = pl.pb.kind == EngineKind::R2C ? sizeof(T) : sizeof(Cx<T>);
         const size_t out_elem = pl.pb.kind == EngineKind::C2R ? sizeof(T) : sizeof(Cx<T>);
@@ -783,7 +785,7 @@ __attribute__((noinline)) int Execute(const PlanT<T> &pl, const void *in_re, con
     }
     Cx<T> *temp = static_cast<Cx<T> *>(ws);
     bufs[kTemp].re = temp;
-    if (pl.radix2d) {
+    if (pl.radix2d && (in_re != out_re || pl.radix2d->RunsInPlace())) {
         pl.radix2d->Exec(in_re, out_re, temp, T(pl.pb.scale), pl.pb.nthreads);
     } else if (pl.solo_row) {
         const T scale = T(pl.pb.scale);
@@ -841,7 +843,10 @@ EnginePlan *Create(const EngineProblem &pb, int level, int *status) {
     pl->skern = &SplitKernelsForEngine(level);
     const bool radix2d = RowRadix2D<T>::Suits(pb, *pl->kern);
     if (radix2d) pl->radix2d = RowRadix2D<T>::Create(pb, *pl->kern, *pl->rkern);
-    if (radix2d ? !pl->radix2d : !BuildPasses<T>(*pl)) {
+    // A layout the radix form cannot run in place keeps the passes for
+    // calls with in == out.
+    const bool passes = !radix2d || (pl->radix2d && !pl->radix2d->RunsInPlace());
+    if ((radix2d && !pl->radix2d) || (passes && !BuildPasses<T>(*pl))) {
         MemDelete(pl);
         MemDelete(plan);
         *status = EngineNoMemory;
@@ -873,9 +878,10 @@ EnginePlan *Create(const EngineProblem &pb, int level, int *status) {
         *status = EngineInvalid;
         return nullptr;
     }
-    pl->cache_bytes =
+    pl->cache_bytes = std::max(
         pl->radix2d ? (pl->radix2d->MemberElems() * pb.nthreads + pl->radix2d->ArrayElems()) * int64_t(sizeof(Cx<T>))
-                    : WorkspaceBytes(*pl);
+                    : 0,
+        passes ? WorkspaceBytes(*pl) : 0);
     if (pl->cache_bytes > 16384) pl->cache = MemRaw(pl->cache_bytes);  // optional: Execute copes without
     plan->is_double = pb.is_double;
     plan->impl = pl;

@@ -91,7 +91,7 @@ int RowRadix2D<T>::FormOf(const EngineProblem &pb, const StageKernels &kern, boo
     const EngineDim &d0 = pb.dims[0], &d1 = pb.dims[1];
     const int64_t n0 = d0.n, n1 = d1.n, h = n1 / 2 + 1;
     // Rows apart by at least their length on either side; only the
-    // layouts that allow it run in place (Exec).
+    // layouts that allow it run in place (RunsInPlace).
     bool layout;
     if (pb.kind == EngineKind::C2C) {
         layout = d0.is >= n1 && d0.os >= n1;
@@ -136,6 +136,10 @@ RowRadix2D<T> *RowRadix2D<T>::Create(const EngineProblem &pb, const StageKernels
     // spectrum of the column steps goes to the output array when its rows
     // are a whole number of complex elements long.
     p->packed_ = Packs(pb, overwrite_input, form == kInCache);
+    const int64_t is = pb.dims[0].is, os = pb.dims[0].os;
+    p->in_place_ok_ = pb.kind == EngineKind::C2C   ? is == os
+                      : pb.kind == EngineKind::R2C ? is == 2 * os
+                                                   : os == 2 * is;
     p->n1_ = pb.dims[1].n, p->a_ = a, p->b_ = b;
     p->cols_ = pb.kind == EngineKind::C2C ? p->n1_ : p->n1_ / 2 + 1;
     p->ldi_ = pb.dims[0].is, p->ldo_ = pb.dims[0].os;

@@ -51,13 +51,16 @@ public:
     RowRadix2D() = default;  // made by Create only
     ~RowRadix2D();
 
+    // Whether in may equal out: complex rows alike on both sides, a real
+    // row twice as long as a complex one. Other layouts run out of place
+    // only (the caller runs them some other way in place).
+    bool RunsInPlace() const { return in_place_ok_; }
     // Scratch elements one thread works in, and those of the array the
     // real backward transform works in (after the threads' scratch).
     int64_t MemberElems() const;
     int64_t ArrayElems() const;
-    // out = scale * DFT2(in); in may equal out where the layout allows it
-    // (complex rows alike on both sides; a real row twice as long as a
-    // complex one, for the real kinds); in is left as it
+    // out = scale * DFT2(in); in may equal out where RunsInPlace(); in is
+    // left as it
     // was unless in == out or the plan may overwrite it. work:
     // MemberElems() for each of nthreads threads, then ArrayElems().
     void Exec(const void *in, void *out, Cx<T> *work, T scale, int nthreads) const;
@@ -82,6 +85,7 @@ private:
     int64_t ldi_ = 0, ldo_ = 0;  // row strides of in and out, in their elements
     bool overwrite_ = false;     // the real backward transform works in its input
     bool packed_ = false;        // ... or out of place in its output array
+    bool in_place_ok_ = false;
     RowsDftFn<T> dft_a_ = nullptr, dft_b_ = nullptr;  // lengths A and B
     // In place: the first row of each cycle of the row permutation.
     int32_t *cycles_ = nullptr;

@@ -103,7 +103,7 @@ struct RealRow {
     double scale;
     int nthreads;
     int level;
-    int64_t re_pad = 0;  // out of place: reals after each real row
+    int64_t re_pad = 0;  // reals after each real row (in place: after 2h)
 };
 
 // Real rows: forward from a real array, backward from the half spectrum of
@@ -127,12 +127,16 @@ TEST(EngineRowRadix2D, RealRowsMatchNaiveDft) {
         // in a scratch array (odd ones); the padding stays as it was.
         {1024, 300, false, false, 1.0, 1, 0, 2},  {1024, 300, false, false, 0.5, 2, 6, 1},
         {1024, 301, false, false, 1.0, 3, 0},     {2048, 257, false, false, 1.0, 1, 7, 3},
+        // Backward in place with real rows longer than two complex rows:
+        // the radix form cannot run there, the passes (through their
+        // scratch array) do.
+        {1024, 300, false, true, 0.5, 2, 0, 2},   {256, 200, false, true, 1.0, 1, 7, 4},
     };
     const SecondLevelCache assumed(int64_t(2) << 20);
     for (const RealRow &r : rows) {
         const int64_t n0 = r.n0, n1 = r.n1, h = n1 / 2 + 1;
         // Row strides: in place a real row is two complex rows' reals.
-        const int64_t re_ld = r.in_place ? 2 * h : n1 + r.re_pad, cx_ld = h;
+        const int64_t re_ld = (r.in_place ? 2 * h : n1) + r.re_pad, cx_ld = h;
         std::vector<double> re(n0 * re_ld + 2 * n0 * cx_ld, 7.0), cx(2 * n0 * cx_ld, 7.0);
         std::vector<LCx> full(n0 * n1);  // the oracle's input, n0 x n1
         if (r.forward) {
