@@ -297,14 +297,16 @@ bool BuildPasses(PlanT<T> &pl) {
             // share one first-level set in the slab's column steps.
             if (pl.slab2d && c2r && r == 3 && pb.howmany_rank == 0 && d[0].os % 2 == 0 && d[1].os % 2 == 0 &&
                 d[1].os / 2 * int64_t(sizeof(Cx<T>)) % 4096 != 0 && h >= 2) {
-                const int64_t pis[3] = {is[0], is[1], is[2]}, pos[3] = {d[0].os / 2, d[1].os / 2, 1};
-                const int64_t sos[3] = {d[1].n, 1, 0};
+                // Output strides as complex elements: the output array for
+                // the first h - 1 columns, the scratch column for the last.
+                const int64_t pos[2] = {d[0].os / 2, d[1].os / 2}, sos[2] = {d[1].n, 1};
                 for (int part = 0; part < 2; ++part) {
+                    const int64_t *o = part == 0 ? pos : sos;
                     Pass &p = pl.pass[pl.npass + part];
                     p.kind = EngineKind::C2C, p.n = d[0].n, p.src = kIn, p.dst = part == 0 ? kOut : kTemp;
-                    p.scaled = false, p.is = pis[0], p.os = part == 0 ? pos[0] : sos[0];
-                    AddLoop(p, d[1].n, pis[1], part == 0 ? pos[1] : sos[1]);
-                    if (part == 0) AddLoop(p, h - 1, pis[2], pos[2]);
+                    p.scaled = false, p.is = is[0], p.os = o[0];
+                    AddLoop(p, d[1].n, is[1], o[1]);
+                    if (part == 0) AddLoop(p, h - 1, is[2], 1);
                     MergeLoops(p);
                 }
                 pl.npack = 2;
@@ -709,8 +711,7 @@ void RunSlabs(const PlanT<T> &pl, const Side *bufs, const bool *split, Cx<T> *sc
 // dimension's two passes, then each slab in place in the output.
 template <class T>
 void RunPacked(const PlanT<T> &pl, const void *in, void *out, Cx<T> *temp) {
-    const Pass &first = pl.pass[pl.npass];
-    const int64_t h = pl.pb.dims[2].n / 2 + 1, n1 = pl.pb.dims[1].n;
+    const int64_t n0 = pl.pb.dims[0].n, n1 = pl.pb.dims[1].n, h = pl.pb.dims[2].n / 2 + 1;
     const bool split[3] = {false, false, false};
     const Side bufs[3] = {{const_cast<void *>(in), nullptr}, {out, nullptr}, {temp, nullptr}};
     // The last column's pass starts at that column of the input.
@@ -724,8 +725,8 @@ void RunPacked(const PlanT<T> &pl, const void *in, void *out, Cx<T> *temp) {
         for (int64_t s = s0; s < s1; ++s)
             pl.slab2d->ExecPacked(static_cast<Cx<T> *>(out) + s * slab, temp + s * n1, own, T(pl.pb.scale), 1);
     };
-    if (pl.team <= 1) run(0, first.n, scratch);
-    else ShareOut<T>(pl, first.n, scratch, run);
+    if (pl.team <= 1) run(0, n0, scratch);
+    else ShareOut<T>(pl, n0, scratch, run);
 }
 
 template <class T>

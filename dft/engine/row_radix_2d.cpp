@@ -54,14 +54,13 @@ bool Packs(const EngineProblem &pb, bool overwrite_input, bool cached) {
            pb.dims[1].n >= 2;
 }
 
-// The rows of the array the column steps run on, in complex elements: the
-// output for the forward kinds; for the real backward one the input (in
-// place, or when it may be overwritten), the output array (packed) or else
-// the scratch array (cols apart).
-int64_t ColumnStride(const EngineProblem &pb, int64_t cols, bool overwrite_input, bool cached) {
+// The rows of the array the column steps of an array in the cache run on,
+// in complex elements: the output for the forward kinds; for the real
+// backward one the input (in place, or when it may be overwritten) or else
+// the scratch array (cols apart; in the cache nothing is packed).
+int64_t CachedColumnStride(const EngineProblem &pb, int64_t cols, bool overwrite_input) {
     if (pb.kind != EngineKind::C2R) return pb.dims[0].os;
-    if (overwrite_input || pb.dims[0].os == 2 * pb.dims[0].is) return pb.dims[0].is;
-    return Packs(pb, overwrite_input, cached) ? pb.dims[0].os / 2 : cols;
+    return overwrite_input || pb.dims[0].os == 2 * pb.dims[0].is ? pb.dims[0].is : cols;
 }
 
 // count items over nthreads threads: f(first, last, id).
@@ -109,7 +108,7 @@ int RowRadix2D<T>::FormOf(const EngineProblem &pb, const StageKernels &kern, boo
     // where they lie, 210 either way else).
     const bool buffered = !cached;
     if (cached && (cols < kMinCachedColumns || n0 * cols < kMinCachedElems ||
-                   ColumnStride(pb, cols, overwrite_input, true) * int64_t(sizeof(Cx<T>)) % 4096 == 0))
+                   CachedColumnStride(pb, cols, overwrite_input) * int64_t(sizeof(Cx<T>)) % 4096 == 0))
         return kNone;
     if (!cached && n1 < kMinRow) return kNone;
     if (!kern.rows_dft_d(a, pb.sign, buffered) || !kern.rows_dft_d(b, pb.sign, buffered)) return kNone;
