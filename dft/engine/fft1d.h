@@ -209,6 +209,7 @@ private:
     Cx<T> *w_ = nullptr;       // the pair step's table of sign i exp(sign 2 pi i k / n) (even n)
     RealSplitFn<T> split_ = nullptr;  // the pair step over w_ (even n)
     SmallFn<T> half_ = nullptr;       // the length-n/2 codelet, when there is one
+    bool half_in_out_ = false;        // Backward forms its complex row in `out`
 };
 
 // exp(sign * 2 pi i * num / den) computed in long double with the angle

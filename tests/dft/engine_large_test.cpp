@@ -165,25 +165,36 @@ TEST(EngineIdentities, LargeLengths) {
     Identities<double>(3 * 5 * 7 * 4096, true);
 }
 
-// Real transforms of large primes run Rader's convolution on real data
-// (three real FFTs of lengths p-1 and (p-1)/2): sampled bins of R2C against
-// the naive DFT of the real row, and sampled outputs of C2R against the
-// naive inverse of the full conjugate-even spectrum (the imaginary part of
-// bin 0, which no real signal has, must be ignored). 65537 (half length
-// 2^15), 7681 (3840) on every kernel build, 786433 (393216: the convolution
-// beyond the second-level cache), 2251 ((p-1)/2 = 1125, odd: its real
-// transform runs full length), threaded and scaled.
-TEST(EngineRealPrimes, SampledBinsMatchNaiveDft) {
+// Long real rows: sampled bins of R2C against the naive DFT of the real
+// row, and sampled outputs of C2R against the naive inverse of the full
+// conjugate-even spectrum (the imaginary parts of bins 0 and n/2, which no
+// real signal has, must be ignored: the input carries them).
+// - Large primes run Rader's convolution on real data (three real FFTs of
+//   lengths p-1 and (p-1)/2): 65537 (half length 2^15), 7681 (3840) on
+//   every kernel build, 786433 (393216: the convolution beyond the
+//   second-level cache), 2251 ((p-1)/2 = 1125, odd: its real transform
+//   runs full length), threaded and scaled.
+// - Powers of two whose backward transform forms its complex row in the
+//   output array (2^16 and 2^17 double, 2^17 and 2^18 single), out of place
+//   and in place, threaded, scaled, with packed ends; and either side of
+//   them (2^15, 2^18 double), where the row goes through the scratch.
+TEST(EngineLargeRealRows, SampledBinsMatchNaiveDft) {
     struct Row {
         int64_t n;
         bool is_double;
         int nthreads;
         int level;
         double scale;
+        bool in_place = false;
+        bool packed_ends = false;
     };
     const Row rows[] = {{65537, true, 1, 0, 1.0},  {65537, false, 2, 0, 1.0}, {65537, true, 2, 0, 0.5},
                         {7681, true, 1, 5, 1.0},   {7681, true, 1, 6, 1.0},   {7681, false, 1, 7, 2.0},
-                        {786433, true, 2, 0, 1.0}, {2251, true, 1, 0, 1.0},   {2251, false, 1, 0, 1.0}};
+                        {786433, true, 2, 0, 1.0}, {2251, true, 1, 0, 1.0},   {2251, false, 1, 0, 1.0},
+                        {1 << 16, true, 1, 0, 1.0}, {1 << 16, true, 1, 5, 0.25, true},
+                        {1 << 16, true, 2, 0, 1.0, false, true}, {1 << 17, true, 1, 7, 1.0, true, true},
+                        {1 << 17, true, 2, 0, 2.0}, {1 << 17, false, 1, 0, 1.0}, {1 << 18, false, 2, 6, 1.0, true},
+                        {1 << 15, true, 1, 0, 1.0, true}, {1 << 18, true, 1, 0, 1.0, true}};
     for (const Row &r : rows) {
         const int64_t n = r.n, h = n / 2;
         std::vector<int64_t> ks = {0, 1, 2, h - 1, h};
@@ -192,7 +203,7 @@ TEST(EngineRealPrimes, SampledBinsMatchNaiveDft) {
             const bool fwd = kind == EngineKind::R2C;
             EngineProblem p;
             p.kind = kind, p.is_double = r.is_double, p.sign = fwd ? -1 : 1, p.dims[0] = {n, 1, 1};
-            p.nthreads = r.nthreads, p.scale = r.scale;
+            p.nthreads = r.nthreads, p.scale = r.scale, p.packed_ends = r.packed_ends;
             // Forward: x real. Backward: bins 0..h, spread to the full
             // conjugate-even spectrum for the oracle.
             std::vector<LCx> x = RandomComplex(n, 31 + n), full(n);
@@ -201,29 +212,41 @@ TEST(EngineRealPrimes, SampledBinsMatchNaiveDft) {
                 full = x;
             } else {
                 full[0] = x[0].real();
-                for (int64_t k = 1; k <= h; ++k) full[k] = x[k], full[n - k] = std::conj(x[k]);
+                if (n % 2 == 0) full[h] = x[h].real();
+                for (int64_t k = 1; k < n - h; ++k) full[k] = x[k], full[n - k] = std::conj(x[k]);
             }
             std::vector<long double> in(2 * n), out(2 * n);
             for (int64_t i = 0; i < (fwd ? n : h + 1); ++i) {
                 if (fwd) in[i] = x[i].real();
                 else in[2 * i] = x[i].real(), in[2 * i + 1] = x[i].imag();
             }
+            // Packed ends: X[n/2].re where X[0].im would be.
+            if (!fwd && r.packed_ends) in[1] = in[n];
             const auto run = [&]<class T>(T) {
                 std::vector<T> a(in.begin(), in.end()), y(2 * n);
+                const std::vector<T> a0 = a;
                 int status = -1;
                 EnginePlan *plan = r.level ? EnginePlanCreateForLevel(p, r.level, &status) : EnginePlanCreate(p, &status);
                 ASSERT_EQ(status, EngineOk);
-                EXPECT_EQ(EngineExecute(plan, a.data(), nullptr, y.data(), nullptr), EngineOk);
+                T *dst = r.in_place ? a.data() : y.data();
+                EXPECT_EQ(EngineExecute(plan, a.data(), nullptr, dst, nullptr), EngineOk);
                 EnginePlanDestroy(plan);
-                std::copy(y.begin(), y.end(), out.begin());
+                // Out of place the input stays as it was.
+                if (!r.in_place) EXPECT_TRUE(a == a0);
+                std::copy(dst, dst + 2 * n, out.begin());
             };
             if (r.is_double) run(double{});
             else run(float{});
             std::vector<LCx> got, ref = NaiveBins(full, ks, p.sign);
             for (auto &v : ref) v *= (long double)r.scale;
-            for (int64_t k : ks) got.push_back(fwd ? LCx(out[2 * k], out[2 * k + 1]) : LCx(out[k]));
+            for (int64_t k : ks) {
+                // Packed ends: bin h's real part where bin 0's imaginary one was.
+                if (fwd && r.packed_ends && (k == 0 || k == h)) got.push_back(k == 0 ? LCx(out[0]) : LCx(out[1]));
+                else got.push_back(fwd ? LCx(out[2 * k], out[2 * k + 1]) : LCx(out[k]));
+            }
             EXPECT_LE(RelRms(got, ref), Tolerance(r.is_double, n))
-                << (fwd ? "R2C" : "C2R") << " n=" << n << " level " << r.level << " threads " << r.nthreads;
+                << (fwd ? "R2C" : "C2R") << " n=" << n << " level " << r.level << " threads " << r.nthreads
+                << (r.in_place ? " in place" : "") << (r.packed_ends ? " packed ends" : "");
         }
     }
 }
