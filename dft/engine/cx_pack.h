@@ -182,6 +182,14 @@ struct Pack {
     __attribute__((always_inline)) friend Pack Conj(Pack a) { return {Flip<false, true>(a.v)}; }
 };
 
+// Lanes in reverse order (a block k-L+1 .. k read as k .. k-L+1).
+template <class T, int L>
+__attribute__((always_inline)) inline Pack<T, L> Reverse(Pack<T, L> a) {
+    if constexpr (L == 1) return a;
+    else if constexpr (L == 2) return {__builtin_shufflevector(a.v, a.v, 2, 3, 0, 1)};
+    else return {__builtin_shufflevector(a.v, a.v, 6, 7, 4, 5, 2, 3, 0, 1)};
+}
+
 // Packs of more than one complex number (one vector).
 template <class P>
 constexpr bool kVectorPack = false;

@@ -55,6 +55,17 @@ public:
         *n1 = n1_, *n2 = n2_, *tw = tw2_;
         return true;
     }
+    // The kernel that runs this length's stages for a backward real
+    // transform's complex row with its pair step inside the first stage
+    // (PairedStagesFn), or null: plain stages only, two or more, the first
+    // with a fixed butterfly.
+    PairedStagesFn<T> Paired() const {
+        if (!Interleavable() || small_ || two_ || sp_.nstages < 2 || !HasFixedButterfly(sp_.st[0].radix))
+            return nullptr;
+        if constexpr (sizeof(T) == 8) return kern_->paired_d();
+        else return kern_->paired_f();
+    }
+    const StagePlan<T> &Stages() const { return sp_; }
     // vb sequences interleaved element by element ([j*vb + c]); work holds
     // n*vb elements.
     void ExecInterleaved(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int64_t vb) const;
@@ -210,6 +221,7 @@ private:
     RealSplitFn<T> split_ = nullptr;  // the pair step over w_ (even n)
     SmallFn<T> half_ = nullptr;       // the length-n/2 codelet, when there is one
     bool half_in_out_ = false;        // Backward forms its complex row in `out`
+    PairedStagesFn<T> paired_ = nullptr;  // or forms it inside the first stage
 };
 
 // exp(sign * 2 pi i * num / den) computed in long double with the angle

@@ -7,13 +7,7 @@ namespace {
 
 using pack::kLanes;
 using pack::Pack;
-
-// Lanes in reverse order (the mirrored index block h-k-L+1 .. h-k).
-template <class T, int L>
-ORB_BFLY_INLINE Pack<T, L> Reverse(Pack<T, L> a) {
-    if constexpr (L == 2) return {__builtin_shufflevector(a.v, a.v, 2, 3, 0, 1)};
-    else return {__builtin_shufflevector(a.v, a.v, 6, 7, 4, 5, 2, 3, 0, 1)};
-}
+using pack::Reverse;
 
 // {x, y} in every lane.
 template <class V, class T>

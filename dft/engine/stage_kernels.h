@@ -12,6 +12,7 @@
 // the result by `scale`; splits each stage over `nthreads` OpenMP threads.
 // vb > 1 transforms vb interleaved sequences at once: element j of
 // sequence c at [j*vb + c] on both sides (the kernels vectorise across c).
+// PairedStages* gives the PairedStagesFn of the level, or null.
 // Straight-line whole transforms of short sequences: row r (r < rows),
 // elements xs / ys apart, is y[r*yd + k*ys] = scale * DFT(x[r*xd + j*xs]);
 // x may equal y when both sides have the same layout.
@@ -31,6 +32,8 @@
                      Cx<double> *work, double scale, int nthreads, int64_t vb);                         \
     void ExecStagesF(const StagePlan<float> &pl, const Cx<float> *in, Cx<float> *out,       \
                      Cx<float> *work, float scale, int nthreads, int64_t vb);                          \
+    PairedStagesFn<double> PairedStagesD();                                                 \
+    PairedStagesFn<float> PairedStagesF();                                                  \
     SmallFn<double> SmallCodeletD(int64_t n, int sign);                                     \
     SmallFn<float> SmallCodeletF(int64_t n, int sign);                                      \
     TwoPassFn<double> TwoPassD(int64_t n1, int64_t n2, int sign);                           \
@@ -55,6 +58,14 @@ using TwoPassFn = void (*)(const Cx<T> *x, Cx<T> *y, Cx<T> *work, const Cx<T> *t
 // back in place.
 template <class T>
 constexpr int64_t kTwiddleColumns = 128 / int64_t(2 * sizeof(T));
+// The stages of a backward real transform's complex row Z of pl.n points,
+// with the pair step that forms Z from the half spectrum x inside the first
+// stage (stage_kernels.cpp): out = scale * DFT(Z), Z[0] = z0, u the pair
+// step's table; work holds pl.n elements, x may equal out. For plans of two
+// or more stages whose first has a fixed butterfly; one thread.
+template <class T>
+using PairedStagesFn = void (*)(const StagePlan<T> &pl, const Cx<T> *x, const Cx<T> *u, Cx<T> z0, Cx<T> *out,
+                                Cx<T> *work, T scale);
 template <class T>
 using TwiddleColumnsFn = void (*)(Cx<T> *c, const Cx<T> *t, T scale);
 // The same block through a cyclic convolution's middle: the forward radix-r
@@ -93,6 +104,8 @@ ORB_DFT_KERNEL_LEVELS(ORB_DFT_DECLARE_LEVEL)
 struct StageKernels {
     decltype(&k_sse2::ExecStagesD) exec_d;
     decltype(&k_sse2::ExecStagesF) exec_f;
+    decltype(&k_sse2::PairedStagesD) paired_d;
+    decltype(&k_sse2::PairedStagesF) paired_f;
     decltype(&k_sse2::SmallCodeletD) small_d;
     decltype(&k_sse2::SmallCodeletF) small_f;
     decltype(&k_sse2::TwoPassD) two_pass_d;

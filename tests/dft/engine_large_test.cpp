@@ -174,10 +174,13 @@ TEST(EngineIdentities, LargeLengths) {
 //   every kernel build, 786433 (393216: the convolution beyond the
 //   second-level cache), 2251 ((p-1)/2 = 1125, odd: its real transform
 //   runs full length), threaded and scaled.
-// - Powers of two whose backward transform forms its complex row in the
-//   output array (2^16 and 2^17 double, 2^17 and 2^18 single), out of place
-//   and in place, threaded, scaled, with packed ends; and either side of
-//   them (2^15, 2^18 double), where the row goes through the scratch.
+// - Rows whose backward transform forms its complex row in the output
+//   array (threaded, or at the SSE2-class level: 2^16 and 2^17 double, 2^17
+//   and 2^18 single), or inside the first stage (one thread, AVX and
+//   AVX2+FMA, single precision on every build: powers of two, 48000 and
+//   100000 on mixed radices, 2 3^10 and 2 5^7 whose half length is odd),
+//   out of place and in place, scaled, with packed ends; and either side
+//   of them (2^15, 2^18 double), where the row goes through the scratch.
 TEST(EngineLargeRealRows, SampledBinsMatchNaiveDft) {
     struct Row {
         int64_t n;
@@ -194,7 +197,12 @@ TEST(EngineLargeRealRows, SampledBinsMatchNaiveDft) {
                         {1 << 16, true, 1, 0, 1.0}, {1 << 16, true, 1, 5, 0.25, true},
                         {1 << 16, true, 2, 0, 1.0, false, true}, {1 << 17, true, 1, 7, 1.0, true, true},
                         {1 << 17, true, 2, 0, 2.0}, {1 << 17, false, 1, 0, 1.0}, {1 << 18, false, 2, 6, 1.0, true},
-                        {1 << 15, true, 1, 0, 1.0, true}, {1 << 18, true, 1, 0, 1.0, true}};
+                        {1 << 15, true, 1, 0, 1.0, true}, {1 << 18, true, 1, 0, 1.0, true},
+                        {1 << 15, true, 1, 7, 1.0}, {1 << 16, true, 1, 6, 0.5, true}, {1 << 17, true, 1, 7, 2.0},
+                        {48000, true, 1, 6, 1.0, false, true}, {100000, true, 1, 7, 1.0, true, true},
+                        {2 * 59049, true, 1, 7, 1.0}, {2 * 78125, true, 1, 6, 1.0, true},
+                        {1 << 16, false, 1, 7, 1.0, true}, {1 << 17, false, 1, 5, 4.0, false, true},
+                        {1 << 18, false, 1, 6, 1.0}};
     for (const Row &r : rows) {
         const int64_t n = r.n, h = n / 2;
         std::vector<int64_t> ks = {0, 1, 2, h - 1, h};
