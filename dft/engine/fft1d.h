@@ -60,10 +60,16 @@ public:
     // (PairedStagesFn), or null: plain stages only, two or more, the first
     // with a fixed butterfly.
     PairedStagesFn<T> Paired() const {
-        if (!Interleavable() || small_ || two_ || sp_.nstages < 2 || !HasFixedButterfly(sp_.st[0].radix))
-            return nullptr;
+        if (!PlainStages() || !HasFixedButterfly(sp_.st[0].radix)) return nullptr;
         if constexpr (sizeof(T) == 8) return kern_->paired_d();
         else return kern_->paired_f();
+    }
+    // The same for a forward real transform (PairedForwardFn): its last
+    // stage with a fixed butterfly.
+    PairedForwardFn<T> PairedForward() const {
+        if (!PlainStages() || !HasFixedButterfly(sp_.st[sp_.nstages - 1].radix)) return nullptr;
+        if constexpr (sizeof(T) == 8) return kern_->paired_forward_d();
+        else return kern_->paired_forward_f();
     }
     const StagePlan<T> &Stages() const { return sp_; }
     // vb sequences interleaved element by element ([j*vb + c]); work holds
@@ -71,6 +77,7 @@ public:
     void ExecInterleaved(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int64_t vb) const;
 
 private:
+    bool PlainStages() const { return Interleavable() && !small_ && !two_ && sp_.nstages >= 2; }
     bool BuildStages();
     bool BuildTwoPass(bool lone_row);
     bool BuildBluestein();
@@ -222,6 +229,7 @@ private:
     SmallFn<T> half_ = nullptr;       // the length-n/2 codelet, when there is one
     bool half_in_out_ = false;        // Backward forms its complex row in `out`
     PairedStagesFn<T> paired_ = nullptr;  // or forms it inside the first stage
+    PairedForwardFn<T> paired_forward_ = nullptr;  // Forward's pair step inside the last stage
 };
 
 // exp(sign * 2 pi i * num / den) computed in long double with the angle

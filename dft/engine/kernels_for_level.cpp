@@ -6,6 +6,7 @@ namespace orb::dft {
 
 #define ORB_DFT_KERNEL_SET(lvl) constexpr StageKernels kSet_##lvl{&k_##lvl::ExecStagesD, &k_##lvl::ExecStagesF, \
                                         &k_##lvl::PairedStagesD, &k_##lvl::PairedStagesF, \
+                                        &k_##lvl::PairedForwardD, &k_##lvl::PairedForwardF, \
                                         &k_##lvl::SmallCodeletD, &k_##lvl::SmallCodeletF, \
                                         &k_##lvl::TwoPassD, &k_##lvl::TwoPassF, \
                                         &k_##lvl::PointMulD, &k_##lvl::PointMulF, \

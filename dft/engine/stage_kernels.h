@@ -12,7 +12,8 @@
 // the result by `scale`; splits each stage over `nthreads` OpenMP threads.
 // vb > 1 transforms vb interleaved sequences at once: element j of
 // sequence c at [j*vb + c] on both sides (the kernels vectorise across c).
-// PairedStages* gives the PairedStagesFn of the level, or null.
+// PairedStages* and PairedForward* give the level's PairedStagesFn and
+// PairedForwardFn, or null.
 // Straight-line whole transforms of short sequences: row r (r < rows),
 // elements xs / ys apart, is y[r*yd + k*ys] = scale * DFT(x[r*xd + j*xs]);
 // x may equal y when both sides have the same layout.
@@ -34,6 +35,8 @@
                      Cx<float> *work, float scale, int nthreads, int64_t vb);                          \
     PairedStagesFn<double> PairedStagesD();                                                 \
     PairedStagesFn<float> PairedStagesF();                                                  \
+    PairedForwardFn<double> PairedForwardD();                                               \
+    PairedForwardFn<float> PairedForwardF();                                                \
     SmallFn<double> SmallCodeletD(int64_t n, int sign);                                     \
     SmallFn<float> SmallCodeletF(int64_t n, int sign);                                      \
     TwoPassFn<double> TwoPassD(int64_t n1, int64_t n2, int sign);                           \
@@ -66,6 +69,15 @@ constexpr int64_t kTwiddleColumns = 128 / int64_t(2 * sizeof(T));
 template <class T>
 using PairedStagesFn = void (*)(const StagePlan<T> &pl, const Cx<T> *x, const Cx<T> *u, Cx<T> z0, Cx<T> *out,
                                 Cx<T> *work, T scale);
+// The stages of a forward real transform of 2 pl.n points, the real row
+// read as pl.n complex numbers (in, may equal out), with the pair step that
+// turns their FFT Z into the half spectrum inside the last stage: out[j] =
+// bin j times 2f (0 < j < pl.n), *z0 = Z[0] (bins 0 and pl.n are the
+// caller's); u the pair step's table, work pl.n elements. Same plans as
+// PairedStagesFn.
+template <class T>
+using PairedForwardFn = void (*)(const StagePlan<T> &pl, const Cx<T> *in, Cx<T> *out, Cx<T> *work, const Cx<T> *u,
+                                 T f, Cx<T> *z0);
 template <class T>
 using TwiddleColumnsFn = void (*)(Cx<T> *c, const Cx<T> *t, T scale);
 // The same block through a cyclic convolution's middle: the forward radix-r
@@ -106,6 +118,8 @@ struct StageKernels {
     decltype(&k_sse2::ExecStagesF) exec_f;
     decltype(&k_sse2::PairedStagesD) paired_d;
     decltype(&k_sse2::PairedStagesF) paired_f;
+    decltype(&k_sse2::PairedForwardD) paired_forward_d;
+    decltype(&k_sse2::PairedForwardF) paired_forward_f;
     decltype(&k_sse2::SmallCodeletD) small_d;
     decltype(&k_sse2::SmallCodeletF) small_f;
     decltype(&k_sse2::TwoPassD) two_pass_d;

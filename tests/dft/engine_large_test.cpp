@@ -181,6 +181,8 @@ TEST(EngineIdentities, LargeLengths) {
 //   100000 on mixed radices, 2 3^10 and 2 5^7 whose half length is odd),
 //   out of place and in place, scaled, with packed ends; and either side
 //   of them (2^15, 2^18 double), where the row goes through the scratch.
+// - Forward rows whose pair step runs inside the last stage (double, AVX
+//   and AVX2+FMA, one thread: 2^15, 40000, 48000), the same ways.
 TEST(EngineLargeRealRows, SampledBinsMatchNaiveDft) {
     struct Row {
         int64_t n;
@@ -202,7 +204,8 @@ TEST(EngineLargeRealRows, SampledBinsMatchNaiveDft) {
                         {48000, true, 1, 6, 1.0, false, true}, {100000, true, 1, 7, 1.0, true, true},
                         {2 * 59049, true, 1, 7, 1.0}, {2 * 78125, true, 1, 6, 1.0, true},
                         {1 << 16, false, 1, 7, 1.0, true}, {1 << 17, false, 1, 5, 4.0, false, true},
-                        {1 << 18, false, 1, 6, 1.0}};
+                        {1 << 18, false, 1, 6, 1.0}, {1 << 15, true, 1, 6, 1.0, true, true},
+                        {40000, true, 1, 7, 3.0, true}};
     for (const Row &r : rows) {
         const int64_t n = r.n, h = n / 2;
         std::vector<int64_t> ks = {0, 1, 2, h - 1, h};
@@ -242,6 +245,22 @@ TEST(EngineLargeRealRows, SampledBinsMatchNaiveDft) {
                 // Out of place the input stays as it was.
                 if (!r.in_place) EXPECT_TRUE(a == a0);
                 std::copy(dst, dst + 2 * n, out.begin());
+                // Every output, not only the sampled ones, against the same
+                // plan on two threads (whose rows keep the pair step apart).
+                if (r.nthreads == 1 && n % 2 == 0) {
+                    EngineProblem p2 = p;
+                    p2.nthreads = 2;
+                    std::vector<T> y2(2 * n);
+                    EnginePlan *plan2 = r.level ? EnginePlanCreateForLevel(p2, r.level, &status) : EnginePlanCreate(p2, &status);
+                    ASSERT_EQ(status, EngineOk);
+                    EXPECT_EQ(EngineExecute(plan2, a0.data(), nullptr, y2.data(), nullptr), EngineOk);
+                    EnginePlanDestroy(plan2);
+                    std::vector<LCx> one, two;
+                    for (int64_t i = 0; i < (fwd ? h + 1 : n / 2); ++i)
+                        one.push_back({out[2 * i], out[2 * i + 1]}), two.push_back({y2[2 * i], y2[2 * i + 1]});
+                    EXPECT_LE(RelRms(one, two), Tolerance(r.is_double, n))
+                        << (fwd ? "R2C" : "C2R") << " n=" << n << " level " << r.level << ": one thread against two";
+                }
             };
             if (r.is_double) run(double{});
             else run(float{});
