@@ -276,6 +276,21 @@ inline Cx<T> PairedBin(const Cx<T> *x, const Cx<T> *u, int64_t h, int64_t j) {
     return z;
 }
 
+// The pair step across a vector of leg k of columns p.. (a) and leg R-1-k
+// of the mirrored columns q.. (b, in its own lane order), legs `stride`
+// apart: Z for the first (*lo) and, in its lane order, for the second (*hi).
+// Legs below h/2 read the table where they lie, the others at their
+// mirrors.
+template <int R, class T, class PV>
+__attribute__((always_inline)) inline void PairLegs(PV a, PV b, const Cx<T> *u, int64_t p, int64_t q, int64_t stride,
+                                                    int k, PV *lo, PV *hi) {
+    const PV bc = Conj(Reverse(b));
+    const PV uk = 2 * k + 1 <= R ? PV::Load(u + p + k * stride) : Conj(Reverse(PV::Load(u + (R - 1 - k) * stride + q)));
+    const PV e = a + bc, t = Mul(a - bc, uk);
+    *lo = e + t;
+    *hi = Reverse(Conj(e - t));
+}
+
 template <int R, int S, class T>
 void PairedFirstStage(const Cx<T> *x, const Cx<T> *u, Cx<T> z0, Cx<T> *y, int64_t m, const Cx<T> *tw) {
     constexpr int L = kLanes<T>;
@@ -289,13 +304,8 @@ void PairedFirstStage(const Cx<T> *x, const Cx<T> *u, Cx<T> z0, Cx<T> *y, int64_
             const int64_t q = m - p - (L - 1);
             PV zp[R], zq[R];
             bfly::StaticFor<R>([&](auto k) __attribute__((always_inline)) {
-                const PV a = PV::Load(x + p + k * m), b = Conj(Reverse(PV::Load(x + (R - 1 - k) * m + q)));
-                // Legs below h/2 read the table where they lie, the others at
-                // their mirrors.
-                const PV uk = 2 * k + 1 <= R ? PV::Load(u + p + k * m) : Conj(Reverse(PV::Load(u + (R - 1 - k) * m + q)));
-                const PV e = a + b, t = Mul(a - b, uk);
-                zp[k] = e + t;
-                zq[R - 1 - k] = Reverse(Conj(e - t));
+                PairLegs<R, T>(PV::Load(x + p + k * m), PV::Load(x + (R - 1 - k) * m + q), u, p, q, m, k, &zp[k],
+                               &zq[R - 1 - k]);
             });
             FirstStageVector<R, S, Post::kTwiddle, T>([&](int k) __attribute__((always_inline)) { return zp[k]; }, y,
                                                       p, m, tw, T(1));
@@ -385,11 +395,10 @@ void PairedLastStage(const Cx<T> *x, Cx<T> *y, int64_t s, const Cx<T> *u, T f, C
             transform(q, za);
             transform(r, zb);
             bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) {
-                const PV a = za[t], b = Conj(Reverse(zb[R - 1 - t]));
-                const PV ut = 2 * t + 1 <= R ? PV::Load(u + q + t * s) : Conj(Reverse(PV::Load(u + (R - 1 - t) * s + r)));
-                const PV e = a + b, d = Mul(a - b, ut);
-                ((e + d) * f).Store(y + q + t * s);
-                Reverse(Conj(e - d) * f).Store(y + r + (R - 1 - t) * s);
+                PV lo, hi;
+                PairLegs<R, T>(za[t], zb[R - 1 - t], u, q, r, s, t, &lo, &hi);
+                (lo * f).Store(y + q + t * s);
+                (hi * f).Store(y + r + (R - 1 - t) * s);
             });
         }
     }
@@ -440,7 +449,7 @@ void PairedForward(const StagePlan<T> &pl, const Cx<T> *in, Cx<T> *out, Cx<T> *w
 }
 
 template <class T>
-__attribute__((unused)) void PairedForwardAny(const StagePlan<T> &pl, const Cx<T> *in, Cx<T> *out, Cx<T> *work, const Cx<T> *u, T f,
+void PairedForwardAny(const StagePlan<T> &pl, const Cx<T> *in, Cx<T> *out, Cx<T> *work, const Cx<T> *u, T f,
                       Cx<T> *z0) {
     if (pl.sign < 0) PairedForward<-1, T>(pl, in, out, work, u, f, z0);
     else PairedForward<1, T>(pl, in, out, work, u, f, z0);
