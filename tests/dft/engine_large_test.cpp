@@ -243,7 +243,9 @@ TEST(EngineLargeRealRows, SampledBinsMatchNaiveDft) {
                 EXPECT_EQ(EngineExecute(plan, a.data(), nullptr, dst, nullptr), EngineOk);
                 EnginePlanDestroy(plan);
                 // Out of place the input stays as it was.
-                if (!r.in_place) EXPECT_TRUE(a == a0);
+                if (!r.in_place) {
+                    EXPECT_TRUE(a == a0);
+                }
                 std::copy(dst, dst + 2 * n, out.begin());
                 // Every output, not only the sampled ones, against the same
                 // plan on two threads (whose rows keep the pair step apart).
