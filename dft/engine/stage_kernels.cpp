@@ -291,28 +291,36 @@ __attribute__((always_inline)) inline void PairLegs(PV a, PV b, const Cx<T> *u, 
     *hi = Reverse(Conj(e - t));
 }
 
-template <int R, int S, class T>
-void PairedFirstStage(const Cx<T> *x, const Cx<T> *u, Cx<T> z0, Cx<T> *y, int64_t m, const Cx<T> *tw) {
+// f(p, q) for each vector of columns p..p+L-1 below m/2 (from 1) with its
+// mirror q..q+L-1 (q = m - p - (L-1)); returns the first column left to
+// the one-by-one path. None where a vector holds one complex number.
+template <class T, class F>
+__attribute__((always_inline)) inline int64_t ForMirroredVectors(int64_t m, F f) {
     constexpr int L = kLanes<T>;
-    const int64_t h = R * m;
     int64_t p = 1;
-    if constexpr (L > 1) {
-        using PV = Pack<T, L>;
-        // Columns p..p+L-1 below m/2 with their mirrors q..q+L-1 (reversed).
+    if constexpr (L > 1)
         for (; 2 * p + 2 * L - 2 < m; p += L) {
             ORB_OPAQUE_INDEX(p);
-            const int64_t q = m - p - (L - 1);
-            PV zp[R], zq[R];
-            bfly::StaticFor<R>([&](auto k) __attribute__((always_inline)) {
-                PairLegs<R, T>(PV::Load(x + p + k * m), PV::Load(x + (R - 1 - k) * m + q), u, p, q, m, k, &zp[k],
-                               &zq[R - 1 - k]);
-            });
-            FirstStageVector<R, S, Post::kTwiddle, T>([&](int k) __attribute__((always_inline)) { return zp[k]; }, y,
-                                                      p, m, tw, T(1));
-            FirstStageVector<R, S, Post::kTwiddle, T>([&](int k) __attribute__((always_inline)) { return zq[k]; }, y,
-                                                      q, m, tw, T(1));
+            f(p, m - p - (L - 1));
         }
-    }
+    return p;
+}
+
+template <int R, int S, class T>
+void PairedFirstStage(const Cx<T> *x, const Cx<T> *u, Cx<T> z0, Cx<T> *y, int64_t m, const Cx<T> *tw) {
+    using PV = Pack<T, kLanes<T>>;
+    const int64_t h = R * m;
+    const int64_t p_left = ForMirroredVectors<T>(m, [&](int64_t p, int64_t q) __attribute__((always_inline)) {
+        PV zp[R], zq[R];
+        bfly::StaticFor<R>([&](auto k) __attribute__((always_inline)) {
+            PairLegs<R, T>(PV::Load(x + p + k * m), PV::Load(x + (R - 1 - k) * m + q), u, p, q, m, k, &zp[k],
+                           &zq[R - 1 - k]);
+        });
+        FirstStageVector<R, S, Post::kTwiddle, T>([&](int k) __attribute__((always_inline)) { return zp[k]; }, y, p,
+                                                  m, tw, T(1));
+        FirstStageVector<R, S, Post::kTwiddle, T>([&](int k) __attribute__((always_inline)) { return zq[k]; }, y, q,
+                                                  m, tw, T(1));
+    });
     // Column 0 (Z[0] = z0 given), and the columns the vectors left, one by
     // one.
     using P1 = typename OnePack<T>::type;
@@ -330,7 +338,7 @@ void PairedFirstStage(const Cx<T> *x, const Cx<T> *u, Cx<T> z0, Cx<T> *y, int64_
             [&](int t, P1 a) { return Mul(a, w[t]); }, T(1));
     };
     column(0);
-    for (int64_t c = p; c <= m - p; ++c) column(c);
+    for (int64_t c = p_left; c <= m - p_left; ++c) column(c);
 }
 
 // out = scale * DFT(Z), Z as above: the first stage into work, the others
@@ -375,33 +383,27 @@ void PairedStagesAny(const StagePlan<T> &pl, const Cx<T> *x, const Cx<T> *u, Cx<
 
 template <int R, int S, class T>
 void PairedLastStage(const Cx<T> *x, Cx<T> *y, int64_t s, const Cx<T> *u, T f, Cx<T> *z0) {
-    constexpr int L = kLanes<T>;
+    using PV = Pack<T, kLanes<T>>;
     const int64_t h = R * s;
-    int64_t q = 1;
-    if constexpr (L > 1) {
-        using PV = Pack<T, L>;
-        for (; 2 * q + 2 * L - 2 < s; q += L) {
-            ORB_OPAQUE_INDEX(q);
-            const int64_t r = s - q - (L - 1);
-            PV za[R], zb[R];
-            const auto transform = [&](int64_t c, PV *z) __attribute__((always_inline)) {
-                Column<R, S, Post::kNone, T, PV>(
-                    [&](int k) __attribute__((always_inline)) { return PV::Load(x + c + k * s); },
-                    [&](PV *a) __attribute__((always_inline)) {
-                        bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { z[t] = a[t]; });
-                    },
-                    [&](int, PV a) __attribute__((always_inline)) { return a; }, T(1));
-            };
-            transform(q, za);
-            transform(r, zb);
-            bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) {
-                PV lo, hi;
-                PairLegs<R, T>(za[t], zb[R - 1 - t], u, q, r, s, t, &lo, &hi);
-                (lo * f).Store(y + q + t * s);
-                (hi * f).Store(y + r + (R - 1 - t) * s);
-            });
-        }
-    }
+    const int64_t q_left = ForMirroredVectors<T>(s, [&](int64_t q, int64_t r) __attribute__((always_inline)) {
+        PV za[R], zb[R];
+        const auto transform = [&](int64_t c, PV *z) __attribute__((always_inline)) {
+            Column<R, S, Post::kNone, T, PV>(
+                [&](int k) __attribute__((always_inline)) { return PV::Load(x + c + k * s); },
+                [&](PV *a) __attribute__((always_inline)) {
+                    bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) { z[t] = a[t]; });
+                },
+                [&](int, PV a) __attribute__((always_inline)) { return a; }, T(1));
+        };
+        transform(q, za);
+        transform(r, zb);
+        bfly::StaticFor<R>([&](auto t) __attribute__((always_inline)) {
+            PV lo, hi;
+            PairLegs<R, T>(za[t], zb[R - 1 - t], u, q, r, s, t, &lo, &hi);
+            (lo * f).Store(y + q + t * s);
+            (hi * f).Store(y + r + (R - 1 - t) * s);
+        });
+    });
     // Column 0 (pairing with itself, t with R - t) and the columns the
     // vectors left, each with its mirror; Z[0] goes back to the caller.
     using P1 = Pack<T, 1>;
@@ -422,7 +424,7 @@ void PairedLastStage(const Cx<T> *x, Cx<T> *y, int64_t s, const Cx<T> *u, T f, C
         if (c == 0) z[0][0].Store(z0);
     };
     pair(0);
-    for (int64_t c = q; 2 * c <= s; ++c) pair(c);
+    for (int64_t c = q_left; 2 * c <= s; ++c) pair(c);
 }
 
 // out = the spectrum above from in (the real row as h complex numbers; may
