@@ -615,6 +615,7 @@ Fft1D<T>::~Fft1D() {
     if (f2_) MemDelete(f2_);
     if (split_sub_) MemDelete(split_sub_);
     MemFree(split_tw_);
+    MemFree(square_tw_);
     MemFree(tw4_);
     MemFree(tw2_);
 }

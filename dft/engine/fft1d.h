@@ -93,6 +93,9 @@ private:
     // Elements one thread of a cache-split call works in.
     int64_t CacheSplitMember() const;
     void ExecCacheSplit(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
+    // In place with r = 64: three passes that keep the data in their array.
+    int64_t SquareSplitMember() const;
+    void ExecSquareSplit(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
 
     int64_t n_ = 0;
     int sign_ = -1;
@@ -153,6 +156,13 @@ private:
     Fft1D *split_sub_ = nullptr;
     TwiddleColumnsFn<T> split_fn_ = nullptr;
     Cx<T> *split_tw_ = nullptr;
+    // In place with r = 64 (n = 8 * 8 * split_m_, fft1d_cache_split.cpp):
+    // radix-8 columns before (square_dif_, w_(n/8)^(b k) at
+    // square_tw_[8 b + k]) and after (square_block_, those as the legs'
+    // factors, w_n^(c k) at square_tw_[8 m + 8 c + k] for the lanes).
+    RowsDftFn<T> square_dif_ = nullptr;
+    SquareBlockFn<T> square_block_ = nullptr;
+    Cx<T> *square_tw_ = nullptr;
 };
 
 // The radix r of the cache split for a lone double row of n points, 0

@@ -45,7 +45,8 @@
     void PointMulF(const Cx<float> *x, const Cx<float> *w, Cx<float> *y, int64_t n, float scale); \
     TwiddleColumnsFn<double> TwiddleColumnsD(int64_t r, int sign);                         \
     ConvColumnsFn<double> ConvColumnsD(int64_t r);                                         \
-    RowsDftFn<double> RowsDftD(int64_t r, int sign, bool buffered);
+    RowsDftFn<double> RowsDftD(int64_t r, int sign, bool buffered);                        \
+    SquareBlockFn<double> SquareBlockD(int sign);
 
 namespace orb::dft {
 
@@ -90,6 +91,11 @@ using ConvColumnsFn = void (*)(Cx<T> *c, const Cx<T> *t, const Cx<T> *h);
 // dst[k ds + c]. dst may equal src when ds == ss.
 template <class T>
 using RowsDftFn = void (*)(const Cx<T> *src, int64_t ss, Cx<T> *dst, int64_t ds, int64_t ncols, const Cx<T> *tw);
+// The last pass of the in-place split on one 8 x 8 block, in place: element
+// (k, c) at x[k M + c] times lane[8 c + k] leg[c], the length-8 DFT over c
+// times scale, output q of lane k at x[q M + k].
+template <class T>
+using SquareBlockFn = void (*)(Cx<T> *x, int64_t M, const Cx<T> *lane, const Cx<T> *leg, T scale);
 // Twiddle layout of the two-pass kernels of n points of T: w_n^(j1 k2) =
 // c + i s interleaved from 16 KiB of data (n entries), below that as
 // {c, c} and {s, s} in two tables of n (the multiply then shuffles only
@@ -129,6 +135,7 @@ struct StageKernels {
     decltype(&k_sse2::TwiddleColumnsD) twiddle_columns_d;
     decltype(&k_sse2::ConvColumnsD) conv_columns_d;
     decltype(&k_sse2::RowsDftD) rows_dft_d;
+    decltype(&k_sse2::SquareBlockD) square_block_d;
 
     template <class T>
     void PointMul(const Cx<T> *x, const Cx<T> *w, Cx<T> *y, int64_t n, T scale) const {

@@ -116,6 +116,27 @@ void RunRowsDft(const Cx<T> *src, int64_t ss, Cx<T> *dst, int64_t ds, int64_t nc
     else RowsDftLoop<R, S, T, false, Buffered>(src, ss, dst, ds, ncols, tw);
 }
 
+// The in-place split's last pass on one 8 x 8 block (SquareBlockFn). Lane
+// pairs gather their two rows M apart, so no transpose goes through memory;
+// the block is computed whole before any store.
+template <int S, class T>
+void SquareBlock(Cx<T> *x, int64_t M, const Cx<T> *lane, const Cx<T> *leg, T scale) {
+    constexpr int R = 8, LL = pack::kLanes<T>;
+    constexpr int A = twopass::CodeletSplit(R);
+    using P = Pack<T, LL>;
+    alignas(64) Cx<T> out[R * R];
+    for (int k = 0; k < R; k += LL)
+        codelet::Body<A, R / A, S, T, P>(
+            [&](int c) __attribute__((always_inline)) {
+                P v;
+                if constexpr (LL == 1) v = P::Load(x + k * M + c);
+                else v = P::Gather(x + k * M + c, M);
+                return c == 0 ? v : pack::MulConst(Mul(v, P::Load(lane + c * R + k)), leg[c].re, leg[c].im);
+            },
+            [&](int q, P v) __attribute__((always_inline)) { v.Store(out + q * R + k); }, scale);
+    for (int q = 0; q < R; ++q) memcpy(x + q * M, out + q * R, R * sizeof(Cx<T>));
+}
+
 // The radices the split takes (fft1d_cache_split.cpp says which where).
 #define ORB_DFT_TWIDDLE_COLUMNS(X) X(16) X(32) X(64)
 
@@ -138,6 +159,10 @@ template <int R>
 RowsDftFn<double> RowsDftOf(int sign, bool buffered) {
     if (buffered) return sign < 0 ? &RunRowsDft<R, -1, double, true> : &RunRowsDft<R, 1, double, true>;
     return sign < 0 ? &RunRowsDft<R, -1, double, false> : &RunRowsDft<R, 1, double, false>;
+}
+
+SquareBlockFn<double> SquareBlockD(int sign) {
+    return sign < 0 ? &SquareBlock<-1, double> : &SquareBlock<1, double>;
 }
 
 RowsDftFn<double> RowsDftD(int64_t r, int sign, bool buffered) {

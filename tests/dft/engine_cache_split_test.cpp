@@ -80,6 +80,12 @@ const SplitCase kCases[] = {
     {131072, true, 6, 1, true}, {32768, true, 5, 1, true, 1, 0.25},
     {131072, true, 7, 2},       {65536, true, 5, 2, true},
     {131072, true, 6, 3, false, 1, 0.5}, {32768, true, 7, 3, true},
+    // In place with r = 64 the data stay in their array (radix 8 before
+    // and after the rows): every kernel build, teams of two and three
+    // (eight chunks shared unevenly), backward, scaled, and rows of 4096.
+    {131072, true, 7, 1, true},  {131072, true, 5, 1, true, 1, 0.5},
+    {131072, true, 7, 2, true, 1}, {131072, true, 6, 3, true, -1, 0.25},
+    {262144, true, 7, 1, true, 1, 2.0},
     // Bluestein's convolutions run in three passes too: 16531 on 34560
     // points, 16387 = 7 x 2341 on 32768 with the K = 5 outputs that wrap
     // (both r = 16).
