@@ -95,7 +95,7 @@ private:
     void ExecCacheSplit(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
     // In place with r = 64: three passes that keep the data in their array.
     int64_t SquareSplitMember() const;
-    void ExecSquareSplit(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
+    void ExecSquareSplit(Cx<T> *x, Cx<T> *work, T scale, int nthreads) const;
 
     int64_t n_ = 0;
     int sign_ = -1;
