@@ -623,7 +623,9 @@ Fft1D<T>::~Fft1D() {
 template <class T>
 int64_t Fft1D<T>::WorkElems() const {
     if (four_) return n_ + FourStepBuffer();  // the middle array, then one member's buffers
-    if (split_sub_) return n_ + CacheSplitMember();  // the rows in place, then one member's scratch
+    // The rows in place, then one member's scratch; without the gather
+    // (single precision) one member's share of the 8 x 8 x m passes.
+    if (split_sub_) return split_fn_ ? n_ + CacheSplitMember() : SquareSplitMember();
     if (!blue_ && !rader_) return n_;
     // The three passes' array, one member's scratch, then Bluestein's sums.
     if (conv_) return conv_->ArrayElems() + conv_->MemberElems() + (blue_ ? WrapElems() : 0);

@@ -30,19 +30,17 @@ namespace {
 template <class T>
 constexpr int64_t kRowGroup = 128 / int64_t(sizeof(Cx<T>));
 
-// w[j m + k] = x[k r + j] for j in [j0, j0 + kRowGroup), k < m.
-template <class T>
+// w[j m + k] = x[k r + j] for j in [j0, j0 + G), k < m.
+template <class T, int64_t G = kRowGroup<T>>
 void GatherRowGroup(const Cx<T> *__restrict x, Cx<T> *__restrict w, int64_t r, int64_t m, int64_t j0) {
-    constexpr int64_t G = kRowGroup<T>;
     for (int64_t k = 0; k < m; ++k)
         for (int64_t q = 0; q < G; ++q) w[(j0 + q) * m + k] = x[k * r + j0 + q];
 }
 
 // x[k r + j0 + q] = w[(j0 + q) m + k]: the rows put back where
 // GatherRowGroup found them.
-template <class T>
+template <class T, int64_t G = kRowGroup<T>>
 void ScatterRowGroup(const Cx<T> *__restrict w, Cx<T> *__restrict x, int64_t r, int64_t m, int64_t j0) {
-    constexpr int64_t G = kRowGroup<T>;
     for (int64_t k = 0; k < m; ++k)
         for (int64_t q = 0; q < G; ++q) x[k * r + j0 + q] = w[(j0 + q) * m + k];
 }
@@ -61,6 +59,10 @@ void Share(int64_t count, int64_t unit, int id, int nth, int64_t *lo, int64_t *h
 // 1.2x and in place 1.8x slower.
 constexpr int64_t kMinRow = 2048, kMaxRow = 8192;
 
+// The 8 x 8 x m split's radix: r = 64 taken as 8 x 8, the radix-8 columns
+// eight adjacent elements (one row group of double) wide.
+constexpr int64_t kSquareRadix = 8;
+
 }  // namespace
 
 // The widest radix first: with 64 the rows are shortest. AVX2+FMA, 2 MiB
@@ -72,14 +74,20 @@ constexpr int64_t kMinRow = 2048, kMaxRow = 8192;
 // ran 0.67 against the stages' 0.74.
 template <class T>
 int64_t CacheSplitRadix(int64_t n, const StageKernels &kern) {
-    // Single precision keeps its stages: 2^18 ran 0.88 of their time back
-    // to back but 1.05x slower in the benchmark, whose rounds alternate
-    // with FFTW's (double 131072 there 0.90-0.95, 2^19 0.97-1.04).
-    if constexpr (sizeof(T) != 8) return 0;
     const int64_t bytes = n * int64_t(sizeof(Cx<T>));
     // A row whose input and output share the second-level cache runs its
     // stages there.
     if (2 * bytes <= SecondLevelCacheBytes()) return 0;
+    // Single precision runs the 8 x 8 x m passes only, in and out of place:
+    // gathered rows and one radix-64 pass ran 2^18 0.88 of the stages' time
+    // back to back but 1.05x slower in the benchmark, whose rounds
+    // alternate with FFTW's.
+    if constexpr (sizeof(T) != 8) {
+        constexpr int64_t r = kSquareRadix * kSquareRadix;
+        const int64_t m = n / r;
+        const bool fits = n % r == 0 && m >= kMinRow && m <= kMaxRow;
+        return fits && kern.RowsDft<T>(kSquareRadix, -1, false) && kern.SquareBlock<T>(-1) ? r : 0;
+    }
     for (int64_t r : {int64_t(64), int64_t(32), int64_t(16)}) {
         const int64_t m = n / r;
         if (n % r != 0 || m < kMinRow || m > kMaxRow || m % kTwiddleColumns<T> != 0) continue;
@@ -88,35 +96,33 @@ int64_t CacheSplitRadix(int64_t n, const StageKernels &kern) {
     return 0;
 }
 
-// The in-place split's radix: r = 64 taken as 8 x 8, the radix-8 columns
-// eight adjacent elements (one row group of double) wide.
-constexpr int64_t kSquareRadix = 8;
-
 template <class T>
 bool Fft1D<T>::BuildCacheSplit(int64_t r) {
     const int64_t m = n_ / r;
-    if constexpr (sizeof(T) == 8) split_fn_ = kern_->twiddle_columns_d(r, sign_);
-    if (!split_fn_) return false;
     split_r_ = r;
     split_m_ = m;
     split_sub_ = Create(m, sign_, *kern_, true);
-    split_tw_ = MemArray<Cx<T>>(n_);
     PowerTable power;
-    if (!split_sub_ || !split_tw_ || !power.Init(n_, sign_)) return false;
-    // In the order the last pass reads them: for each block of columns,
-    // w_n^(j k) for its columns k, row j after row.
-    constexpr int64_t B = kTwiddleColumns<T>;
-    for (int64_t k0 = 0; k0 < m; k0 += B)
-        for (int64_t j = 0; j < r; ++j)
-            for (int64_t c = 0; c < B; ++c) split_tw_[k0 * r + j * B + c] = power.GetReduced<T>(j * (k0 + c));
+    if (!split_sub_ || !power.Init(n_, sign_)) return false;
     if constexpr (sizeof(T) == 8) {
+        split_fn_ = kern_->twiddle_columns_d(r, sign_);
+        split_tw_ = MemArray<Cx<T>>(n_);
+        if (!split_fn_ || !split_tw_) return false;
+        // In the order the last pass reads them: for each block of columns,
+        // w_n^(j k) for its columns k, row j after row.
+        constexpr int64_t B = kTwiddleColumns<T>;
+        static_assert(B == kSquareRadix && kRowGroup<T> == kSquareRadix, "one radix-8 column block is one row group");
+        for (int64_t k0 = 0; k0 < m; k0 += B)
+            for (int64_t j = 0; j < r; ++j)
+                for (int64_t c = 0; c < B; ++c) split_tw_[k0 * r + j * B + c] = power.GetReduced<T>(j * (k0 + c));
+    }
+    {
         constexpr int64_t R = kSquareRadix;
-        static_assert(B == R && kRowGroup<T> == R, "one radix-8 column block is one row group");
         if (r == R * R) {
-            square_dif_ = kern_->rows_dft_d(R, sign_, false);
-            square_block_ = kern_->square_block_d(sign_);
+            square_dif_ = kern_->RowsDft<T>(R, sign_, false);
+            square_block_ = kern_->SquareBlock<T>(sign_);
             square_tw_ = MemArray<Cx<T>>(m * R + R * R);
-            if (!square_tw_) return false;
+            if (!square_dif_ || !square_block_ || !square_tw_) return false;
             // w_(n/8)^(b k) = w_n^(8 b k) for the column blocks b < m, k < 8;
             // then w_n^(c k) for c, k < 8. The last pass's w_n^(c (k + 8 b))
             // is their product: a table of n of them streamed with the data
@@ -127,7 +133,8 @@ bool Fft1D<T>::BuildCacheSplit(int64_t r) {
                 for (int64_t k = 0; k < R; ++k) square_tw_[m * R + c * R + k] = power.GetReduced<T>(c * k);
         }
     }
-    return true;
+    // Single precision has the 8 x 8 x m passes only.
+    return split_fn_ || square_dif_;
 }
 
 // A row's scratch, then r x B gathered columns.
@@ -142,56 +149,56 @@ int64_t Fft1D<T>::SquareSplitMember() const {
     return kSquareRadix * split_m_ + split_sub_->WorkElems();
 }
 
-// In place, n = 8 M, M = 8 m, x[M a + 8 b + c] (a, c < 8, b < m):
+// n = 8 M, M = 8 m, x[M a + 8 b + c] (a, c < 8, b < m):
 //  1. for each b, the radix-8 DFT over a (legs M apart, eight adjacent
-//     columns c), output k times w_M^(b k), back at M k + 8 b + c;
+//     columns c), output k times w_M^(b k), at M k + 8 b + c of out (the
+//     input's places in place);
 //  2. each chunk k of M elements holds eight sequences of m (column c,
 //     eight apart): gathered as rows, transformed, put back;
 //  3. then Y_c[k + 8 b] (the M-point DFT of x[8 j + c]) lies at
 //     M k + 8 b + c: for each b the 8 x 8 block times w_n^(c (k + 8 b)),
 //     the radix-8 DFT over c, gives X[k + 8 b + M q] at M q + 8 b + k.
-// Every pass writes the places it read, so the data never leave their
-// array. Through the scratch array instead (the rows below), the caches
+// Every pass after the first writes the places it read, so the data never
+// leave the output array. Through the scratch array instead (the rows below), the caches
 // held twice as much and the last pass wrote lines it had not read:
 // 131072 points 875-930 us against 625-680 now, 2^18 1990-2050 against
 // 1500-1550 (AVX2+FMA, one thread).
 template <class T>
-void Fft1D<T>::ExecSquareSplit(Cx<T> *x, Cx<T> *work, T scale, int nthreads) const {
-    if constexpr (sizeof(T) == 8) {
-        constexpr int64_t R = kSquareRadix;
-        const int64_t m = split_m_, M = R * m;
-        const Fft1D *sub = split_sub_;
-        auto body = [&](Cx<T> *own, int id, int nth) {
-            Cx<T> *rows = own, *sub_work = own + R * m;
-            int64_t lo, hi;
-            Share(m, 1, id, nth, &lo, &hi);
-            for (int64_t b = lo; b < hi; ++b) square_dif_(x + R * b, M, x + R * b, M, R, square_tw_ + R * b);
-            if (nth > 1) {
+void Fft1D<T>::ExecSquareSplit(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const {
+    constexpr int64_t R = kSquareRadix;
+    const int64_t m = split_m_, M = R * m;
+    const Fft1D *sub = split_sub_;
+    auto body = [&](Cx<T> *own, int id, int nth) {
+        Cx<T> *rows = own, *sub_work = own + R * m;
+        int64_t lo, hi;
+        Share(m, 1, id, nth, &lo, &hi);
+        for (int64_t b = lo; b < hi; ++b) square_dif_(in + R * b, M, out + R * b, M, R, square_tw_ + R * b);
+        if (nth > 1) {
 #pragma omp barrier
-            }
-            Share(R, 1, id, nth, &lo, &hi);
-            for (int64_t k = lo; k < hi; ++k) {
-                Cx<T> *chunk = x + k * M;
-                GatherRowGroup(chunk, rows, R, m, 0);
-                for (int64_t c = 0; c < R; ++c) sub->Exec(rows + c * m, rows + c * m, sub_work, T(1), 1);
-                ScatterRowGroup(rows, chunk, R, m, 0);
-            }
-            if (nth > 1) {
+        }
+        Share(R, 1, id, nth, &lo, &hi);
+        for (int64_t k = lo; k < hi; ++k) {
+            Cx<T> *chunk = out + k * M;
+            GatherRowGroup<T, R>(chunk, rows, R, m, 0);
+            for (int64_t c = 0; c < R; ++c) sub->Exec(rows + c * m, rows + c * m, sub_work, T(1), 1);
+            ScatterRowGroup<T, R>(rows, chunk, R, m, 0);
+        }
+        if (nth > 1) {
 #pragma omp barrier
-            }
-            Share(m, 1, id, nth, &lo, &hi);
-            for (int64_t b = lo; b < hi; ++b) square_block_(x + R * b, M, square_tw_ + R * m, square_tw_ + R * b, scale);
-        };
-        RunTeam<T>(nthreads, SquareSplitMember(), work, body);
-    }
+        }
+        Share(m, 1, id, nth, &lo, &hi);
+        for (int64_t b = lo; b < hi; ++b) square_block_(out + R * b, M, square_tw_ + R * m, square_tw_ + R * b, scale);
+    };
+    RunTeam<T>(nthreads, SquareSplitMember(), work, body);
 }
 
 template <class T>
 void Fft1D<T>::ExecCacheSplit(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const {
-    // Out of place the gather below measured as fast (131072: 710-730 us
-    // against 745-750; 2^18 1700 against 1690).
-    if (in == out && square_dif_ && square_block_) {
-        ExecSquareSplit(out, work, scale, nthreads);
+    // Out of place the gather below measured as fast for double (131072:
+    // 710-730 us against 745-750; 2^18 1700 against 1690); single
+    // precision has no gather.
+    if (square_dif_ && (in == out || !split_fn_)) {
+        ExecSquareSplit(in, out, work, scale, nthreads);
         return;
     }
     const int64_t r = split_r_, m = split_m_;
@@ -239,8 +246,8 @@ template int64_t Fft1D<float>::CacheSplitMember() const;
 template int64_t Fft1D<double>::CacheSplitMember() const;
 template int64_t Fft1D<float>::SquareSplitMember() const;
 template int64_t Fft1D<double>::SquareSplitMember() const;
-template void Fft1D<float>::ExecSquareSplit(Cx<float> *, Cx<float> *, float, int) const;
-template void Fft1D<double>::ExecSquareSplit(Cx<double> *, Cx<double> *, double, int) const;
+template void Fft1D<float>::ExecSquareSplit(const Cx<float> *, Cx<float> *, Cx<float> *, float, int) const;
+template void Fft1D<double>::ExecSquareSplit(const Cx<double> *, Cx<double> *, Cx<double> *, double, int) const;
 template void Fft1D<float>::ExecCacheSplit(const Cx<float> *, Cx<float> *, Cx<float> *, float, int) const;
 template void Fft1D<double>::ExecCacheSplit(const Cx<double> *, Cx<double> *, Cx<double> *, double, int) const;
 

@@ -11,7 +11,8 @@ namespace orb::dft {
                                         &k_##lvl::TwoPassD, &k_##lvl::TwoPassF, \
                                         &k_##lvl::PointMulD, &k_##lvl::PointMulF, \
                                         &k_##lvl::TwiddleColumnsD, &k_##lvl::ConvColumnsD, \
-                                        &k_##lvl::RowsDftD, &k_##lvl::SquareBlockD};
+                                        &k_##lvl::RowsDftD, &k_##lvl::RowsDftF, \
+                                        &k_##lvl::SquareBlockD, &k_##lvl::SquareBlockF};
 ORB_DFT_KERNEL_LEVELS(ORB_DFT_KERNEL_SET)
 #undef ORB_DFT_KERNEL_SET
 

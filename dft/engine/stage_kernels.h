@@ -27,7 +27,8 @@
 // middle pass of a convolution split that way (blocked_conv.h). RowsDftD
 // runs length-r DFTs across whole rows (RowsDftFn), buffered (blocks of
 // each row copied to a buffer and back: rows far apart, or 4 KiB apart) or
-// where they lie.
+// where they lie; RowsDftF has radix 8 only (the in-place split's).
+// SquareBlock* is that split's last pass (SquareBlockFn).
 #define ORB_DFT_STAGE_DECLS                                                                 \
     void ExecStagesD(const StagePlan<double> &pl, const Cx<double> *in, Cx<double> *out,    \
                      Cx<double> *work, double scale, int nthreads, int64_t vb);                         \
@@ -46,7 +47,9 @@
     TwiddleColumnsFn<double> TwiddleColumnsD(int64_t r, int sign);                         \
     ConvColumnsFn<double> ConvColumnsD(int64_t r);                                         \
     RowsDftFn<double> RowsDftD(int64_t r, int sign, bool buffered);                        \
-    SquareBlockFn<double> SquareBlockD(int sign);
+    RowsDftFn<float> RowsDftF(int64_t r, int sign, bool buffered);                         \
+    SquareBlockFn<double> SquareBlockD(int sign);                                          \
+    SquareBlockFn<float> SquareBlockF(int sign);
 
 namespace orb::dft {
 
@@ -135,7 +138,20 @@ struct StageKernels {
     decltype(&k_sse2::TwiddleColumnsD) twiddle_columns_d;
     decltype(&k_sse2::ConvColumnsD) conv_columns_d;
     decltype(&k_sse2::RowsDftD) rows_dft_d;
+    decltype(&k_sse2::RowsDftF) rows_dft_f;
     decltype(&k_sse2::SquareBlockD) square_block_d;
+    decltype(&k_sse2::SquareBlockF) square_block_f;
+
+    template <class T>
+    RowsDftFn<T> RowsDft(int64_t r, int sign, bool buffered) const {
+        if constexpr (sizeof(T) == 8) return rows_dft_d(r, sign, buffered);
+        else return rows_dft_f(r, sign, buffered);
+    }
+    template <class T>
+    SquareBlockFn<T> SquareBlock(int sign) const {
+        if constexpr (sizeof(T) == 8) return square_block_d(sign);
+        else return square_block_f(sign);
+    }
 
     template <class T>
     void PointMul(const Cx<T> *x, const Cx<T> *w, Cx<T> *y, int64_t n, T scale) const {

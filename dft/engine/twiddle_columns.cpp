@@ -155,23 +155,32 @@ TwiddleColumnsFn<double> TwiddleColumnsD(int64_t r, int sign) {
     return sign < 0 ? Lookup<double, -1>(r) : Lookup<double, 1>(r);
 }
 
-template <int R>
-RowsDftFn<double> RowsDftOf(int sign, bool buffered) {
-    if (buffered) return sign < 0 ? &RunRowsDft<R, -1, double, true> : &RunRowsDft<R, 1, double, true>;
-    return sign < 0 ? &RunRowsDft<R, -1, double, false> : &RunRowsDft<R, 1, double, false>;
+template <int R, class T>
+RowsDftFn<T> RowsDftOf(int sign, bool buffered) {
+    if (buffered) return sign < 0 ? &RunRowsDft<R, -1, T, true> : &RunRowsDft<R, 1, T, true>;
+    return sign < 0 ? &RunRowsDft<R, -1, T, false> : &RunRowsDft<R, 1, T, false>;
 }
 
 SquareBlockFn<double> SquareBlockD(int sign) {
     return sign < 0 ? &SquareBlock<-1, double> : &SquareBlock<1, double>;
 }
 
+SquareBlockFn<float> SquareBlockF(int sign) {
+    return sign < 0 ? &SquareBlock<-1, float> : &SquareBlock<1, float>;
+}
+
 RowsDftFn<double> RowsDftD(int64_t r, int sign, bool buffered) {
 #define ORB_DFT_ROWS_DFT_CASE(R) \
-    if (r == R) return RowsDftOf<R>(sign, buffered);
+    if (r == R) return RowsDftOf<R, double>(sign, buffered);
     ORB_DFT_ROWS_DFT_CASE(8)
     ORB_DFT_TWIDDLE_COLUMNS(ORB_DFT_ROWS_DFT_CASE)
 #undef ORB_DFT_ROWS_DFT_CASE
     return nullptr;
+}
+
+// Single precision runs no split but the in-place one's radix-8 columns.
+RowsDftFn<float> RowsDftF(int64_t r, int sign, bool buffered) {
+    return r == 8 ? RowsDftOf<8, float>(sign, buffered) : nullptr;
 }
 
 ConvColumnsFn<double> ConvColumnsD(int64_t r) {

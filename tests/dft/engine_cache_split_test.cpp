@@ -1,5 +1,6 @@
 // Lone rows split for the second-level cache (n = r x m: transpose, rows of
-// m, twiddled radix-r columns), and Rader's convolutions split the same
+// m, twiddled radix-r columns; or 8 x 8 x m, radix-8 passes before and
+// after the rows), and Rader's convolutions split the same
 // way: with the cache assumed small, moderate lengths take the split on
 // every kernel build. Each result is checked
 // whole against the same transform on the stages (the cache assumed
@@ -99,9 +100,12 @@ const SplitCase kCases[] = {
     {65537, true, 5, 1, true, 1, 0.5}, {40961, true, 7, 2, false, 1},
     {40961, true, 5, 3, true},  {163841, true, 7, 1, false, -1, 0.25},
     {163841, true, 6, 2, true, 1},
-    // Single precision keeps its stages: the comparison then checks the
-    // stages against themselves and the bins against the oracle.
-    {131072, false, 7},
+    // Single precision runs 8 x 8 x m in and out of place (from the input
+    // into the output): every kernel build, teams of two and three,
+    // backward, scaled, rows of 4096.
+    {131072, false, 7},          {131072, false, 5, 1, true},
+    {131072, false, 6, 2, false, 1, 0.5}, {131072, false, 7, 3, true, -1, 0.25},
+    {131072, false, 5, 3, false, 1}, {262144, false, 7, 1, false, 1, 2.0},
 };
 
 INSTANTIATE_TEST_SUITE_P(Rows, EngineCacheSplit, ::testing::ValuesIn(kCases), [](const auto &info) {
