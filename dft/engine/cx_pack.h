@@ -106,6 +106,19 @@ struct Pack {
     // Two-lane packs only: {a0, b0} and {a1, b1} (a 2x2 transpose).
     static Pack Lo(Pack a, Pack b) { return {__builtin_shufflevector(a.v, b.v, 0, 1, 4, 5)}; }
     static Pack Hi(Pack a, Pack b) { return {__builtin_shufflevector(a.v, b.v, 2, 3, 6, 7)}; }
+    // Four-lane packs only: r[i] lane c becomes r[c] lane i (a 4 x 4
+    // transpose, two shuffles a pack).
+    static void Transpose4(Pack r[4]) {
+        static_assert(L == 4, "four lanes");
+        const V t0 = __builtin_shufflevector(r[0].v, r[1].v, 0, 1, 8, 9, 4, 5, 12, 13);
+        const V t1 = __builtin_shufflevector(r[0].v, r[1].v, 2, 3, 10, 11, 6, 7, 14, 15);
+        const V t2 = __builtin_shufflevector(r[2].v, r[3].v, 0, 1, 8, 9, 4, 5, 12, 13);
+        const V t3 = __builtin_shufflevector(r[2].v, r[3].v, 2, 3, 10, 11, 6, 7, 14, 15);
+        r[0].v = __builtin_shufflevector(t0, t2, 0, 1, 2, 3, 8, 9, 10, 11);
+        r[1].v = __builtin_shufflevector(t1, t3, 0, 1, 2, 3, 8, 9, 10, 11);
+        r[2].v = __builtin_shufflevector(t0, t2, 4, 5, 6, 7, 12, 13, 14, 15);
+        r[3].v = __builtin_shufflevector(t1, t3, 4, 5, 6, 7, 12, 13, 14, 15);
+    }
     // Four-lane packs only: lane c of a and lane c of b, as two adjacent
     // complex numbers, to p + c * stride. One shuffle a pack and half-vector
     // stores, where a 4 x 4 transpose takes two shuffles a pack.

@@ -30,10 +30,29 @@ namespace {
 template <class T>
 constexpr int64_t kRowGroup = 128 / int64_t(sizeof(Cx<T>));
 
+// The 2 x 2 transpose of complex floats behind both moves below: rows k
+// and k + 1 of two adjacent columns. Scalar 8-byte moves took 29% of
+// single 2^18's time (AVX2+FMA), these halve the instructions.
+typedef float PairOfCx __attribute__((vector_size(16), aligned(8)));
+inline void TransposePairs(const Cx<float> *a, const Cx<float> *b, Cx<float> *lo, Cx<float> *hi) {
+    PairOfCx u, v;
+    memcpy(&u, a, sizeof u);
+    memcpy(&v, b, sizeof v);
+    const PairOfCx first = __builtin_shufflevector(u, v, 0, 1, 4, 5), second = __builtin_shufflevector(u, v, 2, 3, 6, 7);
+    memcpy(lo, &first, sizeof first);
+    memcpy(hi, &second, sizeof second);
+}
+
 // w[j m + k] = x[k r + j] for j in [j0, j0 + G), k < m.
 template <class T, int64_t G = kRowGroup<T>>
 void GatherRowGroup(const Cx<T> *__restrict x, Cx<T> *__restrict w, int64_t r, int64_t m, int64_t j0) {
-    for (int64_t k = 0; k < m; ++k)
+    int64_t k = 0;
+    if constexpr (sizeof(T) == 4 && G % 2 == 0)
+        for (; k + 2 <= m; k += 2)
+            for (int64_t q = 0; q < G; q += 2)
+                TransposePairs(x + k * r + j0 + q, x + (k + 1) * r + j0 + q, w + (j0 + q) * m + k,
+                               w + (j0 + q + 1) * m + k);
+    for (; k < m; ++k)
         for (int64_t q = 0; q < G; ++q) w[(j0 + q) * m + k] = x[k * r + j0 + q];
 }
 
@@ -41,7 +60,13 @@ void GatherRowGroup(const Cx<T> *__restrict x, Cx<T> *__restrict w, int64_t r, i
 // GatherRowGroup found them.
 template <class T, int64_t G = kRowGroup<T>>
 void ScatterRowGroup(const Cx<T> *__restrict w, Cx<T> *__restrict x, int64_t r, int64_t m, int64_t j0) {
-    for (int64_t k = 0; k < m; ++k)
+    int64_t k = 0;
+    if constexpr (sizeof(T) == 4 && G % 2 == 0)
+        for (; k + 2 <= m; k += 2)
+            for (int64_t q = 0; q < G; q += 2)
+                TransposePairs(w + (j0 + q) * m + k, w + (j0 + q + 1) * m + k, x + k * r + j0 + q,
+                               x + (k + 1) * r + j0 + q);
+    for (; k < m; ++k)
         for (int64_t q = 0; q < G; ++q) x[k * r + j0 + q] = w[(j0 + q) * m + k];
 }
 
