@@ -93,8 +93,7 @@ private:
     // Elements one thread of a cache-split call works in.
     int64_t CacheSplitMember() const;
     void ExecCacheSplit(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
-    // r = 64 as 8 x 8 x m (double in place, single always): three passes,
-    // the last two in the output array.
+    // r = 64 as 8 x 8 x m: three passes, the last two in the output array.
     int64_t SquareSplitMember() const;
     void ExecSquareSplit(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
 
@@ -157,8 +156,7 @@ private:
     Fft1D *split_sub_ = nullptr;
     TwiddleColumnsFn<T> split_fn_ = nullptr;
     Cx<T> *split_tw_ = nullptr;
-    // r = 64 as 8 x 8 x split_m_ (double in place, single always;
-    // fft1d_cache_split.cpp):
+    // r = 64 as 8 x 8 x split_m_ (fft1d_cache_split.cpp):
     // radix-8 columns before (square_dif_, w_(n/8)^(b k) at
     // square_tw_[8 b + k]) and after (square_block_, those as the legs'
     // factors, w_n^(c k) at square_tw_[8 m + 8 c + k] for the lanes).
@@ -170,7 +168,8 @@ private:
 // The radix r of the cache split for a lone row of n points, 0 where the
 // row keeps the other rules' plan: input and output together in the
 // second-level cache, or no radix with a kernel that leaves rows of 2048
-// to 8192 points (single precision: 64 only, as 8 x 8 x m).
+// to 8192 points (64 is taken as 8 x 8 x m; single precision has no
+// other).
 template <class T>
 int64_t CacheSplitRadix(int64_t n, const StageKernels &kern);
 

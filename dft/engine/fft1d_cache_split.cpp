@@ -4,9 +4,9 @@
 // then one twiddled radix-r pass over blocks of columns
 // (twiddle_columns.cpp) writes the outputs in their final order. The whole
 // row crosses the second-level cache three times, where each of the
-// stages' passes (five or six at these lengths) crosses it once. In place
-// with r = 64 the split runs as 8 x 8 x m instead, around the same rows,
-// and without the scratch array (ExecSquareSplit).
+// stages' passes (five or six at these lengths) crosses it once. With
+// r = 64 the split runs as 8 x 8 x m instead, around the same rows, and
+// without the scratch array in place (ExecSquareSplit).
 #include <omp.h>
 #include <stdint.h>
 #include <string.h>
@@ -103,20 +103,19 @@ int64_t CacheSplitRadix(int64_t n, const StageKernels &kern) {
     // A row whose input and output share the second-level cache runs its
     // stages there.
     if (2 * bytes <= SecondLevelCacheBytes()) return 0;
-    // Single precision runs the 8 x 8 x m passes only, in and out of place:
-    // gathered rows and one radix-64 pass ran 2^18 0.88 of the stages' time
-    // back to back but 1.05x slower in the benchmark, whose rounds
-    // alternate with FFTW's.
-    if constexpr (sizeof(T) != 8) {
-        constexpr int64_t r = kSquareRadix * kSquareRadix;
-        const int64_t m = n / r;
-        const bool fits = n % r == 0 && m >= kMinRow && m <= kMaxRow;
-        return fits && kern.RowsDft<T>(kSquareRadix, -1, false) && kern.SquareBlock<T>(-1) ? r : 0;
-    }
     for (int64_t r : {int64_t(64), int64_t(32), int64_t(16)}) {
         const int64_t m = n / r;
-        if (n % r != 0 || m < kMinRow || m > kMaxRow || m % kTwiddleColumns<T> != 0) continue;
-        if (kern.twiddle_columns_d(r, -1)) return r;
+        if (n % r != 0 || m < kMinRow || m > kMaxRow) continue;
+        if (r == kSquareRadix * kSquareRadix) {
+            if (kern.RowsDft<T>(kSquareRadix, -1, false) && kern.SquareBlock<T>(-1)) return r;
+            continue;
+        }
+        // Single precision has the 8 x 8 x m passes only: gathered rows and
+        // one radix-64 pass ran 2^18 0.88 of the stages' time back to back
+        // but 1.05x slower in the benchmark, whose rounds alternate with
+        // FFTW's.
+        if constexpr (sizeof(T) == 8)
+            if (m % kTwiddleColumns<T> == 0 && kern.twiddle_columns_d(r, -1)) return r;
     }
     return 0;
 }
@@ -129,6 +128,22 @@ bool Fft1D<T>::BuildCacheSplit(int64_t r) {
     split_sub_ = Create(m, sign_, *kern_, true);
     PowerTable power;
     if (!split_sub_ || !power.Init(n_, sign_)) return false;
+    constexpr int64_t R = kSquareRadix;
+    if (r == R * R) {
+        square_dif_ = kern_->RowsDft<T>(R, sign_, false);
+        square_block_ = kern_->SquareBlock<T>(sign_);
+        square_tw_ = MemArray<Cx<T>>(m * R + R * R);
+        if (!square_dif_ || !square_block_ || !square_tw_) return false;
+        // w_(n/8)^(b k) = w_n^(8 b k) for the column blocks b < m, k < 8;
+        // then w_n^(c k) for c, k < 8. The last pass's w_n^(c (k + 8 b)) is
+        // their product: a table of n of them streamed with the data cost
+        // 80-95 us of 131072's 760-790.
+        for (int64_t b = 0; b < m; ++b)
+            for (int64_t k = 0; k < R; ++k) square_tw_[b * R + k] = power.GetReduced<T>(R * b * k);
+        for (int64_t c = 0; c < R; ++c)
+            for (int64_t k = 0; k < R; ++k) square_tw_[m * R + c * R + k] = power.GetReduced<T>(c * k);
+        return true;
+    }
     if constexpr (sizeof(T) == 8) {
         split_fn_ = kern_->twiddle_columns_d(r, sign_);
         split_tw_ = MemArray<Cx<T>>(n_);
@@ -136,30 +151,12 @@ bool Fft1D<T>::BuildCacheSplit(int64_t r) {
         // In the order the last pass reads them: for each block of columns,
         // w_n^(j k) for its columns k, row j after row.
         constexpr int64_t B = kTwiddleColumns<T>;
-        static_assert(B == kSquareRadix && kRowGroup<T> == kSquareRadix, "one radix-8 column block is one row group");
         for (int64_t k0 = 0; k0 < m; k0 += B)
             for (int64_t j = 0; j < r; ++j)
                 for (int64_t c = 0; c < B; ++c) split_tw_[k0 * r + j * B + c] = power.GetReduced<T>(j * (k0 + c));
+        return true;
     }
-    {
-        constexpr int64_t R = kSquareRadix;
-        if (r == R * R) {
-            square_dif_ = kern_->RowsDft<T>(R, sign_, false);
-            square_block_ = kern_->SquareBlock<T>(sign_);
-            square_tw_ = MemArray<Cx<T>>(m * R + R * R);
-            if (!square_dif_ || !square_block_ || !square_tw_) return false;
-            // w_(n/8)^(b k) = w_n^(8 b k) for the column blocks b < m, k < 8;
-            // then w_n^(c k) for c, k < 8. The last pass's w_n^(c (k + 8 b))
-            // is their product: a table of n of them streamed with the data
-            // cost 80-95 us of 131072's 760-790.
-            for (int64_t b = 0; b < m; ++b)
-                for (int64_t k = 0; k < R; ++k) square_tw_[b * R + k] = power.GetReduced<T>(R * b * k);
-            for (int64_t c = 0; c < R; ++c)
-                for (int64_t k = 0; k < R; ++k) square_tw_[m * R + c * R + k] = power.GetReduced<T>(c * k);
-        }
-    }
-    // Single precision has the 8 x 8 x m passes only.
-    return split_fn_ || square_dif_;
+    return false;
 }
 
 // A row's scratch, then r x B gathered columns.
@@ -184,10 +181,12 @@ int64_t Fft1D<T>::SquareSplitMember() const {
 //     M k + 8 b + c: for each b the 8 x 8 block times w_n^(c (k + 8 b)),
 //     the radix-8 DFT over c, gives X[k + 8 b + M q] at M q + 8 b + k.
 // Every pass after the first writes the places it read, so the data never
-// leave the output array. Through the scratch array instead (the rows below), the caches
-// held twice as much and the last pass wrote lines it had not read:
-// 131072 points 875-930 us against 625-680 now, 2^18 1990-2050 against
-// 1500-1550 (AVX2+FMA, one thread).
+// leave the output array. In place through the scratch array instead (the
+// gathered rows below), the caches held twice as much and the last pass
+// wrote lines it had not read: 131072 points 875-930 us against 625-680,
+// 2^18 1990-2050 against 1500-1550 (AVX2+FMA, one thread). Out of place
+// the gathered rows took 131072 777 us against 680, 2^18 1813 against
+// 1475, 2^19 3647 against 3544.
 template <class T>
 void Fft1D<T>::ExecSquareSplit(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const {
     constexpr int64_t R = kSquareRadix;
@@ -219,10 +218,7 @@ void Fft1D<T>::ExecSquareSplit(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale
 
 template <class T>
 void Fft1D<T>::ExecCacheSplit(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const {
-    // Out of place the gather below measured as fast for double (131072:
-    // 710-730 us against 745-750; 2^18 1700 against 1690); single
-    // precision has no gather.
-    if (square_dif_ && (in == out || !split_fn_)) {
+    if (square_dif_) {
         ExecSquareSplit(in, out, work, scale, nthreads);
         return;
     }

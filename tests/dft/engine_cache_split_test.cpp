@@ -69,10 +69,10 @@ TEST_P(EngineCacheSplit, MatchesStagesAndNaiveBins) {
     EXPECT_LE(RelRms(got, ref), Tolerance(c.is_double, c.n));
 }
 
-// r = 16, 32 and 64 (rows of 2048 points), every kernel build, in place
-// (the row groups then go through the scratch), a team of two and of
-// three (the row groups and the column blocks shared unevenly), both signs
-// and a scale.
+// r = 16 and 32 (rows of 2048 points; 131072 takes r = 64, as 8 x 8 x m),
+// every kernel build, in place (the row groups then go through the
+// scratch), a team of two and of three (the row groups and the column
+// blocks shared unevenly), both signs and a scale.
 const SplitCase kCases[] = {
     {32768, true, 7},           {65536, true, 7},
     {131072, true, 7},          {131072, true, 5},
@@ -81,9 +81,10 @@ const SplitCase kCases[] = {
     {131072, true, 6, 1, true}, {32768, true, 5, 1, true, 1, 0.25},
     {131072, true, 7, 2},       {65536, true, 5, 2, true},
     {131072, true, 6, 3, false, 1, 0.5}, {32768, true, 7, 3, true},
-    // In place with r = 64 the data stay in their array (radix 8 before
-    // and after the rows): every kernel build, teams of two and three
-    // (eight chunks shared unevenly), backward, scaled, and rows of 4096.
+    // r = 64 runs as 8 x 8 x m (radix 8 before and after the rows; in
+    // place the data stay in their array): every kernel build, teams of
+    // two and three (eight chunks shared unevenly), backward, scaled, and
+    // rows of 4096.
     {131072, true, 7, 1, true},  {131072, true, 5, 1, true, 1, 0.5},
     {131072, true, 7, 2, true, 1}, {131072, true, 6, 3, true, -1, 0.25},
     {262144, true, 7, 1, true, 1, 2.0},
@@ -108,6 +109,10 @@ const SplitCase kCases[] = {
     {131072, false, 6, 2, false, 1, 0.5}, {131072, false, 7, 3, true, -1, 0.25},
     {131072, false, 6, 3, false, 1}, {262144, false, 7, 1, false, 1, 2.0},
     {131072, false, 5, 1, true},
+    // Rows of 2187 (an odd m): 8 x 8 x 2187 points, out of place in a team
+    // of two, in place.
+    {139968, true, 7, 2},        {139968, true, 5, 1, true, 1},
+    {139968, false, 7, 1, true, -1, 0.5},
 };
 
 INSTANTIATE_TEST_SUITE_P(Rows, EngineCacheSplit, ::testing::ValuesIn(kCases), [](const auto &info) {
