@@ -30,44 +30,12 @@ namespace {
 template <class T>
 constexpr int64_t kRowGroup = 128 / int64_t(sizeof(Cx<T>));
 
-// The 2 x 2 transpose of complex floats behind both moves below: rows k
-// and k + 1 of two adjacent columns. Scalar 8-byte moves took 29% of
-// single 2^18's time (AVX2+FMA), these halve the instructions.
-typedef float PairOfCx __attribute__((vector_size(16), aligned(8)));
-inline void TransposePairs(const Cx<float> *a, const Cx<float> *b, Cx<float> *lo, Cx<float> *hi) {
-    PairOfCx u, v;
-    memcpy(&u, a, sizeof u);
-    memcpy(&v, b, sizeof v);
-    const PairOfCx first = __builtin_shufflevector(u, v, 0, 1, 4, 5), second = __builtin_shufflevector(u, v, 2, 3, 6, 7);
-    memcpy(lo, &first, sizeof first);
-    memcpy(hi, &second, sizeof second);
-}
-
-// w[j m + k] = x[k r + j] for j in [j0, j0 + G), k < m.
-template <class T, int64_t G = kRowGroup<T>>
+// w[j m + k] = x[k r + j] for j in [j0, j0 + kRowGroup), k < m.
+template <class T>
 void GatherRowGroup(const Cx<T> *__restrict x, Cx<T> *__restrict w, int64_t r, int64_t m, int64_t j0) {
-    int64_t k = 0;
-    if constexpr (sizeof(T) == 4 && G % 2 == 0)
-        for (; k + 2 <= m; k += 2)
-            for (int64_t q = 0; q < G; q += 2)
-                TransposePairs(x + k * r + j0 + q, x + (k + 1) * r + j0 + q, w + (j0 + q) * m + k,
-                               w + (j0 + q + 1) * m + k);
-    for (; k < m; ++k)
+    constexpr int64_t G = kRowGroup<T>;
+    for (int64_t k = 0; k < m; ++k)
         for (int64_t q = 0; q < G; ++q) w[(j0 + q) * m + k] = x[k * r + j0 + q];
-}
-
-// x[k r + j0 + q] = w[(j0 + q) m + k]: the rows put back where
-// GatherRowGroup found them.
-template <class T, int64_t G = kRowGroup<T>>
-void ScatterRowGroup(const Cx<T> *__restrict w, Cx<T> *__restrict x, int64_t r, int64_t m, int64_t j0) {
-    int64_t k = 0;
-    if constexpr (sizeof(T) == 4 && G % 2 == 0)
-        for (; k + 2 <= m; k += 2)
-            for (int64_t q = 0; q < G; q += 2)
-                TransposePairs(w + (j0 + q) * m + k, w + (j0 + q + 1) * m + k, x + k * r + j0 + q,
-                               x + (k + 1) * r + j0 + q);
-    for (; k < m; ++k)
-        for (int64_t q = 0; q < G; ++q) x[k * r + j0 + q] = w[(j0 + q) * m + k];
 }
 
 // [lo, hi) of `count` items (a multiple of `unit`) for member id of nth, in
@@ -133,7 +101,9 @@ bool Fft1D<T>::BuildCacheSplit(int64_t r) {
         square_dif_ = kern_->RowsDft<T>(R, sign_, false);
         square_block_ = kern_->SquareBlock<T>(sign_);
         square_tw_ = MemArray<Cx<T>>(m * R + R * R);
-        if (!square_dif_ || !square_block_ || !square_tw_) return false;
+        // The rows run interleaved: rows of 2048-8192 points have plain
+        // stages.
+        if (!square_dif_ || !square_block_ || !square_tw_ || !split_sub_->Interleavable()) return false;
         // w_(n/8)^(b k) = w_n^(8 b k) for the column blocks b < m, k < 8;
         // then w_n^(c k) for c, k < 8. The last pass's w_n^(c (k + 8 b)) is
         // their product: a table of n of them streamed with the data cost
@@ -165,10 +135,10 @@ int64_t Fft1D<T>::CacheSplitMember() const {
     return split_sub_->WorkElems() + split_r_ * kTwiddleColumns<T>;
 }
 
-// One member's rows of a chunk (8 m), then the rows' scratch.
+// One member's chunk (8 m elements): the interleaved stages' other array.
 template <class T>
 int64_t Fft1D<T>::SquareSplitMember() const {
-    return kSquareRadix * split_m_ + split_sub_->WorkElems();
+    return kSquareRadix * split_m_;
 }
 
 // n = 8 M, M = 8 m, x[M a + 8 b + c] (a, c < 8, b < m):
@@ -176,24 +146,27 @@ int64_t Fft1D<T>::SquareSplitMember() const {
 //     columns c), output k times w_M^(b k), at M k + 8 b + c of out (the
 //     input's places in place);
 //  2. each chunk k of M elements holds eight sequences of m (column c,
-//     eight apart): gathered as rows, transformed, put back;
+//     eight apart), transformed there by the interleaved stages (vectors
+//     across the sequences). Gathered as rows, transformed in the
+//     first-level cache and put back, they took 131072 points 730 us out
+//     of place against 620, 610 in place against 530 (2^18 1590 and 1490
+//     against 1280 and 1130; single 2^18 745 and 725 against 710 and 625);
 //  3. then Y_c[k + 8 b] (the M-point DFT of x[8 j + c]) lies at
 //     M k + 8 b + c: for each b the 8 x 8 block times w_n^(c (k + 8 b)),
 //     the radix-8 DFT over c, gives X[k + 8 b + M q] at M q + 8 b + k.
 // Every pass after the first writes the places it read, so the data never
-// leave the output array. In place through the scratch array instead (the
-// gathered rows below), the caches held twice as much and the last pass
-// wrote lines it had not read: 131072 points 875-930 us against 625-680,
-// 2^18 1990-2050 against 1500-1550 (AVX2+FMA, one thread). Out of place
-// the gathered rows took 131072 777 us against 680, 2^18 1813 against
-// 1475, 2^19 3647 against 3544.
+// leave the output array. Against the gathered rows and one radix-64 pass
+// below (step 2 then gathering too; AVX2+FMA, one thread): in place, where
+// those go through the scratch array, 131072 points 875-930 us against
+// 625-680, 2^18 1990-2050 against 1500-1550 (the caches held twice as much
+// and the last pass wrote lines it had not read); out of place 131072 777
+// against 680, 2^18 1813 against 1475, 2^19 3647 against 3544.
 template <class T>
 void Fft1D<T>::ExecSquareSplit(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const {
     constexpr int64_t R = kSquareRadix;
     const int64_t m = split_m_, M = R * m;
     const Fft1D *sub = split_sub_;
     auto body = [&](Cx<T> *own, int id, int nth) {
-        Cx<T> *rows = own, *sub_work = own + R * m;
         int64_t lo, hi;
         Share(m, 1, id, nth, &lo, &hi);
         for (int64_t b = lo; b < hi; ++b) square_dif_(in + R * b, M, out + R * b, M, R, square_tw_ + R * b);
@@ -203,9 +176,7 @@ void Fft1D<T>::ExecSquareSplit(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale
         Share(R, 1, id, nth, &lo, &hi);
         for (int64_t k = lo; k < hi; ++k) {
             Cx<T> *chunk = out + k * M;
-            GatherRowGroup<T, R>(chunk, rows, R, m, 0);
-            for (int64_t c = 0; c < R; ++c) sub->Exec(rows + c * m, rows + c * m, sub_work, T(1), 1);
-            ScatterRowGroup<T, R>(rows, chunk, R, m, 0);
+            sub->ExecInterleaved(chunk, chunk, own, T(1), R);
         }
         if (nth > 1) {
 #pragma omp barrier

@@ -201,17 +201,9 @@ RowsDftFn<double> RowsDftD(int64_t r, int sign, bool buffered) {
     return nullptr;
 }
 
-// Single precision runs no split but the 8 x 8 x m one's radix-8 columns,
-// and not on the SSE2-class build: there single 2^18 took 1110-1150 us
-// that way against 1055-1065 on the stages (AVX 850-930 against 875-970,
-// AVX2+FMA 720-745 against 955-980).
+// Single precision runs no split but the 8 x 8 x m one's radix-8 columns.
 RowsDftFn<float> RowsDftF(int64_t r, int sign, bool buffered) {
-#if ORB_KLEVEL >= 6
     return r == 8 ? RowsDftOf<8, float>(sign, buffered) : nullptr;
-#else
-    (void)r, (void)sign, (void)buffered;
-    return nullptr;
-#endif
 }
 
 ConvColumnsFn<double> ConvColumnsD(int64_t r) {
