@@ -168,8 +168,8 @@ private:
 // The radix r of the cache split for a lone row of n points, 0 where the
 // row keeps the other rules' plan: input and output together in the
 // second-level cache, or no radix with a kernel that leaves rows of 2048
-// to 8192 points (64 is taken as 8 x 8 x m; single precision has no
-// other).
+// to 8192 points (64 is taken as 8 x 8 x m, with rows to 32768 points;
+// single precision has no other).
 template <class T>
 int64_t CacheSplitRadix(int64_t n, const StageKernels &kern);
 

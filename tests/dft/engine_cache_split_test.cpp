@@ -112,6 +112,8 @@ const SplitCase kCases[] = {
     // of two, in place.
     {139968, true, 7, 2},        {139968, true, 5, 1, true, 1},
     {139968, false, 7, 1, true, -1, 0.5},
+    // Rows of 16384 and 32768 (the longest the split takes).
+    {1048576, true, 7, 2, true}, {2097152, false, 6},
 };
 
 INSTANTIATE_TEST_SUITE_P(Rows, EngineCacheSplit, ::testing::ValuesIn(kCases), [](const auto &info) {
