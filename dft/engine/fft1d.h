@@ -93,7 +93,7 @@ private:
     // Elements one thread of a cache-split call works in.
     int64_t CacheSplitMember() const;
     void ExecCacheSplit(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
-    // r = 64 as 8 x 8 x m: three passes, the last two in the output array.
+    // r = R^2 as R x R x m: three passes, the last two in the output array.
     int64_t SquareSplitMember() const;
     void ExecSquareSplit(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const;
 
@@ -156,10 +156,12 @@ private:
     Fft1D *split_sub_ = nullptr;
     TwiddleColumnsFn<T> split_fn_ = nullptr;
     Cx<T> *split_tw_ = nullptr;
-    // r = 64 as 8 x 8 x split_m_ (fft1d_cache_split.cpp):
-    // radix-8 columns before (square_dif_, w_(n/8)^(b k) at
-    // square_tw_[8 b + k]) and after (square_block_, those as the legs'
-    // factors, w_n^(c k) at square_tw_[8 m + 8 c + k] for the lanes).
+    // r = R^2 as R x R x split_m_ (R = square_r_, 8 or 10;
+    // fft1d_cache_split.cpp): radix-R columns before (square_dif_,
+    // w_(n/R)^(b k) at square_tw_[R b + k]) and after (square_block_, those
+    // as the legs' factors, w_n^(c k) at square_tw_[R m + R c + k] for the
+    // lanes).
+    int64_t square_r_ = 0;
     RowsDftFn<T> square_dif_ = nullptr;
     SquareBlockFn<T> square_block_ = nullptr;
     Cx<T> *square_tw_ = nullptr;
@@ -168,8 +170,8 @@ private:
 // The radix r of the cache split for a lone row of n points, 0 where the
 // row keeps the other rules' plan: input and output together in the
 // second-level cache, or no radix with a kernel that leaves rows of 2048
-// to 8192 points (64 is taken as 8 x 8 x m, with rows to 32768 points;
-// single precision has no other).
+// to 8192 points (64 is taken as 8 x 8 x m, with rows to 32768 points, and
+// 100 as 10 x 10 x m for double; single precision has no other).
 template <class T>
 int64_t CacheSplitRadix(int64_t n, const StageKernels &kern);
 

@@ -5,8 +5,8 @@
 // (twiddle_columns.cpp) writes the outputs in their final order. The whole
 // row crosses the second-level cache three times, where each of the
 // stages' passes (five or six at these lengths) crosses it once. With
-// r = 64 the split runs as 8 x 8 x m instead, around the same rows, and
-// without the scratch array in place (ExecSquareSplit).
+// r = 64 (and 100 for double) the split runs as R x R x m instead (R = 8,
+// 10), without the scratch array in place (ExecSquareSplit).
 #include <omp.h>
 #include <stdint.h>
 #include <string.h>
@@ -51,16 +51,22 @@ void Share(int64_t count, int64_t unit, int id, int nth, int64_t *lo, int64_t *h
 // plan does not know which it will run; with 32768 (2^21) out of place
 // 1.2x and in place 1.8x slower.
 constexpr int64_t kMinRow = 2048, kMaxRow = 8192;
-// The 8 x 8 x m split transforms its rows where they lie, so they may be
+// The R x R x m split transforms its rows where they lie, so they may be
 // longer, to the longest measured: m = 32768, double 2^21 (AVX2+FMA,
 // against the stages: double 2^20 7.9 ms against 10.0 out of place, 7.3
 // against 9.2 in place, 2^21 18.2 against 24.3; single 2^20 3.4 against
 // 5.3, 2^21 8.4 against 10.5).
 constexpr int64_t kMaxSquareRow = 32768;
 
-// The 8 x 8 x m split's radix: r = 64 taken as 8 x 8, the radix-8 columns
-// eight adjacent elements (one row group of double) wide.
-constexpr int64_t kSquareRadix = 8;
+// The R x R x m split: r = R^2, R = 8, or 10 for double (100000 = 10 x 10
+// x 1000 took 475 us against 625 on its stages, whose five radix-10
+// passes each cross the second-level cache; AVX2+FMA). Its rows may also
+// be shorter: from 1000 points, the second-level cache rule deciding
+// (81920, 98304, 120000 out of place 0.67-0.78 of the stages' time).
+int64_t SquareRadixOf(int64_t r) {
+    return r == 64 ? 8 : r == 100 ? 10 : 0;
+}
+constexpr int64_t kMinSquareRow = 1000;
 
 }  // namespace
 
@@ -77,12 +83,14 @@ int64_t CacheSplitRadix(int64_t n, const StageKernels &kern) {
     // A row whose input and output share the second-level cache runs its
     // stages there.
     if (2 * bytes <= SecondLevelCacheBytes()) return 0;
-    for (int64_t r : {int64_t(64), int64_t(32), int64_t(16)}) {
-        const int64_t m = n / r;
-        const bool square = r == kSquareRadix * kSquareRadix;
-        if (n % r != 0 || m < kMinRow || m > (square ? kMaxSquareRow : kMaxRow)) continue;
-        if (square) {
-            if (kern.RowsDft<T>(kSquareRadix, -1, false) && kern.SquareBlock<T>(-1)) return r;
+    // 100 before 64 where both divide: 640000, 800000, 10^6 and 1.6 10^6
+    // took 3.8, 5.2, 7.4 and 13.9 ms out of place against 4.0, 5.7, 9.9
+    // and 17.6 (r = 64, the last on its stages).
+    for (int64_t r : {int64_t(100), int64_t(64), int64_t(32), int64_t(16)}) {
+        const int64_t m = n / r, R = SquareRadixOf(r);
+        if (n % r != 0 || m < (R ? kMinSquareRow : kMinRow) || m > (R ? kMaxSquareRow : kMaxRow)) continue;
+        if (R) {
+            if (kern.RowsDft<T>(R, -1, false) && kern.SquareBlock<T>(R, -1)) return r;
             continue;
         }
         // Single precision has the 8 x 8 x m passes only: gathered rows and
@@ -103,16 +111,16 @@ bool Fft1D<T>::BuildCacheSplit(int64_t r) {
     split_sub_ = Create(m, sign_, *kern_, true);
     PowerTable power;
     if (!split_sub_ || !power.Init(n_, sign_)) return false;
-    constexpr int64_t R = kSquareRadix;
-    if (r == R * R) {
+    if (const int64_t R = SquareRadixOf(r); R > 0) {
+        square_r_ = R;
         square_dif_ = kern_->RowsDft<T>(R, sign_, false);
-        square_block_ = kern_->SquareBlock<T>(sign_);
+        square_block_ = kern_->SquareBlock<T>(R, sign_);
         square_tw_ = MemArray<Cx<T>>(m * R + R * R);
         // The rows run interleaved: rows of 2048-8192 points have plain
         // stages.
         if (!square_dif_ || !square_block_ || !square_tw_ || !split_sub_->Interleavable()) return false;
-        // w_(n/8)^(b k) = w_n^(8 b k) for the column blocks b < m, k < 8;
-        // then w_n^(c k) for c, k < 8. The last pass's w_n^(c (k + 8 b)) is
+        // w_(n/R)^(b k) = w_n^(R b k) for the column blocks b < m, k < R;
+        // then w_n^(c k) for c, k < R. The last pass's w_n^(c (k + 8 b)) is
         // their product: a table of n of them streamed with the data cost
         // 80-95 us of 131072's 760-790.
         for (int64_t b = 0; b < m; ++b)
@@ -142,25 +150,25 @@ int64_t Fft1D<T>::CacheSplitMember() const {
     return split_sub_->WorkElems() + split_r_ * kTwiddleColumns<T>;
 }
 
-// One member's chunk (8 m elements): the interleaved stages' other array.
+// One member's chunk (R m elements): the interleaved stages' other array.
 template <class T>
 int64_t Fft1D<T>::SquareSplitMember() const {
-    return kSquareRadix * split_m_;
+    return square_r_ * split_m_;
 }
 
-// n = 8 M, M = 8 m, x[M a + 8 b + c] (a, c < 8, b < m):
-//  1. for each b, the radix-8 DFT over a (legs M apart, eight adjacent
-//     columns c), output k times w_M^(b k), at M k + 8 b + c of out (the
+// n = R M, M = R m, x[M a + R b + c] (a, c < R, b < m; R = 8 or 10):
+//  1. for each b, the radix-R DFT over a (legs M apart, R adjacent
+//     columns c), output k times w_M^(b k), at M k + R b + c of out (the
 //     input's places in place);
-//  2. each chunk k of M elements holds eight sequences of m (column c,
-//     eight apart), transformed there by the interleaved stages (vectors
-//     across the sequences). Gathered as rows, transformed in the
+//  2. each chunk k of M elements holds R sequences of m (column c, R
+//     apart), transformed there by the interleaved stages (vectors across
+//     the sequences). Gathered as rows, transformed in the
 //     first-level cache and put back, they took 131072 points 730 us out
 //     of place against 620, 610 in place against 530 (2^18 1590 and 1490
 //     against 1280 and 1130; single 2^18 745 and 725 against 710 and 625);
-//  3. then Y_c[k + 8 b] (the M-point DFT of x[8 j + c]) lies at
-//     M k + 8 b + c: for each b the 8 x 8 block times w_n^(c (k + 8 b)),
-//     the radix-8 DFT over c, gives X[k + 8 b + M q] at M q + 8 b + k.
+//  3. then Y_c[k + R b] (the M-point DFT of x[R j + c]) lies at
+//     M k + R b + c: for each b the R x R block times w_n^(c (k + R b)),
+//     the radix-R DFT over c, gives X[k + R b + M q] at M q + R b + k.
 // Every pass after the first writes the places it read, so the data never
 // leave the output array. Against the gathered rows and one radix-64 pass
 // below (step 2 then gathering too; AVX2+FMA, one thread): in place, where
@@ -170,8 +178,7 @@ int64_t Fft1D<T>::SquareSplitMember() const {
 // against 680, 2^18 1813 against 1475, 2^19 3647 against 3544.
 template <class T>
 void Fft1D<T>::ExecSquareSplit(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const {
-    constexpr int64_t R = kSquareRadix;
-    const int64_t m = split_m_, M = R * m;
+    const int64_t R = square_r_, m = split_m_, M = R * m;
     const Fft1D *sub = split_sub_;
     auto body = [&](Cx<T> *own, int id, int nth) {
         int64_t lo, hi;

@@ -27,8 +27,9 @@
 // middle pass of a convolution split that way (blocked_conv.h). RowsDftD
 // runs length-r DFTs across whole rows (RowsDftFn), buffered (blocks of
 // each row copied to a buffer and back: rows far apart, or 4 KiB apart) or
-// where they lie; RowsDftF has radix 8 only (the in-place split's).
-// SquareBlock* is that split's last pass (SquareBlockFn).
+// where they lie; RowsDftF has radix 8 only (the 8 x 8 x m split's).
+// SquareBlock* is the R x R x m split's last pass (SquareBlockFn), R = 8
+// (and 10 for double).
 #define ORB_DFT_STAGE_DECLS                                                                 \
     void ExecStagesD(const StagePlan<double> &pl, const Cx<double> *in, Cx<double> *out,    \
                      Cx<double> *work, double scale, int nthreads, int64_t vb);                         \
@@ -48,8 +49,8 @@
     ConvColumnsFn<double> ConvColumnsD(int64_t r);                                         \
     RowsDftFn<double> RowsDftD(int64_t r, int sign, bool buffered);                        \
     RowsDftFn<float> RowsDftF(int64_t r, int sign, bool buffered);                         \
-    SquareBlockFn<double> SquareBlockD(int sign);                                          \
-    SquareBlockFn<float> SquareBlockF(int sign);
+    SquareBlockFn<double> SquareBlockD(int64_t r, int sign);                               \
+    SquareBlockFn<float> SquareBlockF(int64_t r, int sign);
 
 namespace orb::dft {
 
@@ -94,9 +95,9 @@ using ConvColumnsFn = void (*)(Cx<T> *c, const Cx<T> *t, const Cx<T> *h);
 // dst[k ds + c]. dst may equal src when ds == ss.
 template <class T>
 using RowsDftFn = void (*)(const Cx<T> *src, int64_t ss, Cx<T> *dst, int64_t ds, int64_t ncols, const Cx<T> *tw);
-// The last pass of the in-place split on one 8 x 8 block, in place: element
-// (k, c) at x[k M + c] times lane[8 c + k] leg[c], the length-8 DFT over c
-// times scale, output q of lane k at x[q M + k].
+// The last pass of the R x R x m split on one R x R block, in place:
+// element (k, c) at x[k M + c] times lane[R c + k] leg[c], the length-R DFT
+// over c times scale, output q of lane k at x[q M + k].
 template <class T>
 using SquareBlockFn = void (*)(Cx<T> *x, int64_t M, const Cx<T> *lane, const Cx<T> *leg, T scale);
 // Twiddle layout of the two-pass kernels of n points of T: w_n^(j1 k2) =
@@ -148,9 +149,9 @@ struct StageKernels {
         else return rows_dft_f(r, sign, buffered);
     }
     template <class T>
-    SquareBlockFn<T> SquareBlock(int sign) const {
-        if constexpr (sizeof(T) == 8) return square_block_d(sign);
-        else return square_block_f(sign);
+    SquareBlockFn<T> SquareBlock(int64_t r, int sign) const {
+        if constexpr (sizeof(T) == 8) return square_block_d(r, sign);
+        else return square_block_f(r, sign);
     }
 
     template <class T>

@@ -139,12 +139,13 @@ __attribute__((always_inline)) inline void LoadColumns(const Cx<T> *x, int64_t M
     }
 }
 
-// The in-place split's last pass on one 8 x 8 block (SquareBlockFn). Lanes
+// The R x R split's last pass on one R x R block (SquareBlockFn). Lanes
 // take rows M apart, so no transpose goes through memory; the block is
 // computed whole before any store.
-template <int S, class T>
+template <int R, int S, class T>
 void SquareBlock(Cx<T> *x, int64_t M, const Cx<T> *lane, const Cx<T> *leg, T scale) {
-    constexpr int R = 8, LL = pack::kLanes<T>;
+    constexpr int LL = pack::kLanes<T>;
+    static_assert(R % LL == 0, "whole vectors of rows");
     constexpr int A = twopass::CodeletSplit(R);
     using P = Pack<T, LL>;
     alignas(64) Cx<T> out[R * R];
@@ -184,18 +185,26 @@ RowsDftFn<T> RowsDftOf(int sign, bool buffered) {
     return sign < 0 ? &RunRowsDft<R, -1, T, false> : &RunRowsDft<R, 1, T, false>;
 }
 
-SquareBlockFn<double> SquareBlockD(int sign) {
-    return sign < 0 ? &SquareBlock<-1, double> : &SquareBlock<1, double>;
+template <int R, class T>
+SquareBlockFn<T> SquareBlockOf(int sign) {
+    return sign < 0 ? &SquareBlock<R, -1, T> : &SquareBlock<R, 1, T>;
 }
 
-SquareBlockFn<float> SquareBlockF(int sign) {
-    return sign < 0 ? &SquareBlock<-1, float> : &SquareBlock<1, float>;
+// 8 x 8 for the powers of two; 10 x 10 (double: ten columns are five
+// vectors) for 100000.
+SquareBlockFn<double> SquareBlockD(int64_t r, int sign) {
+    return r == 8 ? SquareBlockOf<8, double>(sign) : r == 10 ? SquareBlockOf<10, double>(sign) : nullptr;
+}
+
+SquareBlockFn<float> SquareBlockF(int64_t r, int sign) {
+    return r == 8 ? SquareBlockOf<8, float>(sign) : nullptr;
 }
 
 RowsDftFn<double> RowsDftD(int64_t r, int sign, bool buffered) {
 #define ORB_DFT_ROWS_DFT_CASE(R) \
     if (r == R) return RowsDftOf<R, double>(sign, buffered);
     ORB_DFT_ROWS_DFT_CASE(8)
+    ORB_DFT_ROWS_DFT_CASE(10)
     ORB_DFT_TWIDDLE_COLUMNS(ORB_DFT_ROWS_DFT_CASE)
 #undef ORB_DFT_ROWS_DFT_CASE
     return nullptr;

@@ -114,6 +114,10 @@ const SplitCase kCases[] = {
     {139968, false, 7, 1, true, -1, 0.5},
     // Rows of 16384 and 32768 (the longest the split takes).
     {1048576, true, 7, 2, true}, {2097152, false, 6},
+    // Double 10 x 10 x m: 100000 on every kernel build, in place, teams of
+    // two and three, backward, scaled; 640000 takes 100 before 64.
+    {100000, true, 7},           {100000, true, 5, 2, true, 1, 0.5},
+    {100000, true, 6, 3, false, -1, 0.25}, {640000, true, 7, 1, true, 1},
 };
 
 INSTANTIATE_TEST_SUITE_P(Rows, EngineCacheSplit, ::testing::ValuesIn(kCases), [](const auto &info) {
