@@ -161,15 +161,16 @@ void SquareBlock(Cx<T> *x, int64_t M, const Cx<T> *lane, const Cx<T> *leg, T sca
     for (int q = 0; q < R; ++q) memcpy(x + q * M, out + q * R, R * sizeof(Cx<T>));
 }
 
-// The radices the split takes (fft1d_cache_split.cpp says which where).
+// The radices of the splits (fft1d_cache_split.cpp and blocked_conv.h say
+// which where).
 #define ORB_DFT_TWIDDLE_COLUMNS(X) X(16) X(32) X(64)
 
+// Gathered columns: 16 and 32 only, since a lone row of r = 64 runs as
+// 8 x 8 x m.
 template <class T, int S>
 TwiddleColumnsFn<T> Lookup(int64_t r) {
-#define ORB_DFT_TWIDDLE_COLUMNS_CASE(R) \
-    if (r == R) return &Run<R, S, T>;
-    ORB_DFT_TWIDDLE_COLUMNS(ORB_DFT_TWIDDLE_COLUMNS_CASE)
-#undef ORB_DFT_TWIDDLE_COLUMNS_CASE
+    if (r == 16) return &Run<16, S, T>;
+    if (r == 32) return &Run<32, S, T>;
     return nullptr;
 }
 
