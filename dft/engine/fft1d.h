@@ -170,7 +170,7 @@ private:
 // The radix r of the cache split for a lone row of n points, 0 where the
 // row keeps the other rules' plan: input and output together in the
 // second-level cache, or no radix with a kernel that leaves rows of 2048
-// to 8192 points (64 is taken as 8 x 8 x m, with rows to 32768 points, and
+// to 8192 points (64 is taken as 8 x 8 x m, with rows to 65536 points, and
 // 100 as 10 x 10 x m for double; single precision has no other).
 template <class T>
 int64_t CacheSplitRadix(int64_t n, const StageKernels &kern);

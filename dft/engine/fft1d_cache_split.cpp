@@ -52,11 +52,13 @@ void Share(int64_t count, int64_t unit, int id, int nth, int64_t *lo, int64_t *h
 // 1.2x and in place 1.8x slower.
 constexpr int64_t kMinRow = 2048, kMaxRow = 8192;
 // The R x R x m split transforms its rows where they lie, so they may be
-// longer, to the longest measured: m = 32768, double 2^21 (AVX2+FMA,
+// longer, to the longest measured: m = 65536, double 2^22 (AVX2+FMA,
 // against the stages: double 2^20 7.9 ms against 10.0 out of place, 7.3
 // against 9.2 in place, 2^21 18.2 against 24.3; single 2^20 3.4 against
-// 5.3, 2^21 8.4 against 10.5).
-constexpr int64_t kMaxSquareRow = 32768;
+// 5.3, 2^21 8.4 against 10.5; against four-step: double 2^22 51 and 45
+// against 68 and 65, 3 2^20 27 and 23 against 37 and 33, single 2^22 21
+// against 24.5).
+constexpr int64_t kMaxSquareRow = 65536;
 
 // The R x R x m split: r = R^2, R = 8, or 10 for double (100000 = 10 x 10
 // x 1000 took 475 us against 625 on its stages, whose five radix-10
@@ -108,19 +110,21 @@ bool Fft1D<T>::BuildCacheSplit(int64_t r) {
     const int64_t m = n_ / r;
     split_r_ = r;
     split_m_ = m;
-    split_sub_ = Create(m, sign_, *kern_, true);
+    const int64_t R = SquareRadixOf(r);
+    // The R x R split runs its rows interleaved, as plain stages: made as a
+    // lone row, a row of 65536 points on a smaller second-level cache
+    // would split again and have none.
+    split_sub_ = Create(m, sign_, *kern_, R == 0);
     PowerTable power;
     if (!split_sub_ || !power.Init(n_, sign_)) return false;
-    if (const int64_t R = SquareRadixOf(r); R > 0) {
+    if (R > 0) {
         square_r_ = R;
         square_dif_ = kern_->RowsDft<T>(R, sign_, false);
         square_block_ = kern_->SquareBlock<T>(R, sign_);
         square_tw_ = MemArray<Cx<T>>(m * R + R * R);
-        // The rows run interleaved: rows of 2048-8192 points have plain
-        // stages.
         if (!square_dif_ || !square_block_ || !square_tw_ || !split_sub_->Interleavable()) return false;
         // w_(n/R)^(b k) = w_n^(R b k) for the column blocks b < m, k < R;
-        // then w_n^(c k) for c, k < R. The last pass's w_n^(c (k + 8 b)) is
+        // then w_n^(c k) for c, k < R. The last pass's w_n^(c (k + R b)) is
         // their product: a table of n of them streamed with the data cost
         // 80-95 us of 131072's 760-790.
         for (int64_t b = 0; b < m; ++b)

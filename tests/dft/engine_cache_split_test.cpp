@@ -112,8 +112,9 @@ const SplitCase kCases[] = {
     // of two, in place.
     {139968, true, 7, 2},        {139968, true, 5, 1, true, 1},
     {139968, false, 7, 1, true, -1, 0.5},
-    // Rows of 16384 and 32768 (the longest the split takes).
-    {1048576, true, 7, 2, true}, {2097152, false, 6},
+    // Rows of 16384, 32768 and 65536 (the longest the split takes; 2^22
+    // against four-step).
+    {1048576, true, 7, 2, true}, {2097152, false, 6}, {4194304, false, 7, 2, true},
     // Double 10 x 10 x m: 100000 on every kernel build, in place, teams of
     // two and three, backward, scaled; 640000 takes 100 before 64.
     {100000, true, 7},           {100000, true, 5, 2, true, 1, 0.5},
