@@ -77,20 +77,6 @@ __attribute__((always_inline)) inline void Column(LoadF load, StoreF store_all, 
     store_all(a);
 }
 
-// 4 x 4 transpose of complex elements held in four 4-lane packs: on
-// return a[i] lane j holds what a[j] lane i held.
-template <class P>
-__attribute__((always_inline)) inline void Transpose4(P *a) {
-    const auto t0 = __builtin_shufflevector(a[0].v, a[1].v, 0, 1, 8, 9, 4, 5, 12, 13);
-    const auto t1 = __builtin_shufflevector(a[0].v, a[1].v, 2, 3, 10, 11, 6, 7, 14, 15);
-    const auto t2 = __builtin_shufflevector(a[2].v, a[3].v, 0, 1, 8, 9, 4, 5, 12, 13);
-    const auto t3 = __builtin_shufflevector(a[2].v, a[3].v, 2, 3, 10, 11, 6, 7, 14, 15);
-    a[0].v = __builtin_shufflevector(t0, t2, 0, 1, 2, 3, 8, 9, 10, 11);
-    a[1].v = __builtin_shufflevector(t1, t3, 0, 1, 2, 3, 8, 9, 10, 11);
-    a[2].v = __builtin_shufflevector(t0, t2, 4, 5, 6, 7, 12, 13, 14, 15);
-    a[3].v = __builtin_shufflevector(t1, t3, 4, 5, 6, 7, 12, 13, 14, 15);
-}
-
 // Hides a loop index from the optimiser. Without it the compiler turns each
 // of a column's 2R leg addresses into its own pointer stepped every
 // iteration, more than the registers hold, and spends a third of the loop
@@ -129,7 +115,7 @@ __attribute__((always_inline)) inline void FirstStageVector(LoadF load, Cx<T> *y
                 // Four lanes: 4 x 4 tiles transposed in registers, stored as
                 // whole vectors.
                 bfly::StaticFor<R / 4>([&](auto h) __attribute__((always_inline)) {
-                    Transpose4(a + 4 * h);
+                    PV::Transpose4(a + 4 * h);
                     bfly::StaticFor<4>([&](auto j) __attribute__((always_inline)) {
                         a[4 * h + j].Store(yp + R * j + 4 * h);
                     });
