@@ -156,12 +156,11 @@ private:
     Fft1D *split_sub_ = nullptr;
     TwiddleColumnsFn<T> split_fn_ = nullptr;
     Cx<T> *split_tw_ = nullptr;
-    // r = R^2 as R x R x split_m_ (R = square_r_, 8 or 10;
+    // r = R^2 as R x R x split_m_ (R = 8 or 10;
     // fft1d_cache_split.cpp): radix-R columns before (square_dif_,
     // w_(n/R)^(b k) at square_tw_[R b + k]) and after (square_block_, those
     // as the legs' factors, w_n^(c k) at square_tw_[R m + R c + k] for the
     // lanes).
-    int64_t square_r_ = 0;
     RowsDftFn<T> square_dif_ = nullptr;
     SquareBlockFn<T> square_block_ = nullptr;
     Cx<T> *square_tw_ = nullptr;

@@ -118,7 +118,6 @@ bool Fft1D<T>::BuildCacheSplit(int64_t r) {
     PowerTable power;
     if (!split_sub_ || !power.Init(n_, sign_)) return false;
     if (R > 0) {
-        square_r_ = R;
         square_dif_ = kern_->RowsDft<T>(R, sign_, false);
         square_block_ = kern_->SquareBlock<T>(R, sign_);
         square_tw_ = MemArray<Cx<T>>(m * R + R * R);
@@ -157,7 +156,7 @@ int64_t Fft1D<T>::CacheSplitMember() const {
 // One member's chunk (R m elements): the interleaved stages' other array.
 template <class T>
 int64_t Fft1D<T>::SquareSplitMember() const {
-    return square_r_ * split_m_;
+    return SquareRadixOf(split_r_) * split_m_;
 }
 
 // n = R M, M = R m, x[M a + R b + c] (a, c < R, b < m; R = 8 or 10):
@@ -182,7 +181,7 @@ int64_t Fft1D<T>::SquareSplitMember() const {
 // against 680, 2^18 1813 against 1475, 2^19 3647 against 3544.
 template <class T>
 void Fft1D<T>::ExecSquareSplit(const Cx<T> *in, Cx<T> *out, Cx<T> *work, T scale, int nthreads) const {
-    const int64_t R = square_r_, m = split_m_, M = R * m;
+    const int64_t R = SquareRadixOf(split_r_), m = split_m_, M = R * m;
     const Fft1D *sub = split_sub_;
     auto body = [&](Cx<T> *own, int id, int nth) {
         int64_t lo, hi;
