@@ -11,6 +11,8 @@
 #ifndef ORB_DFT_ENGINE_REAL_CODELETS_H
 #define ORB_DFT_ENGINE_REAL_CODELETS_H
 
+#include <initializer_list>
+
 #include "dft/engine/codelet_rows.h"
 #include "dft/engine/real_kernels.h"
 
@@ -87,6 +89,42 @@ ORB_BFLY_INLINE void StoreRe(P v, T *y, int64_t yd, int64_t a) {
     }
 }
 
+// A lone even row (or one on scalars) may run as the full-length complex
+// body instead of the half-length one with its pair step: the zero
+// imaginary parts (R2C) or the mirrored half (C2R) then fold into the body
+// and no twiddles are applied between the two. Returns its first factor, or
+// 0 to keep the half-length form. Chosen per level and precision from
+// timings of single rows, ns a transform, half-length -> full-length (same
+// process, best of 40 rounds):
+//  AVX2+FMA double C2R 6 5.0 -> 4.7, 10 7.8 -> 6.9, 12 10.0 -> 8.5, 14
+//   11.6 -> 9.9, 16 12.9 -> 12.3, 20 20.8 -> 18.8, 28 29.6 -> 28.5-29.0;
+//   R2C 6 10.5 -> 5.1, 18 20.2 -> 17.8-18.8 (8, 18, 24 C2R and the other
+//   R2C lengths 3-40% slower); single C2R 10 10.3 -> 7.2, 12 10.8 -> 8.7,
+//   14 14.5 -> 10.9, 16 12.9 -> 12.5, 20 22.1 -> 19.1, 28 34.9 -> 26.0,
+//   R2C 18 21.2 -> 17.6;
+//  AVX double C2R 6 4.9 -> 4.7, 10 8.1 -> 7.4, 12 10.5 -> 9.0, 20 22.1 ->
+//   20.0, 28 38.5 -> 32.5, R2C 6 10.1 -> 5.0, 18 20.0 -> 16.2; single C2R
+//   10 8.1 -> 7.4, 14 14.2 -> 11.1, 28 37.6 -> 27.1 (12, 16 and 20 slower);
+//  SSE2-class double C2R 10 7.8 -> 6.4, 12 9.0 -> 8.2, 14 13.8 -> 12.2 (6,
+//   16 and 28 slower); single C2R 14 16.8 -> 13.2, 20 21.3 -> 19.7, 28 37.0
+//   -> 30.9.
+template <bool kR2C, class T>
+constexpr int FullLengthSplit(int n) {
+    constexpr bool dbl = sizeof(T) == 8;
+    auto among = [n](std::initializer_list<int> set) {
+        for (int m : set)
+            if (m == n) return true;
+        return false;
+    };
+    bool full;
+    if constexpr (kR2C) full = ORB_KLEVEL >= 7 ? n == 18 || (dbl && n == 6) : ORB_KLEVEL == 6 && dbl && among({6, 18});
+    else if constexpr (ORB_KLEVEL >= 7) full = dbl ? among({6, 10, 12, 14, 16, 20, 28}) : among({10, 12, 14, 16, 20, 28});
+    else if constexpr (ORB_KLEVEL == 6) full = dbl ? among({6, 10, 12, 20, 28}) : among({10, 14, 28});
+    else full = dbl ? among({10, 12, 14}) : among({14, 20, 28});
+    if (!full) return 0;
+    return n == 6 || n == 12 || n == 18 ? 3 : n == 10 ? 5 : n == 14 ? 2 : 4;
+}
+
 // R2C of one pack of rows, n = A*B*(2 if even).
 //  Even: z = DFT_h(x[2j] + i x[2j+1]); with e = z[k] + conj z[h-k] and
 //  d = -i (z[k] - conj z[h-k]) (twice the even and odd halves' spectra),
@@ -94,7 +132,8 @@ ORB_BFLY_INLINE void StoreRe(P v, T *y, int64_t yd, int64_t a) {
 //  k = 0 gives X[0] and X[h] from the same formula.
 template <int N, int A, int B, class T, class P>
 ORB_BFLY_INLINE void R2COne(const T *x, Cx<T> *y, T scale, int64_t xd, int64_t yd, int64_t xs, int64_t ys) {
-    if constexpr (N % 2 == 0) {
+    constexpr int F = Lanes<P>::value == 1 ? FullLengthSplit<true, T>(N) : 0;
+    if constexpr (N % 2 == 0 && F == 0) {
         constexpr int H = N / 2;
         static_assert(A * B == H, "split of n/2");
         P z[H];
@@ -117,8 +156,10 @@ ORB_BFLY_INLINE void R2COne(const T *x, Cx<T> *y, T scale, int64_t xd, int64_t y
             if constexpr (H - k != k) StoreCx(Conj(e - t) * half, y, yd, (H - k) * ys);
         });
     } else {
-        static_assert(A * B == N, "split of n");
-        codelet::Body<A, B, -1, T, P>(
+        // Odd n, or even n in full (F): the length-n body on real input.
+        constexpr int FA = N % 2 == 0 ? F : A, FB = N / FA;
+        static_assert(FA * FB == N, "split of n");
+        codelet::Body<FA, FB, -1, T, P>(
             [&](int j) __attribute__((always_inline)) {
                 P v{};
                 if constexpr (Lanes<P>::value == 1) v.re = x[j * xs];
@@ -139,7 +180,8 @@ ORB_BFLY_INLINE void R2COne(const T *x, Cx<T> *y, T scale, int64_t xd, int64_t y
 //  z = IDFT_h(Z) holds x[2j] + i x[2j+1].
 template <int N, int A, int B, class T, class P>
 ORB_BFLY_INLINE void C2ROne(const Cx<T> *x, T *y, T scale, int64_t xd, int64_t yd, int64_t xs, int64_t ys) {
-    if constexpr (N % 2 == 0) {
+    constexpr int F = Lanes<P>::value == 1 ? FullLengthSplit<false, T>(N) : 0;
+    if constexpr (N % 2 == 0 && F == 0) {
         constexpr int H = N / 2;
         static_assert(A * B == H, "split of n/2");
         P z[H];
@@ -160,10 +202,13 @@ ORB_BFLY_INLINE void C2ROne(const Cx<T> *x, T *y, T scale, int64_t xd, int64_t y
                                      },
                                      scale);
     } else {
-        static_assert(A * B == N, "split of n");
-        codelet::Body<A, B, 1, T, P>(
+        // Odd n, or even n in full (F): the length-n body over the bins and
+        // their mirror images (bin n/2 real).
+        constexpr int FA = N % 2 == 0 ? F : A, FB = N / FA;
+        static_assert(FA * FB == N, "split of n");
+        codelet::Body<FA, FB, 1, T, P>(
             [&](int j) __attribute__((always_inline)) {
-                if (j == 0) return RealPart(LoadCx<P>(x, xd, 0));
+                if (j == 0 || 2 * j == N) return RealPart(LoadCx<P>(x, xd, j * xs));
                 if (2 * j < N) return LoadCx<P>(x, xd, j * xs);
                 return Conj(LoadCx<P>(x, xd, (N - j) * xs));
             },

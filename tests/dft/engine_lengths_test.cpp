@@ -6,6 +6,7 @@
 // call.
 #include <gtest/gtest.h>
 
+#include "dft/engine/engine_internal.h"
 #include "engine_oracle.h"
 
 namespace orb::dft::test {
@@ -130,6 +131,63 @@ TEST(EngineLengths, SecondLevelCacheRulesMatchNaiveDft) {
                        .batch = r.batch ? std::vector<int64_t>{r.batch} : std::vector<int64_t>{},
                        .in_place = r.in_place, .scale = r.in_place ? 0.5 : 1.0, .level = r.level});
     }
+}
+
+// Short real rows at every kernel level, both precisions, alone and three
+// to a batch (a vector's worth of rows and the scalar remainder): the
+// straight-line real codelets in their half-length and full-length forms.
+// C2R input carries imaginary parts at bins 0 and n/2, which no real
+// signal has and the transform must ignore; the oracle drops them.
+template <class T>
+void ShortRealRows(EngineKind kind, int64_t n, int64_t rows, int level) {
+    const bool fwd = kind == EngineKind::R2C;
+    const int64_t h = n / 2 + 1, in_row = fwd ? n : 2 * h, out_row = fwd ? 2 * h : n;
+    const std::vector<LCx> x = RandomComplex(rows * n, 977 + uint64_t(n));
+    std::vector<T> in(size_t(rows * in_row)), out(size_t(rows * out_row));
+    std::vector<LCx> expect;
+    for (int64_t r = 0; r < rows; ++r) {
+        const LCx *xr = x.data() + r * n;
+        std::vector<LCx> full(static_cast<size_t>(n));
+        if (fwd) {
+            for (int64_t j = 0; j < n; ++j) full[j] = T(xr[j].real()), in[r * in_row + j] = T(xr[j].real());
+        } else {
+            for (int64_t k = 0; k < h; ++k)
+                in[r * in_row + 2 * k] = T(xr[k].real()), in[r * in_row + 2 * k + 1] = T(xr[k].imag());
+            full[0] = T(xr[0].real());
+            for (int64_t k = 1; k < h; ++k) {
+                full[k] = {T(xr[k].real()), T(xr[k].imag())};
+                full[n - k] = std::conj(full[k]);
+            }
+            if (n % 2 == 0) full[n / 2] = T(xr[n / 2].real());
+        }
+        const std::vector<LCx> all = NaiveAll(full, {n}, fwd ? -1 : 1);
+        for (int64_t k = 0; k < (fwd ? h : n); ++k) expect.push_back(fwd ? all[k] : LCx(all[k].real()));
+    }
+    EngineProblem p;
+    p.kind = kind, p.is_double = sizeof(T) == 8, p.sign = fwd ? -1 : 1, p.dims[0] = {n, 1, 1};
+    if (rows > 1) p.howmany_rank = 1, p.howmany[0] = {rows, fwd ? n : h, fwd ? h : n};
+    int status = -1;
+    EnginePlan *plan = EnginePlanCreateForLevel(p, level, &status);
+    ASSERT_EQ(status, EngineOk);
+    EXPECT_EQ(EngineExecute(plan, in.data(), nullptr, out.data(), nullptr), EngineOk);
+    EnginePlanDestroy(plan);
+    std::vector<LCx> got;
+    for (int64_t r = 0; r < rows; ++r)
+        for (int64_t k = 0; k < (fwd ? h : n); ++k)
+            got.push_back(fwd ? LCx(out[r * out_row + 2 * k], out[r * out_row + 2 * k + 1]) : LCx(out[r * out_row + k]));
+    EXPECT_LE(RelRms(got, expect), Tolerance(sizeof(T) == 8, n))
+        << (fwd ? "R2C" : "C2R") << (sizeof(T) == 8 ? " double" : " single") << " n=" << n << " rows " << rows
+        << " level " << level;
+}
+
+TEST(EngineLengths, ShortRealRowsEveryLevelMatchNaiveDft) {
+    for (EngineKind kind : {EngineKind::R2C, EngineKind::C2R})
+        for (int level : {5, 6, 7})
+            for (int64_t rows : {1, 3})
+                for (int64_t n = 1; n <= 40; ++n) {
+                    ShortRealRows<double>(kind, n, rows, level);
+                    ShortRealRows<float>(kind, n, rows, level);
+                }
 }
 
 }  // namespace
