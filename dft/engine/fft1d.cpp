@@ -280,7 +280,7 @@ const PassSplit *TwoPassSplits(int64_t n, bool single) {
             if (row.n == n) return &row;
     static constexpr PassSplit kSplits[] = {
         {100, {10, 0}, false},  {128, {16, 0}, false},   {256, {16, 0}, false},  {500, {10, 0}, false},
-        {512, {32, 0}, false},  {768, {12, 0}, false},   {1000, {20, 0}, false}, {1024, {16, 0}, true},
+        {512, {8, 32}, false},  {768, {12, 0}, false},   {1000, {20, 0}, false}, {1024, {16, 0}, true},
         {1536, {24, 48}, false}, {2048, {8, 64}, false},
         // Products of two even codelet lengths from 72 to 960 (the AVX2+FMA
         // and SSE2-class levels, some at AVX2+FMA in double only: two_pass.h).

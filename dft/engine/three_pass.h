@@ -91,11 +91,16 @@ void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
 // close behind; as 6 x 16 x 16, and 768 as 6 x 16 x 8, 10-20% slower. At
 // 16384 none of 16 x 32 x 32, 32 x 16 x 32 and 32 x 32 x 16 beat the
 // stages.
+// 512 as 8 x 8 x 8 (AVX2+FMA, double) against the two-pass 32 x 16, in one
+// process, ns a transform: 569-705 -> 543-643 out of place, 569 -> 542 in
+// place. 1024 as 32 x 32 (two-pass), 8 x 16 x 8 or 4 x 16 x 16, and 2048
+// as 32 x 8 x 8 or 16 x 8 x 16, measured within noise of the splits they
+// would replace or slower.
 // The AVX2+FMA level also builds 4096 (8 x 32 x 16) and 8192 (8 x 32 x 32)
 // for lone rows where the second-level cache holds 1 MiB or more
 // (fft1d.cpp's LargeCacheSplit).
 #if ORB_KLEVEL >= 7
-#define ORB_DFT_THREE_PASS(X) X(16, 8, 8) X(8, 16, 16) X(24, 8, 8) X(12, 8, 8) X(8, 32, 16) X(8, 32, 32)
+#define ORB_DFT_THREE_PASS(X) X(16, 8, 8) X(8, 16, 16) X(24, 8, 8) X(12, 8, 8) X(8, 32, 16) X(8, 32, 32) X(8, 8, 8)
 #elif ORB_KLEVEL == 6
 #define ORB_DFT_THREE_PASS(X) X(24, 8, 8) X(12, 8, 8)
 #else

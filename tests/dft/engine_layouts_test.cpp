@@ -104,6 +104,8 @@ std::vector<Case> LayoutCases() {
          .split_out = true, .level = 7},
         {.name = "split_three_pass_row", .dims = {1024}, .split_in = true, .split_out = true, .scale = 2.0,
          .level = 7},
+        {.name = "split_three_pass_512", .sign = 1, .dims = {512}, .split_in = true, .split_out = true,
+         .level = 7},
         // 1536 and 768 (24 x 8 x 8, 12 x 8 x 8) also with AVX; real 1536 on
         // its 768-point half.
         {.name = "split_three_pass_1536_avx_inplace", .dims = {1536}, .in_place = true, .split_in = true,
