@@ -3,9 +3,11 @@
 // two-level body they reuse. Even n = 2h: the n reals read as h complex
 // numbers go through the length-h body, and the split into the even and
 // odd halves' spectra is fused behind it with constant twiddles (C2R: the
-// mirror, fused in front). Odd n: the length-n complex body on real input;
-// the zero imaginary parts fold away at compile time and the bins above
-// n/2 are never stored, so their arithmetic is dropped too. A batch of
+// mirror, fused in front). Odd n, and the rows on scalars of the even
+// lengths FullLengthSplit lists: the length-n complex body on real input
+// (C2R: on the bins and their mirror images); the zero imaginary parts
+// fold away at compile time and the outputs never stored (bins above n/2,
+// C2R's imaginary parts) take their arithmetic with them. A batch of
 // rows runs a vector's worth at once (lane c holds row c); a lone row runs
 // on scalars. No tables, no scratch: the plan looks a codelet up once.
 #ifndef ORB_DFT_ENGINE_REAL_CODELETS_H
@@ -118,7 +120,8 @@ constexpr int FullLengthSplit(int n) {
     };
     bool full;
     if constexpr (kR2C) full = ORB_KLEVEL >= 7 ? n == 18 || (dbl && n == 6) : ORB_KLEVEL == 6 && dbl && among({6, 18});
-    else if constexpr (ORB_KLEVEL >= 7) full = dbl ? among({6, 10, 12, 14, 16, 20, 28}) : among({10, 12, 14, 16, 20, 28});
+    else if constexpr (ORB_KLEVEL >= 7)
+        full = dbl ? among({6, 10, 12, 14, 16, 20, 28}) : among({10, 12, 14, 16, 20, 28});
     else if constexpr (ORB_KLEVEL == 6) full = dbl ? among({6, 10, 12, 20, 28}) : among({10, 14, 28});
     else full = dbl ? among({10, 12, 14}) : among({14, 20, 28});
     if (!full) return 0;

@@ -174,7 +174,8 @@ void ShortRealRows(EngineKind kind, int64_t n, int64_t rows, int level) {
     std::vector<LCx> got;
     for (int64_t r = 0; r < rows; ++r)
         for (int64_t k = 0; k < (fwd ? h : n); ++k)
-            got.push_back(fwd ? LCx(out[r * out_row + 2 * k], out[r * out_row + 2 * k + 1]) : LCx(out[r * out_row + k]));
+            got.push_back(fwd ? LCx(out[r * out_row + 2 * k], out[r * out_row + 2 * k + 1])
+                              : LCx(out[r * out_row + k]));
     EXPECT_LE(RelRms(got, expect), Tolerance(sizeof(T) == 8, n))
         << (fwd ? "R2C" : "C2R") << (sizeof(T) == 8 ? " double" : " single") << " n=" << n << " rows " << rows
         << " level " << level;
