@@ -108,9 +108,13 @@ ORB_BFLY_INLINE void Pow2(P *a) {
         Pow2<H, S, T>(e);
         Pow2<H, S, T>(o);
         StaticFor<H>([&](auto t) __attribute__((always_inline)) {
-            P w = TwiddleConst<R, t, S, P, T>(o[t]);
-            a[t] = e[t] + w;
-            a[t + H] = e[t] - w;
+            if constexpr (4 * t == R) {
+                pack::AddSubSI<S>(e[t], o[t], a[t], a[t + H]);
+            } else {
+                P w = TwiddleConst<R, t, S, P, T>(o[t]);
+                a[t] = e[t] + w;
+                a[t + H] = e[t] - w;
+            }
         });
     }
 }
@@ -138,9 +142,7 @@ ORB_BFLY_INLINE void Odd(P *a) {
             c = c + s[km] * cc;
             u = u + d[km] * ss;
         });
-        P iu = MulSI<S>(u);
-        out[t] = c + iu;
-        out[R - t] = c - iu;
+        pack::AddSubSI<S>(c, u, out[t], out[R - t]);
     });
     StaticFor<R>([&](auto k) __attribute__((always_inline)) { a[k] = out[k]; });
 }

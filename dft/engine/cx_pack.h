@@ -227,6 +227,40 @@ inline P MulSI(P a) {
     else return MulNegI(a);
 }
 
+// plus = c + S i b and minus = c - S i b, the radix-2 step whose twiddle
+// is -+i. Where the level has FMA the sign pattern folds into one
+// add-subtract and one subtract-add (a multiply by 1 is exact), which
+// spares the sign flip MulSI's product costs: one instruction in four.
+template <int S, class P>
+__attribute__((always_inline)) inline void AddSubSI(P c, P b, P &plus, P &minus) {
+#if defined(__FMA__)
+    if constexpr (kVectorPack<P>) {
+        using V = typename P::V;
+        const V s = P::Swap(b.v);
+        V up, down;  // c + i b, c - i b
+        if constexpr (sizeof(V) == 32 && sizeof(c.v[0]) == 8) {
+            up = (V)_mm256_addsub_pd((__m256d)c.v, (__m256d)s);
+            down = (V)_mm256_fmsubadd_pd((__m256d)c.v, _mm256_set1_pd(1.0), (__m256d)s);
+        } else if constexpr (sizeof(V) == 32) {
+            up = (V)_mm256_addsub_ps((__m256)c.v, (__m256)s);
+            down = (V)_mm256_fmsubadd_ps((__m256)c.v, _mm256_set1_ps(1.0f), (__m256)s);
+        } else if constexpr (sizeof(c.v[0]) == 8) {
+            up = (V)_mm_addsub_pd((__m128d)c.v, (__m128d)s);
+            down = (V)_mm_fmsubadd_pd((__m128d)c.v, _mm_set1_pd(1.0), (__m128d)s);
+        } else {
+            up = (V)_mm_addsub_ps((__m128)c.v, (__m128)s);
+            down = (V)_mm_fmsubadd_ps((__m128)c.v, _mm_set1_ps(1.0f), (__m128)s);
+        }
+        plus.v = S > 0 ? up : down;
+        minus.v = S > 0 ? down : up;
+        return;
+    }
+#endif
+    const P ib = MulSI<S>(b);
+    plus = c + ib;
+    minus = c - ib;
+}
+
 }  // namespace orb::dft::pack
 
 #endif
