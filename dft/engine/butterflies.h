@@ -91,30 +91,60 @@ ORB_BFLY_INLINE P TwiddleConst(P x) {
     }
 }
 
-// In-place DFT of a[0..R-1] for R a power of two.
-template <int R, int S, class T, class P>
+// plus = e + w o and minus = e - w o for w = exp(S 2 pi i t / R): a radix-2
+// step after a constant twiddle, fused with it where the twiddle allows:
+// +-1 and -+i cost no product, (+-1 + S i) / sqrt 2 with FMA is the sum or
+// difference first, then e +- h y as two fused multiply-adds (one
+// instruction fewer than the product and the two sums).
+template <int R, int t, int S, class T, class P>
+ORB_BFLY_INLINE void TwiddledPair(P e, P o, P &plus, P &minus) {
+    constexpr int tt = t % R;
+    if constexpr (tt == 0) {
+        plus = e + o;
+        minus = e - o;
+    } else if constexpr (R % 2 == 0 && 2 * tt >= R) {
+        // w = -exp(S 2 pi i (t - R/2) / R)
+        TwiddledPair<R, tt - R / 2, S, T>(e, o, minus, plus);
+    } else if constexpr (4 * tt == R) {
+        pack::AddSubSI<S>(e, o, plus, minus);
+    } else if constexpr (pack::kFused && pack::kVectorPack<P> && (8 * tt == R || 8 * tt == 3 * R)) {
+        constexpr T h = T(0.707106781186547524400844362104849039L);
+        P up, down;
+        pack::AddSubSI<S>(o, o, up, down);
+        if constexpr (8 * tt == R) {
+            plus = pack::MulAdd(e, up, h);
+            minus = pack::MulAdd(e, up, -h);
+        } else {
+            plus = pack::MulAdd(e, down, -h);
+            minus = pack::MulAdd(e, down, h);
+        }
+    } else {
+        const P w = TwiddleConst<R, tt, S, P, T>(o);
+        plus = e + w;
+        minus = e - w;
+    }
+}
+
+// In-place DFT of a[0..R-1] for R a power of two, of the inputs times
+// w_N^(j K) (none for K = 0): the twiddles of the even half ride down the
+// recursion to its radix-2 steps, where TwiddledPair fuses them; the odd
+// half takes its own.
+template <int R, int S, class T, int N = R, int K = 0, class P>
 ORB_BFLY_INLINE void Pow2(P *a) {
     if constexpr (R == 2) {
-        P t = a[0];
-        a[0] = t + a[1];
-        a[1] = t - a[1];
+        const P a0 = a[0], a1 = a[1];
+        TwiddledPair<N, K, S, T>(a0, a1, a[0], a[1]);
     } else if constexpr (R > 2) {
         constexpr int H = R / 2;
         P e[H], o[H];
         StaticFor<H>([&](auto k) __attribute__((always_inline)) {
             e[k] = a[2 * k];
-            o[k] = a[2 * k + 1];
+            o[k] = TwiddleConst<N, ((2 * k + 1) * K) % N, S, P, T>(a[2 * k + 1]);
         });
-        Pow2<H, S, T>(e);
+        Pow2<H, S, T, N, (2 * K) % N>(e);
         Pow2<H, S, T>(o);
         StaticFor<H>([&](auto t) __attribute__((always_inline)) {
-            if constexpr (4 * t == R) {
-                pack::AddSubSI<S>(e[t], o[t], a[t], a[t + H]);
-            } else {
-                P w = TwiddleConst<R, t, S, P, T>(o[t]);
-                a[t] = e[t] + w;
-                a[t + H] = e[t] - w;
-            }
+            TwiddledPair<R, t, S, T>(e[t], o[t], a[t], a[t + H]);
         });
     }
 }
@@ -139,8 +169,8 @@ ORB_BFLY_INLINE void Odd(P *a) {
             constexpr int k = km + 1;
             constexpr T cc = T(CosTurn((long long)t * k, R));
             constexpr T ss = T(SinTurn((long long)t * k, R));
-            c = c + s[km] * cc;
-            u = u + d[km] * ss;
+            c = pack::MulAdd(c, s[km], cc);
+            u = pack::MulAdd(u, d[km], ss);
         });
         pack::AddSubSI<S>(c, u, out[t], out[R - t]);
     });
@@ -181,6 +211,9 @@ template <int A, int B, int S, class T, class P, class LoadF, class StoreF>
 ORB_BFLY_INLINE void TwoFactor(LoadF load, StoreF store) {
     constexpr int N = A * B;
     constexpr bool kPrimeFactor = A > 1 && B > 1 && Gcd(A, B) == 1;
+    // Radix-B power-of-two butterflies take the twiddles w_N^(j2 k1) as
+    // their inputs' (Pow2), which fuses some into their radix-2 steps.
+    constexpr bool kPow2Second = !kPrimeFactor && B > 1 && (B & (B - 1)) == 0;
     P u[N];
     StaticFor<B>([&](auto j2) __attribute__((always_inline)) {
         P a[A];
@@ -189,14 +222,15 @@ ORB_BFLY_INLINE void TwoFactor(LoadF load, StoreF store) {
         });
         Butterfly<A, S, T>(a);
         StaticFor<A>([&](auto k1) __attribute__((always_inline)) {
-            if constexpr (kPrimeFactor) u[j2 * A + k1] = a[k1];
+            if constexpr (kPrimeFactor || kPow2Second) u[j2 * A + k1] = a[k1];
             else u[j2 * A + k1] = TwiddleConst<N, j2 * k1, S, P, T>(a[k1]);
         });
     });
     StaticFor<A>([&](auto k1) __attribute__((always_inline)) {
         P b[B];
         StaticFor<B>([&](auto j2) __attribute__((always_inline)) { b[j2] = u[j2 * A + k1]; });
-        Butterfly<B, S, T>(b);
+        if constexpr (kPow2Second) Pow2<B, S, T, N, k1>(b);
+        else Butterfly<B, S, T>(b);
         StaticFor<B>([&](auto k2) __attribute__((always_inline)) {
             if constexpr (kPrimeFactor)
                 store((k1 * B * InverseMod(B % A, A) + k2 * A * InverseMod(A % B, B)) % N, b[k2]);
@@ -241,8 +275,8 @@ inline void Generic(int r, const Cx<T> *w, const P *a, P *out, P *s, P *d) {
         for (int k = 1; k <= h; ++k) {
             idx += t;
             if (idx >= r) idx -= r;
-            c = c + s[k - 1] * w[idx].re;
-            u = u + d[k - 1] * w[idx].im;
+            c = pack::MulAdd(c, s[k - 1], w[idx].re);
+            u = pack::MulAdd(u, d[k - 1], w[idx].im);
         }
         // w already carries the direction: u * i gives S i sin terms.
         P iu = MulSI<1>(u);

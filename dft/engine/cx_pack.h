@@ -227,6 +227,39 @@ inline P MulSI(P a) {
     else return MulNegI(a);
 }
 
+#if defined(__FMA__)
+constexpr bool kFused = true;
+#else
+constexpr bool kFused = false;
+#endif
+
+// acc + x k, one fused multiply-add where the level has FMA (the compiler
+// fuses only within one expression, and the packs' operators are separate
+// functions).
+template <class P, class T>
+__attribute__((always_inline)) inline P MulAdd(P acc, P x, T k) {
+    return acc + x * k;
+}
+template <class T>
+__attribute__((always_inline)) inline Pack<T, 1> MulAdd(Pack<T, 1> acc, Pack<T, 1> x, T k) {
+    if constexpr (kFused && sizeof(T) == 4) return {__builtin_fmaf(x.re, k, acc.re), __builtin_fmaf(x.im, k, acc.im)};
+    else if constexpr (kFused) return {__builtin_fma(x.re, k, acc.re), __builtin_fma(x.im, k, acc.im)};
+    else return {acc.re + x.re * k, acc.im + x.im * k};
+}
+template <class T, int L>
+__attribute__((always_inline)) inline Pack<T, L> MulAdd(Pack<T, L> acc, Pack<T, L> x, T k) {
+#if defined(__FMA__)
+    using V = typename Pack<T, L>::V;
+    const V kv = Pack<T, L>::Splat(k);
+    if constexpr (sizeof(V) == 32 && sizeof(T) == 8) return {(V)_mm256_fmadd_pd((__m256d)x.v, (__m256d)kv, (__m256d)acc.v)};
+    else if constexpr (sizeof(V) == 32) return {(V)_mm256_fmadd_ps((__m256)x.v, (__m256)kv, (__m256)acc.v)};
+    else if constexpr (sizeof(T) == 8) return {(V)_mm_fmadd_pd((__m128d)x.v, (__m128d)kv, (__m128d)acc.v)};
+    else return {(V)_mm_fmadd_ps((__m128)x.v, (__m128)kv, (__m128)acc.v)};
+#else
+    return {acc.v + x.v * k};
+#endif
+}
+
 // plus = c + S i b and minus = c - S i b, the radix-2 step whose twiddle
 // is -+i. Where the level has FMA the sign pattern folds into one
 // add-subtract and one subtract-add (a multiply by 1 is exact), which
