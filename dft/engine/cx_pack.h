@@ -12,6 +12,8 @@
 
 #if ORB_KLEVEL >= 6
 #include <immintrin.h>
+#elif defined(__SSE3__)
+#include <pmmintrin.h>
 #endif
 
 #include "dft/engine/stage_plan.h"
@@ -165,9 +167,9 @@ struct Pack {
     static V Flip(V a) {
         return FlipSigns<Re, Im>(a);
     }
-    // a * (c + i s), c and s given in both halves of every lane: on AVX
-    // levels the sign of the cross products folds into one add-subtract,
-    // fused with the multiply when the level has FMA.
+    // a * (c + i s), c and s given in both halves of every lane: where the
+    // level has SSE3 the sign of the cross products folds into one
+    // add-subtract, fused with the multiply when it has FMA.
     __attribute__((always_inline)) static Pack MulParts(Pack a, V c, V s) {
 #if ORB_KLEVEL >= 6
         if constexpr (sizeof(V) == 32) {
@@ -186,6 +188,17 @@ struct Pack {
 #endif
             }
         }
+#endif
+#if defined(__FMA__)
+        if constexpr (sizeof(V) == 16 && sizeof(T) == 8)
+            return {(V)_mm_fmaddsub_pd((__m128d)a.v, (__m128d)c, (__m128d)(Swap(a.v) * s))};
+        if constexpr (sizeof(V) == 16)
+            return {(V)_mm_fmaddsub_ps((__m128)a.v, (__m128)c, (__m128)(Swap(a.v) * s))};
+#elif defined(__SSE3__)
+        if constexpr (sizeof(V) == 16 && sizeof(T) == 8)
+            return {(V)_mm_addsub_pd((__m128d)(a.v * c), (__m128d)(Swap(a.v) * s))};
+        if constexpr (sizeof(V) == 16)
+            return {(V)_mm_addsub_ps((__m128)(a.v * c), (__m128)(Swap(a.v) * s))};
 #endif
         return {a.v * c + Flip<true, false>(Swap(a.v) * s)};
     }
