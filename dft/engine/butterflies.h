@@ -279,9 +279,7 @@ inline void Generic(int r, const Cx<T> *w, const P *a, P *out, P *s, P *d) {
             u = pack::MulAdd(u, d[k - 1], w[idx].im);
         }
         // w already carries the direction: u * i gives S i sin terms.
-        P iu = MulSI<1>(u);
-        out[t] = c + iu;
-        out[r - t] = c - iu;
+        pack::AddSubSI<1>(c, u, out[t], out[r - t]);
     }
 }
 
