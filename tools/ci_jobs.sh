@@ -16,6 +16,7 @@ esac
 root=$PWD
 tc=$root/cmake/toolchains
 wine=/usr/lib/wine/wine64
+wineserver=/usr/lib/wine/wineserver64
 
 # The test builds of the 32-bit and Windows jobs check the platform (pointer
 # widths, record layouts, the Windows services), not the kernels: their
@@ -77,14 +78,14 @@ case "$job" in
     # One server for the whole run, started first: with its default linger
     # a test that starts just as the idle server exits lost its connection
     # ("recvmsg: Connection reset by peer", once in a dozen runs).
-    /usr/lib/wine/wineserver64 -p >/dev/null 2>&1 || true
+    "$wineserver" -p >/dev/null 2>&1 || true
     "$wine" wineboot --init >/dev/null 2>&1 || true
     # The ELF symbol check is replaced here by the DLL check.
     (cd build-wine64 && ctest -j2 --output-on-failure -E '^exported_symbols$')
     # The tour loads orb_custom.dll from its own directory.
     cp build-wine64/orb_custom.dll build-wine64/examples/
     "$wine" build-wine64/examples/tour.exe | tr -d '\r'
-    /usr/lib/wine/wineserver64 -k >/dev/null 2>&1 || true
+    "$wineserver" -k >/dev/null 2>&1 || true
     ;;
   *) echo "ci_jobs.sh: unknown job $job" >&2; exit 2 ;;
 esac

@@ -20,35 +20,6 @@ using twopass::CodeletSplit;
 template <class T>
 constexpr int kW = pack::kVectorBytes / int(sizeof(T));
 
-// Two complex doubles from split parts re[0..2) and im[0..2). With AVX2 the
-// parts become the two halves (the insert takes its half from memory) and
-// one lane permute interleaves them, where the compiler's own interleave
-// takes three shuffles a pack; the empty asm keeps it from merging the two
-// steps back into that form. (These kernels are built for double only.)
-template <class P>
-__attribute__((always_inline)) inline P JoinParts(const double *re, const double *im) {
-#if defined(__AVX2__)
-    if constexpr (std::is_same_v<P, Pack<double, 2>>) {
-        __m256d t = _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(re)), _mm_loadu_pd(im), 1);
-        asm("" : "+x"(t));
-        return {(typename P::V)_mm256_permute4x64_pd(t, 0xd8)};
-    }
-#endif
-    return P::LoadParts(re, im);
-}
-
-// The inverse for two-lane packs: one lane permute puts the real parts in
-// the low half and the imaginary parts in the high half, stored as two
-// half vectors (the element-wise form took three shuffles a pack).
-template <class T>
-__attribute__((always_inline)) inline void SplitStore(Pack<T, 2> v, T *re, T *im) {
-    typedef T H __attribute__((vector_size(2 * sizeof(T)), aligned(sizeof(T))));
-    const typename Pack<T, 2>::V t = __builtin_shufflevector(v.v, v.v, 0, 2, 1, 3);
-    const H a = __builtin_shufflevector(t, t, 0, 1), b = __builtin_shufflevector(t, t, 2, 3);
-    memcpy(re, &a, sizeof a);
-    memcpy(im, &b, sizeof b);
-}
-
 // Second pass for outputs k2 .. k2+LL-1 (of every k1), as
 // twopass::TwiddledColumns but stored into the two parts.
 template <int N1, int N2, int S, class T, int LL>
@@ -66,8 +37,7 @@ __attribute__((always_inline)) inline void SplitSecond(const Cx<T> *y, T *out_re
                 out_re[k2 + N2 * k] = v.re;
                 out_im[k2 + N2 * k] = v.im;
             } else {
-                static_assert(LL == 2, "two complex doubles a vector");
-                SplitStore(v, out_re + k2 + N2 * k, out_im + k2 + N2 * k);
+                v.StoreParts(out_re + k2 + N2 * k, out_im + k2 + N2 * k);
             }
         },
         scale);
@@ -86,7 +56,7 @@ void ThreePass(const T *xr, const T *xi, T *out_re, T *out_im, Cx<T> *work, cons
     using P = Pack<T, LL>;
     P s[M];
     const Cx<T> *twb = tw + TwoPassTwiddleEntries<T>(N1 * M);
-    auto load = [xr, xi](int64_t e) __attribute__((always_inline)) { return JoinParts<P>(xr + e, xi + e); };
+    auto load = [xr, xi](int64_t e) __attribute__((always_inline)) { return P::LoadParts(xr + e, xi + e); };
     for (int64_t j1 = 0; j1 < N1; j1 += LL) threepass::BlockColumns<N1, A, B, S, T, LL>(load, work, twb, s, j1);
     // A scale of 1 (the usual forward transform) multiplies nothing.
     if (scale == T(1)) {
