@@ -133,7 +133,9 @@
  *        kind 4  the transform engine on the split arrays (any length); the
  *                scale is folded into the engine plan;
  *        kind 3  straight-line kernels for n <= 10 (AVX2+FMA, AVX or
- *                SSE2-class by CpuLevel), any strides, scale applied inside.
+ *                SSE2-class by CpuLevel), any strides, scale applied inside;
+ *                n = 8 with unit strides at AVX2+FMA works on the two
+ *                arrays directly, four parts a vector.
  *   4. small cube (complex, interleaved, one transform, scales exactly 1.0,
  *      n x n x n with n <= 10, dense default strides): fully unrolled
  *      three-pass kernels per CpuLevel, in or out of place.

@@ -3,6 +3,8 @@
 // every n, in and out of place) and split-storage straight-line kernels
 // (strides, negative too, scale). The small-cube path through the public
 // interface, offsets included, is in the complex layout table.
+#include <string>
+
 #include <gtest/gtest.h>
 
 #include "dft/smallcube/cube_kernels.h"
@@ -51,32 +53,44 @@ TEST(DftiSmallCube, EveryLevelEveryN) {
 
 TEST(DftiSplitStraight, EveryLevelEveryN) {
     struct Layout { int64_t is, os; bool in_place; };
-    const Layout layouts[] = {{1, 1, false}, {3, -2, false}, {-1, -1, true}, {2, 2, true}};
+    const Layout layouts[] = {{1, 1, false}, {1, 1, true}, {3, -2, false}, {-1, -1, true}, {2, 2, true}};
     for (int level : {2, 6, 7})
         for (bool backward : {false, true})
             for (const Layout &l : layouts)
-                for (int n = 1; n <= kSplitStraightMaxN; ++n) {
-                    const int64_t span = 3 * n + 3;
-                    std::vector<double> re(2 * span, 9), im(2 * span, 9), ore(2 * span, 9),
-                        oim(2 * span, 9);
-                    const int64_t mid = span;  // index 0 with room on both sides
-                    const std::vector<LCx> x = RandomComplex(n, 31 + n), ref = NaiveAll(x, {n}, backward ? 1 : -1);
-                    for (int j = 0; j < n; ++j) {
-                        re[mid + j * l.is] = double(x[j].real());
-                        im[mid + j * l.is] = double(x[j].imag());
+                for (double scale : {0.5, 1.0})
+                    for (int n = 1; n <= kSplitStraightMaxN; ++n) {
+                        const int64_t span = 3 * n + 3;
+                        std::vector<double> re(2 * span, 9), im(2 * span, 9), ore(2 * span, 9),
+                            oim(2 * span, 9);
+                        const int64_t mid = span;  // index 0 with room on both sides
+                        const std::vector<LCx> x = RandomComplex(n, 31 + n),
+                                               ref = NaiveAll(x, {n}, backward ? 1 : -1);
+                        for (int j = 0; j < n; ++j) {
+                            re[mid + j * l.is] = double(x[j].real());
+                            im[mid + j * l.is] = double(x[j].imag());
+                        }
+                        double *out_re = l.in_place ? re.data() : ore.data();
+                        double *out_im = l.in_place ? im.data() : oim.data();
+                        SplitKernelsForLevel(level).k[backward][n](re.data() + mid, im.data() + mid,
+                                                                   out_re + mid, out_im + mid, l.is,
+                                                                   l.os, scale);
+                        std::vector<LCx> got(n);
+                        for (int k = 0; k < n; ++k)
+                            got[k] = LCx(out_re[mid + k * l.os], out_im[mid + k * l.os]) / (long double)scale;
+                        const std::string where = "level " + std::to_string(level) + " backward " +
+                                                  std::to_string(backward) + " n " + std::to_string(n) +
+                                                  " is " + std::to_string(l.is) + " os " + std::to_string(l.os);
+                        EXPECT_LE(RelRms(got, ref), Tolerance(true, n)) << where;
+                        if (l.in_place) continue;
+                        // Nothing outside the n outputs is written.
+                        int stray = 0;
+                        for (int64_t i = 0; i < 2 * span; ++i) {
+                            const int64_t off = i - mid;
+                            const bool output = off % l.os == 0 && off / l.os >= 0 && off / l.os < n;
+                            if (!output) stray += (ore[i] != 9) + (oim[i] != 9);
+                        }
+                        EXPECT_EQ(stray, 0) << where;
                     }
-                    double *out_re = l.in_place ? re.data() : ore.data();
-                    double *out_im = l.in_place ? im.data() : oim.data();
-                    SplitKernelsForLevel(level).k[backward][n](re.data() + mid, im.data() + mid,
-                                                               out_re + mid, out_im + mid, l.is,
-                                                               l.os, 0.5);
-                    std::vector<LCx> got(n);
-                    for (int k = 0; k < n; ++k)
-                        got[k] = LCx(out_re[mid + k * l.os], out_im[mid + k * l.os]) * 2.0L;
-                    EXPECT_LE(RelRms(got, ref), Tolerance(true, n))
-                        << "level " << level << " backward " << backward << " n " << n
-                        << " is " << l.is << " os " << l.os;
-                }
 }
 
 }  // namespace
