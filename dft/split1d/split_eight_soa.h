@@ -15,7 +15,7 @@ namespace orb::dft::ORB_KNS {
 // Four-point transforms along the lanes of (vr, vi), results in lane
 // order 0, 2, 1, 3: the first step pairs lanes j and j + 2 across the
 // halves, the second pairs neighbours, lanes 2-3 taking their partner from
-// the other part (the multiply by -S i).
+// the other part (the multiply by +-i).
 template <int S>
 __attribute__((always_inline)) inline void LaneFour(__m256d vr, __m256d vi, __m256d &xr, __m256d &xi) {
     const __m256d halves = _mm256_setr_pd(1, 1, -1, -1);
