@@ -45,8 +45,8 @@ __attribute__((always_inline)) inline void SplitSecond(const Cx<T> *y, T *out_re
 
 // Three passes, n = N1 * A * B; tw as three_pass.h's Run reads it, w_(A B)^e
 // after its w_n entries. The first pass is the interleaved one, its packs
-// joined from the parts as they are loaded (two half-vector loads and a
-// lane permute a pack); on packs of split lanes (four columns, real and
+// joined from the parts as they are loaded (Pack::LoadParts: one shuffle a
+// pack); on packs of split lanes (four columns, real and
 // imaginary vectors) its 64-point column bodies kept twice as many vectors
 // live and spilled: 1024 took 2.6 us, against 1.4 interleaved.
 template <int N1, int A, int B, int S, class T>
