@@ -15,7 +15,6 @@
 namespace orb::dft::ORB_KNS::splitpass {
 
 using pack::Pack;
-using twopass::CodeletSplit;
 
 template <class T>
 constexpr int kW = pack::kVectorBytes / int(sizeof(T));
@@ -25,22 +24,15 @@ constexpr int kW = pack::kVectorBytes / int(sizeof(T));
 template <int N1, int N2, int S, class T, int LL>
 __attribute__((always_inline)) inline void SplitSecond(const Cx<T> *y, T *out_re, T *out_im, const Cx<T> *tw,
                                                        int64_t k2, T scale) {
-    using P = Pack<T, LL>;
-    constexpr int A = CodeletSplit(N1);
-    codelet::Body<A, N1 / A, S, T, P>(
-        [&](int j) __attribute__((always_inline)) {
-            const P v = P::Load(y + j * N2 + k2);
-            return j == 0 ? v : twopass::TwiddleMul<N1, N2>(v, tw, j, k2);
-        },
-        [&](int k, P v) __attribute__((always_inline)) {
+    twopass::TwiddledColumnsTo<N1, N2, S, T, LL>(
+        y, tw, k2, scale, [&](int64_t k, Pack<T, LL> v) __attribute__((always_inline)) {
             if constexpr (LL == 1) {
-                out_re[k2 + N2 * k] = v.re;
-                out_im[k2 + N2 * k] = v.im;
+                out_re[k] = v.re;
+                out_im[k] = v.im;
             } else {
-                v.StoreParts(out_re + k2 + N2 * k, out_im + k2 + N2 * k);
+                v.StoreParts(out_re + k, out_im + k);
             }
-        },
-        scale);
+        });
 }
 
 // Three passes, n = N1 * A * B; tw as three_pass.h's Run reads it, w_(A B)^e

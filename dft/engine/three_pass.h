@@ -96,11 +96,17 @@ void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
 // place. 1024 as 32 x 32 (two-pass), 8 x 16 x 8 or 4 x 16 x 16, and 2048
 // as 32 x 8 x 8 or 16 x 8 x 16, measured within noise of the splits they
 // would replace or slower.
-// The AVX2+FMA level also builds 4096 (8 x 32 x 16) and 8192 (8 x 32 x 32)
-// for lone rows where the second-level cache holds 1 MiB or more
-// (fft1d.cpp's LargeCacheSplit).
+// The AVX2+FMA level also builds 4096 (8 x 32 x 16), 8192 (8 x 32 x 32)
+// and 8640 (12 x 24 x 30, Bluestein's length for 4099) for lone rows where
+// the second-level cache holds 1 MiB or more (fft1d.cpp's
+// LargeCacheSplit). 8640 against its stages in one process, time ratios:
+// 0.95-0.97 on an idle machine, 0.88 with another process busy (in place
+// alike); in one run each, 16 x 18 x 30 and 8 x 30 x 36 0.95-0.98,
+// 10 x 24 x 36 0.96-1.03, 20 x 18 x 24 0.78-0.94, 24 x 18 x 20 and
+// 18 x 20 x 24 1.03-1.07.
 #if ORB_KLEVEL >= 7
-#define ORB_DFT_THREE_PASS(X) X(16, 8, 8) X(8, 16, 16) X(24, 8, 8) X(12, 8, 8) X(8, 32, 16) X(8, 32, 32) X(8, 8, 8)
+#define ORB_DFT_THREE_PASS(X) \
+    X(16, 8, 8) X(8, 16, 16) X(24, 8, 8) X(12, 8, 8) X(8, 32, 16) X(8, 32, 32) X(8, 8, 8) X(12, 24, 30)
 #elif ORB_KLEVEL == 6
 #define ORB_DFT_THREE_PASS(X) X(24, 8, 8) X(12, 8, 8)
 #else

@@ -81,10 +81,11 @@ __attribute__((always_inline)) inline P TwiddleMul(P v, const Cx<T> *tw, int j1,
     else return DupTableMul(v, tw + j1 * N2 + k2, tw + N1 * N2 + j1 * N2 + k2);
 }
 
-// Pass 2 for outputs k2 .. k2+LL-1 (of every k1).
-template <int N1, int N2, int S, class T, int LL>
-__attribute__((always_inline)) inline void TwiddledColumns(const Cx<T> *y, Cx<T> *out, const Cx<T> *tw, int64_t k2,
-                                                           T scale) {
+// Pass 2 for outputs k2 .. k2+LL-1 (of every k1), each pack of outputs
+// handed to store(k2 + N2 k1, pack).
+template <int N1, int N2, int S, class T, int LL, class Store>
+__attribute__((always_inline)) inline void TwiddledColumnsTo(const Cx<T> *y, const Cx<T> *tw, int64_t k2, T scale,
+                                                             Store store) {
     using P = Pack<T, LL>;
     constexpr int A = CodeletSplit(N1);
     codelet::Body<A, N1 / A, S, T, P>(
@@ -92,7 +93,15 @@ __attribute__((always_inline)) inline void TwiddledColumns(const Cx<T> *y, Cx<T>
             const P v = P::Load(y + j * N2 + k2);
             return j == 0 ? v : TwiddleMul<N1, N2>(v, tw, j, k2);
         },
-        [&](int k, P v) __attribute__((always_inline)) { v.Store(out + k2 + N2 * k); }, scale);
+        [&](int k, P v) __attribute__((always_inline)) { store(k2 + N2 * k, v); }, scale);
+}
+
+// The same, stored in the final order.
+template <int N1, int N2, int S, class T, int LL>
+__attribute__((always_inline)) inline void TwiddledColumns(const Cx<T> *y, Cx<T> *out, const Cx<T> *tw, int64_t k2,
+                                                           T scale) {
+    TwiddledColumnsTo<N1, N2, S, T, LL>(
+        y, tw, k2, scale, [out](int64_t k, Pack<T, LL> v) __attribute__((always_inline)) { v.Store(out + k); });
 }
 
 // Pass 2 over every k2. A scale of 1 (the usual forward transform) is a

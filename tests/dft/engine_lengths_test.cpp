@@ -97,9 +97,10 @@ TEST(EngineLengths, CombinedMixedRadixOrdersMatchNaiveDft) {
                                    .level = level});
 }
 
-// Where the second-level cache holds 1 MiB or more, lone rows of 4096 and
-// 8192 points (and real rows over them) take a three-pass or 64 x 64
-// kernel, the stages below: out of place and in place at the level that
+// Where the second-level cache holds 1 MiB or more, lone rows of 4096,
+// 8192 and 8640 points (real rows over them, Bluestein's 4099 on 8640)
+// take a three-pass or 64 x 64 kernel, the stages below: out of place and
+// in place at the level that
 // builds those kernels, the stages at one that does not, in a batch and
 // with the smaller cache. Batches of rows beyond 2 MiB run one row at a
 // time there, in blocks of eight with the smaller cache (270 x 500).
@@ -120,6 +121,8 @@ TEST(EngineLengths, SecondLevelCacheRulesMatchNaiveDft) {
         {EngineKind::R2C, 8192, true, false, 0, 7, kLarge},  {EngineKind::C2C, 4096, true, false, 2, 7, kLarge},
         {EngineKind::C2C, 8192, true, false, 0, 6, kLarge},  {EngineKind::C2C, 8192, true, false, 0, 7, kSmall},
         {EngineKind::C2C, 270, true, false, 500, 7, kLarge}, {EngineKind::C2C, 270, true, true, 500, 7, kSmall},
+        {EngineKind::C2C, 8640, true, false, 0, 7, kLarge},  {EngineKind::C2C, 8640, true, true, 0, 7, kLarge},
+        {EngineKind::C2C, 4099, true, false, 0, 7, kLarge},  {EngineKind::C2C, 4099, true, true, 0, 7, kLarge},
     };
     for (const Row &r : rows) {
         SecondLevelCache assumed(r.cache);
