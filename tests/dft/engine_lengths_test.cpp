@@ -100,10 +100,10 @@ TEST(EngineLengths, CombinedMixedRadixOrdersMatchNaiveDft) {
 // Where the second-level cache holds 1 MiB or more, lone rows of 4096,
 // 8192 and 8640 points (real rows over them, Bluestein's 4099 on 8640)
 // take a three-pass or 64 x 64 kernel, the stages below: out of place and
-// in place at the level that
-// builds those kernels, the stages at one that does not, in a batch and
-// with the smaller cache. Batches of rows beyond 2 MiB run one row at a
-// time there, in blocks of eight with the smaller cache (270 x 500).
+// in place at the level that builds those kernels, the stages at one that
+// does not, in a batch and with the smaller cache. Batches of rows beyond
+// 2 MiB run one row at a time there, in blocks of eight with the smaller
+// cache (270 x 500).
 TEST(EngineLengths, SecondLevelCacheRulesMatchNaiveDft) {
     constexpr int64_t kLarge = int64_t(2) << 20, kSmall = int64_t(256) << 10;
     struct Row {
