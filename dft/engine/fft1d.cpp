@@ -305,7 +305,7 @@ const PassSplit *TwoPassSplits(int64_t n, bool single) {
 // (double 4096 up to 8% faster); in batches, whose rows stream from
 // memory, double 4096 and 8192 ran 1.09-1.26x slower on either cache.
 // Double 8640 as 12 x 24 x 30 (three_pass.h) 0.88-0.97, in place alike,
-// and Bluestein's 4099 on it 0.95-1.0 (in place 0.78-0.83); not measured
+// and Bluestein's 4099 on it 0.92-0.97 (in place 0.92-0.94); not measured
 // with the smaller cache or in batches.
 constexpr int64_t kLargeSecondLevelBytes = int64_t(1) << 20;
 
