@@ -40,28 +40,46 @@ constexpr int CodeletSplit(int n) {
     return 0;
 }
 
-// Pass 1 for columns j1 .. j1+LL-1.
+// Pass 1 for columns j1 .. j1+LL-1. With more than one lane a vector, each
+// group of outputs is stored as soon as the body has produced all of it (a
+// bit mask the compiler folds away): the body's last butterflies hand
+// outputs over in strides, and holding all N2 of them to the end spilled
+// more (single 4096: 221 spill stores and 263 reloads a block of 64 x 4,
+// 163 and 225 so; single 1024 and 2048 0.85-0.92 of the time, double 960
+// and 1000 0.93). One lane a vector stores the row at the end, in order:
+// out of order, double 500 and 1000 ran 5% slower.
 template <int N1, int N2, int S, class T, int LL>
 __attribute__((always_inline)) inline void Columns(const Cx<T> *x, Cx<T> *y, int64_t j1) {
     using P = Pack<T, LL>;
+    static_assert(N2 <= 64, "the ready mask holds 64 outputs");
     constexpr int A = CodeletSplit(N2);
+    // Four lanes store pairs: single 128-1024 points ran 10-15% faster so
+    // with AVX2+FMA (5-10% with AVX) than through 4 x 4 transposes; two
+    // complex doubles a vector stored as halves measured no faster.
+    constexpr int G = LL == 4 ? 2 : LL == 1 ? N2 : LL;  // outputs a group
+    constexpr uint64_t kGroup = G == 64 ? ~uint64_t(0) : (uint64_t(1) << G) - 1;
     P o[N2];
-    codelet::Body<A, N2 / A, S, T, P>([&](int j) __attribute__((always_inline)) { return P::Load(x + j1 + N1 * j); },
-                                      [&](int k, P v) __attribute__((always_inline)) { o[k] = v; }, T(1));
-    if constexpr (LL == 4) {
-        // Single 128-1024 points ran 10-15% faster so with AVX2+FMA (5-10%
-        // with AVX) than through 4 x 4 transposes; two complex doubles a
-        // vector stored as halves measured no faster.
-        bfly::StaticFor<N2 / 2>([&](auto h) __attribute__((always_inline)) {
-            P::StorePairs(o[2 * h], o[2 * h + 1], y + j1 * N2 + 2 * h, N2);
-        });
-    } else {
-        bfly::StaticFor<N2 / LL>([&](auto g) __attribute__((always_inline)) {
-            P t[LL];
-            codelet::Transpose<LL>(&o[g * LL], t);
-            bfly::StaticFor<LL>([&](auto c) __attribute__((always_inline)) { t[c].Store(y + (j1 + c) * N2 + g * LL); });
-        });
-    }
+    uint64_t ready = 0;
+    codelet::Body<A, N2 / A, S, T, P>(
+        [&](int j) __attribute__((always_inline)) { return P::Load(x + j1 + N1 * j); },
+        [&](int k, P v) __attribute__((always_inline)) {
+            o[k] = v;
+            ready |= uint64_t(1) << k;
+            const int g = k - k % G;
+            if (((ready >> g) & kGroup) != kGroup) return;
+            if constexpr (LL == 4) {
+                P::StorePairs(o[g], o[g + 1], y + j1 * N2 + g, N2);
+            } else {
+                bfly::StaticFor<G / LL>([&](auto b) __attribute__((always_inline)) {
+                    P t[LL];
+                    codelet::Transpose<LL>(&o[g + b * LL], t);
+                    bfly::StaticFor<LL>([&](auto c) __attribute__((always_inline)) {
+                        t[c].Store(y + (j1 + c) * N2 + g + b * LL);
+                    });
+                });
+            }
+        },
+        T(1));
 }
 
 // v times the twiddle whose real part fills `re` and imaginary part `im`
