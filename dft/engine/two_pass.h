@@ -45,9 +45,9 @@ constexpr int CodeletSplit(int n) {
 // bit mask the compiler folds away): the body's last butterflies hand
 // outputs over in strides, and holding all N2 of them to the end spilled
 // more (single 4096: 221 spill stores and 263 reloads a block of 64 x 4,
-// 163 and 225 so; single 1024 and 2048 0.85-0.92 of the time, double 960
-// and 1000 0.93). One lane a vector stores the row at the end, in order:
-// out of order, double 500 and 1000 ran 5% slower.
+// 163 and 225 so; with AVX2+FMA single 1024-4096 0.85-0.98 of the time,
+// double 960 and 1000 0.92-0.97). One lane a vector stores the row at the
+// end, in order: out of order, double 500 and 1000 ran 5% slower.
 template <int N1, int N2, int S, class T, int LL>
 __attribute__((always_inline)) inline void Columns(const Cx<T> *x, Cx<T> *y, int64_t j1) {
     using P = Pack<T, LL>;
