@@ -49,9 +49,14 @@ struct SoaPack {
             v[3] = __builtin_shufflevector(t1, t3, 2, 3, 6, 7);
         }
     }
+    // Both parts of w in every lane.
+    template <class C>
+    static SoaPack Bcast(const C &w) {
+        return {V{} + w.re, V{} + w.im};
+    }
     // Lane c as the complex number at p[c * stride] (interleaved pairs).
     template <class C>
-    __attribute__((always_inline)) void StoreInterleaved(C *p, int64_t stride) const {
+    __attribute__((always_inline)) void Scatter(C *p, int64_t stride) const {
         static_assert(sizeof(C) == 2 * sizeof(T));
         if constexpr (W == 4) {
             typedef T H __attribute__((vector_size(2 * sizeof(T)), aligned(sizeof(T))));

@@ -37,7 +37,8 @@ __attribute__((always_inline)) inline void SplitSecond(const Cx<T> *y, T *out_re
         });
 }
 
-// Whether the first pass runs on packs of split lanes (SoaBlockColumns):
+// Whether the first pass runs on packs of split lanes (four columns a
+// pair of vectors):
 // with 256-bit vectors the column blocks of 8-point steps fit the
 // registers either way, and in one process against the joined loads, time
 // ratios, 1024 (16 x 8 x 8) took 0.93-0.97, 768 and 1536 0.87-1.06 (noise
@@ -45,38 +46,6 @@ __attribute__((always_inline)) inline void SplitSecond(const Cx<T> *y, T *out_re
 template <class T>
 constexpr bool SoaFirstPass(int n1) {
     return kW<T> == 4 && n1 % 4 == 0 && n1 > 8;
-}
-
-// Pass 1 for columns j1 .. j1+W-1 on packs of split lanes (one vector of
-// real parts, one of imaginary parts, as the parts lie in memory): neither
-// the loads nor step ii's twiddle products shuffle; each output pack is
-// interleaved by two unpacks into the rows of y.
-template <int N1, int A, int B, int S, class T>
-__attribute__((always_inline)) inline void SoaBlockColumns(const T *xr, const T *xi, Cx<T> *y, const Cx<T> *twb,
-                                                           pack::SoaPack<T, kW<T>> *s, int64_t j1) {
-    constexpr int W = kW<T>, M = A * B;
-    using PV = pack::SoaPack<T, W>;
-    using V = typename PV::V;
-    for (int ja = 0; ja < A; ++ja) {
-        const int64_t xa = j1 + N1 * ja;
-        PV *sa = s + ja * B;
-        codelet::Body<twopass::CodeletSplit(B), B / twopass::CodeletSplit(B), S, T, PV>(
-            [&](int j) __attribute__((always_inline)) {
-                return PV{PV::Load(xr + xa + N1 * A * j), PV::Load(xi + xa + N1 * A * j)};
-            },
-            [&](int k, PV v) __attribute__((always_inline)) { sa[k] = v; }, T(1));
-    }
-    for (int kb = 0; kb < B; ++kb) {
-        codelet::Body<twopass::CodeletSplit(A), A / twopass::CodeletSplit(A), S, T, PV>(
-            [&](int ja) __attribute__((always_inline)) {
-                const PV v = s[ja * B + kb];
-                if (ja == 0) return v;
-                const Cx<T> w = twb[ja * kb];
-                return Mul(v, PV{V{} + w.re, V{} + w.im});
-            },
-            [&](int ka, PV v) __attribute__((always_inline)) { v.StoreInterleaved(y + j1 * M + kb + B * ka, M); },
-            T(1));
-    }
 }
 
 // Three passes, n = N1 * A * B; tw as three_pass.h's Run reads it, w_(A B)^e
@@ -93,12 +62,16 @@ void ThreePass(const T *xr, const T *xi, T *out_re, T *out_im, Cx<T> *work, cons
     using P = Pack<T, LL>;
     const Cx<T> *twb = tw + TwoPassTwiddleEntries<T>(N1 * M);
     if constexpr (SoaFirstPass<T>(N1)) {
-        pack::SoaPack<T, kW<T>> q[M];
-        for (int64_t j1 = 0; j1 < N1; j1 += kW<T>) SoaBlockColumns<N1, A, B, S, T>(xr, xi, work, twb, q, j1);
+        // Split lanes: neither the loads nor the twiddle products shuffle;
+        // each output pack is interleaved by two unpacks into its rows.
+        using Q = pack::SoaPack<T, kW<T>>;
+        Q s[M];
+        auto load = [xr, xi](int64_t e) __attribute__((always_inline)) { return Q{Q::Load(xr + e), Q::Load(xi + e)}; };
+        for (int64_t j1 = 0; j1 < N1; j1 += kW<T>) threepass::BlockColumns<N1, A, B, S, T>(load, work, twb, s, j1);
     } else {
         P s[M];
         auto load = [xr, xi](int64_t e) __attribute__((always_inline)) { return P::LoadParts(xr + e, xi + e); };
-        for (int64_t j1 = 0; j1 < N1; j1 += LL) threepass::BlockColumns<N1, A, B, S, T, LL>(load, work, twb, s, j1);
+        for (int64_t j1 = 0; j1 < N1; j1 += LL) threepass::BlockColumns<N1, A, B, S, T>(load, work, twb, s, j1);
     }
     // A scale of 1 (the usual forward transform) multiplies nothing.
     if (scale == T(1)) {

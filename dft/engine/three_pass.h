@@ -20,14 +20,13 @@ namespace orb::dft::ORB_KNS::threepass {
 using pack::Pack;
 using twopass::CodeletSplit;
 
-// Pass 1 for columns j1 .. j1+LL-1: their length-(A*B) transforms into the
-// rows of y. twb[e] = w_(A B)^e; s holds A*B packs; load(e) gives the pack
-// of input elements e .. e+LL-1 (interleaved pairs, or joined from split
-// parts as they are read).
-template <int N1, int A, int B, int S, class T, int LL, class Load>
-__attribute__((always_inline)) inline void BlockColumns(Load load, Cx<T> *y, const Cx<T> *twb, Pack<T, LL> *s,
-                                                        int64_t j1) {
-    using P = Pack<T, LL>;
+// Pass 1 for the columns j1 onwards that a pack P holds: their
+// length-(A*B) transforms into the rows of y. twb[e] = w_(A B)^e; s holds
+// A*B packs; load(e) gives the pack of input elements e onwards
+// (interleaved pairs, joined from split parts as they are read, or the
+// parts themselves as split lanes).
+template <int N1, int A, int B, int S, class T, class P, class Load>
+__attribute__((always_inline)) inline void BlockColumns(Load load, Cx<T> *y, const Cx<T> *twb, P *s, int64_t j1) {
     constexpr int M = A * B;
     for (int ja = 0; ja < A; ++ja) {
         const int64_t xa = j1 + N1 * ja;
@@ -58,7 +57,7 @@ void Run(const Cx<T> *x, Cx<T> *out, Cx<T> *work, const Cx<T> *tw, T scale) {
     Cx<T> *y = x == out ? work : out;
     const Cx<T> *twb = tw + TwoPassTwiddleEntries<T>(N1 * M);
     auto load = [x](int64_t e) __attribute__((always_inline)) { return Pack<T, LL>::Load(x + e); };
-    for (int64_t j1 = 0; j1 < N1; j1 += LL) BlockColumns<N1, A, B, S, T, LL>(load, y, twb, s, j1);
+    for (int64_t j1 = 0; j1 < N1; j1 += LL) BlockColumns<N1, A, B, S, T>(load, y, twb, s, j1);
     twopass::TwiddledPass<N1, M, S, T>(y, out, tw, scale);
 }
 
