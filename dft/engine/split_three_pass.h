@@ -1,9 +1,8 @@
 // The three-pass kernels of three_pass.h on split storage: the first pass
 // reads the two input arrays (on packs of split lanes, or joining its packs
 // as it loads them) and writes interleaved rows of the scratch Y; the
-// second pass runs as before on Y
-// and stores each vector's real and imaginary halves straight into the two
-// output arrays. Y is always the caller's work array (n elements), so in
+// second pass runs as before on Y and stores each vector's real and
+// imaginary halves straight into the two output arrays. Y is always the caller's work array (n elements), so in
 // place needs nothing else. The two-pass lengths keep the join and split
 // copies: on the parts their first pass (lanes stored pair by pair) measured
 // slower at 256 (0.78-0.83 of FFTW against 0.83-0.92).
@@ -37,12 +36,11 @@ __attribute__((always_inline)) inline void SplitSecond(const Cx<T> *y, T *out_re
         });
 }
 
-// Whether the first pass runs on packs of split lanes (four columns a
-// pair of vectors):
-// with 256-bit vectors the column blocks of 8-point steps fit the
-// registers either way, and in one process against the joined loads, time
-// ratios, 1024 (16 x 8 x 8) took 0.93-0.97, 768 and 1536 0.87-1.06 (noise
-// around 0.95), 512 (8 x 8 x 8, two blocks of columns) 1.04-1.07.
+// Whether the first pass runs on packs of split lanes (four columns a pair
+// of vectors). With 256-bit vectors the 8-point steps fit the registers
+// either way; in one process against the joined loads, time ratios, 1024
+// (16 x 8 x 8) took 0.90-0.97, 768 and 1536 0.82-1.06 (most runs near
+// 0.95), 512 (8 x 8 x 8, two blocks of columns) 1.04-1.07.
 template <class T>
 constexpr bool SoaFirstPass(int n1) {
     return kW<T> == 4 && n1 % 4 == 0 && n1 > 8;
