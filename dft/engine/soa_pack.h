@@ -54,25 +54,20 @@ struct SoaPack {
     static SoaPack Bcast(const C &w) {
         return {V{} + w.re, V{} + w.im};
     }
-    // Lane c as the complex number at p[c * stride] (interleaved pairs).
+    // Lane c as the complex number at p[c * stride] (interleaved pairs):
+    // two unpacks, four half-vector stores. Only the four-lane packs of the
+    // split three-pass kernels use it.
     template <class C>
     __attribute__((always_inline)) void Scatter(C *p, int64_t stride) const {
-        static_assert(sizeof(C) == 2 * sizeof(T));
-        if constexpr (W == 4) {
-            typedef T H __attribute__((vector_size(2 * sizeof(T)), aligned(sizeof(T))));
-            const V lo = __builtin_shufflevector(re, im, 0, 4, 2, 6), hi = __builtin_shufflevector(re, im, 1, 5, 3, 7);
-            const H h0 = __builtin_shufflevector(lo, lo, 0, 1), h1 = __builtin_shufflevector(hi, hi, 0, 1);
-            const H h2 = __builtin_shufflevector(lo, lo, 2, 3), h3 = __builtin_shufflevector(hi, hi, 2, 3);
-            memcpy(p, &h0, sizeof(H));
-            memcpy(p + stride, &h1, sizeof(H));
-            memcpy(p + 2 * stride, &h2, sizeof(H));
-            memcpy(p + 3 * stride, &h3, sizeof(H));
-        } else {
-            for (int c = 0; c < W; ++c) {
-                const T pair[2] = {re[c], im[c]};
-                memcpy(p + c * stride, pair, sizeof pair);
-            }
-        }
+        static_assert(sizeof(C) == 2 * sizeof(T) && W == 4);
+        typedef T H __attribute__((vector_size(2 * sizeof(T)), aligned(sizeof(T))));
+        const V lo = __builtin_shufflevector(re, im, 0, 4, 2, 6), hi = __builtin_shufflevector(re, im, 1, 5, 3, 7);
+        const H h0 = __builtin_shufflevector(lo, lo, 0, 1), h1 = __builtin_shufflevector(hi, hi, 0, 1);
+        const H h2 = __builtin_shufflevector(lo, lo, 2, 3), h3 = __builtin_shufflevector(hi, hi, 2, 3);
+        memcpy(p, &h0, sizeof(H));
+        memcpy(p + stride, &h1, sizeof(H));
+        memcpy(p + 2 * stride, &h2, sizeof(H));
+        memcpy(p + 3 * stride, &h3, sizeof(H));
     }
     __attribute__((always_inline)) friend SoaPack operator+(SoaPack a, SoaPack b) { return {a.re + b.re, a.im + b.im}; }
     __attribute__((always_inline)) friend SoaPack operator-(SoaPack a, SoaPack b) { return {a.re - b.re, a.im - b.im}; }
