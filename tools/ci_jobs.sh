@@ -77,7 +77,10 @@ case "$job" in
     export WINEPREFIX=$root/build-wine64/wineprefix WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
     # One server for the whole run, started first: with its default linger
     # a test that starts just as the idle server exits lost its connection
-    # ("recvmsg: Connection reset by peer", once in a dozen runs).
+    # ("recvmsg: Connection reset by peer", once in a dozen runs). The
+    # server will not start in a prefix directory that does not exist yet,
+    # as on a clean checkout, so the directory comes first.
+    mkdir -p "$WINEPREFIX"
     "$wineserver" -p >/dev/null 2>&1 || true
     "$wine" wineboot --init >/dev/null 2>&1 || true
     # The ELF symbol check is replaced here by the DLL check.
