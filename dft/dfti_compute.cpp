@@ -80,10 +80,22 @@ constexpr size_t kStackScratchBytes = 8192;
 
 // A direct plan leaves R0 R(n/2) R1 I1 R2 I2 ... (PERM order); PACK is
 // R0 R1 I1 ... R(n/2): the pairs move down one place, R(n/2) to the end.
+// A row within the first-level cache moves in 2 KiB pieces: the C library
+// hands longer moves to string instructions, which take a one-element
+// overlap at half the speed of its vector loop (1022 doubles: 60 ns in
+// pieces, 130 ns whole; past the cache the whole move is the faster).
+// Pieces go upwards, each reading the next one's first element before
+// that piece is written.
+constexpr size_t kPackShiftPieceBytes = 2048;
 template <typename T>
 void PermToPack(T *arr, int64_t n) {
     const T middle = arr[1];
-    memmove(arr + 1, arr + 2, size_t(n - 2) * sizeof(T));
+    const size_t bytes = size_t(n - 2) * sizeof(T);
+    const size_t piece =
+        bytes > kPackShiftPieceBytes && int64_t(bytes) <= DftiCacheSize(1) ? kPackShiftPieceBytes : bytes;
+    char *to = reinterpret_cast<char *>(arr + 1);
+    for (size_t done = 0; done < bytes; done += piece)
+        memmove(to + done, to + done + sizeof(T), bytes - done < piece ? bytes - done : piece);
     arr[n - 1] = middle;
 }
 
