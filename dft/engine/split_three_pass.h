@@ -2,10 +2,11 @@
 // reads the two input arrays (on packs of split lanes, or joining its packs
 // as it loads them) and writes interleaved rows of the scratch Y; the
 // second pass runs as before on Y and stores each vector's real and
-// imaginary halves straight into the two output arrays. Y is always the caller's work array (n elements), so in
-// place needs nothing else. The two-pass lengths keep the join and split
-// copies: on the parts their first pass (lanes stored pair by pair) measured
-// slower at 256 (0.78-0.83 of FFTW against 0.83-0.92).
+// imaginary halves straight into the two output arrays. Y is always the
+// caller's work array (n elements), so in place needs nothing else. The
+// two-pass lengths keep the join and split copies: on the parts their first
+// pass (lanes stored pair by pair) measured slower at 256 (0.78-0.83 of
+// FFTW against 0.83-0.92).
 #ifndef ORB_DFT_ENGINE_SPLIT_THREE_PASS_H
 #define ORB_DFT_ENGINE_SPLIT_THREE_PASS_H
 
